@@ -1,0 +1,95 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QString>
+#include <QUuid>
+#include <memory>
+
+class TaskCategory;
+class TaskItem;
+
+// One record change the cloud mirror has not taken yet.
+struct RecordChange {
+    enum class Kind { task, category };
+    qint64 seq = 0; // increasing; acknowledge up to it
+    Kind kind = Kind::task;
+    QUuid id;
+    bool deleted = false;
+};
+
+// The main context of a store: every record of one SQLite file, loaded at open and owned here
+// as objects. Changes stay in memory until save(), which writes every inserted, changed and
+// deleted record in one transaction; a failed save keeps them pending for the next one.
+// The signals stand in for live queries: views derive their lists from them.
+class ModelContext : public QObject {
+    Q_OBJECT
+public:
+    // The schema version this build writes (PRAGMA user_version).
+    static constexpr int schemaVersion = 1;
+
+    ~ModelContext() override;
+
+    // Opens (or creates) the store at `path` and loads every record. On failure returns null
+    // and sets `error`; a file that is not a store of ours, or of a newer schema, is not
+    // touched.
+    [[nodiscard]] static std::unique_ptr<ModelContext> open(const QString& path, QString* error);
+
+    [[nodiscard]] QString path() const { return m_path; }
+
+    // All records, in no particular order. Deleted records are not in these lists.
+    [[nodiscard]] const QList<TaskItem*>& tasks() const { return m_tasks; }
+    [[nodiscard]] const QList<TaskCategory*>& categories() const { return m_categories; }
+    [[nodiscard]] TaskItem* task(const QUuid& id) const;
+    [[nodiscard]] TaskCategory* category(const QUuid& id) const;
+
+    // Takes ownership. Inserting a record twice, or one of another context, does nothing.
+    void insert(TaskItem* task);
+    void insert(TaskCategory* category);
+    // The record is marked deleted and kept alive until the next successful save, so a
+    // deferred write that still holds it does no harm. Removing a list leaves its tasks
+    // without one.
+    void remove(TaskItem* task);
+    void remove(TaskCategory* category);
+
+    [[nodiscard]] bool hasChanges() const;
+    // Writes all pending changes in one transaction. Returns false with `error` set on
+    // failure, and keeps the changes pending.
+    bool save(QString* error = nullptr);
+
+    // Changes saved since the mirror last acknowledged them, oldest first. Saves made while
+    // `setRecordingChanges(false)` (the mirror applying the server's changes) are not listed.
+    [[nodiscard]] QList<RecordChange> pendingChanges() const;
+    void acknowledgeChanges(qint64 upToSeq);
+    void setRecordingChanges(bool recording) { m_recordingChanges = recording; }
+
+signals:
+    void taskInserted(TaskItem* task);
+    void taskRemoved(TaskItem* task);
+    // Any persisted field of the task changed (the record's own signals say which).
+    void taskChanged(TaskItem* task);
+    void categoryInserted(TaskCategory* category);
+    void categoryRemoved(TaskCategory* category);
+    void categoryChanged(TaskCategory* category);
+
+private:
+    friend class TaskItem;
+    friend class TaskCategory;
+    ModelContext(const QString& path, const QString& connectionName);
+    void recordChanged(TaskItem* task);
+    void recordChanged(TaskCategory* category);
+
+    struct Private;
+    std::unique_ptr<Private> d;
+
+    QString m_path;
+    QString m_connectionName;
+    QList<TaskItem*> m_tasks;
+    QList<TaskCategory*> m_categories;
+    QHash<QUuid, TaskItem*> m_taskById;
+    QHash<QUuid, TaskCategory*> m_categoryById;
+    bool m_recordingChanges = true;
+};
