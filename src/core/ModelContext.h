@@ -63,7 +63,7 @@ public:
     // Changes saved since the mirror last acknowledged them, oldest first. Saves made while
     // `setRecordingChanges(false)` (the mirror applying the server's changes) are not listed.
     [[nodiscard]] QList<RecordChange> pendingChanges() const;
-    void acknowledgeChanges(qint64 upToSeq);
+    bool acknowledgeChanges(qint64 upToSeq);
     void setRecordingChanges(bool recording) { m_recordingChanges = recording; }
 
 signals:
@@ -79,6 +79,7 @@ private:
     friend class TaskItem;
     friend class TaskCategory;
     ModelContext(const QString& path, const QString& connectionName);
+    bool load(QString* error);
     void recordChanged(TaskItem* task);
     void recordChanged(TaskCategory* category);
 

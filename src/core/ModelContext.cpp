@@ -1,0 +1,492 @@
+#include "ModelContext.h"
+
+#include "TaskCategory.h"
+#include "TaskItem.h"
+
+#include <QAtomicInt>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+namespace {
+
+QAtomicInt connectionCounter;
+
+QVariant fromDate(const QDateTime& date) {
+    return date.isValid() ? QVariant(date.toMSecsSinceEpoch())
+                          : QVariant(QMetaType(QMetaType::LongLong));
+}
+
+QDateTime toDate(const QVariant& value) {
+    if (value.isNull())
+        return {};
+    return QDateTime::fromMSecsSinceEpoch(value.toLongLong(), Qt::UTC);
+}
+
+QVariant fromOptional(std::optional<qint64> value) {
+    return value ? QVariant(*value) : QVariant(QMetaType(QMetaType::LongLong));
+}
+
+std::optional<qint64> toOptional(const QVariant& value) {
+    if (value.isNull())
+        return std::nullopt;
+    return value.toLongLong();
+}
+
+QString idText(const QUuid& id) {
+    return id.toString(QUuid::WithoutBraces);
+}
+
+QString describe(const QSqlError& error) {
+    QString text = error.databaseText();
+    if (text.isEmpty())
+        text = error.text();
+    if (!error.driverText().isEmpty() && !text.contains(error.driverText()))
+        text = error.driverText() + QStringLiteral(": ") + text;
+    return text;
+}
+
+// Each schema version is reached from the one before by exactly one step.
+const char* const kMigrations[] = {
+    // 0 -> 1
+    "CREATE TABLE IF NOT EXISTS categories ("
+    " id TEXT PRIMARY KEY NOT NULL,"
+    " name TEXT NOT NULL DEFAULT '',"
+    " color_hex TEXT NOT NULL DEFAULT '8B8D98',"
+    " sort_index INTEGER NOT NULL DEFAULT 0,"
+    " created_at INTEGER NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS tasks ("
+    " id TEXT PRIMARY KEY NOT NULL,"
+    " title TEXT NOT NULL DEFAULT '',"
+    " note TEXT NOT NULL DEFAULT '',"
+    " note_data BLOB,"
+    " completed INTEGER NOT NULL DEFAULT 0,"
+    " completed_at INTEGER,"
+    " due_date INTEGER,"
+    " year INTEGER,"
+    " week INTEGER,"
+    " reminder_at INTEGER,"
+    " scheduled_explicitly INTEGER NOT NULL DEFAULT 0,"
+    " category_id TEXT,"
+    " sort_index INTEGER NOT NULL DEFAULT 0,"
+    " created_at INTEGER NOT NULL,"
+    " updated_at INTEGER NOT NULL);"
+    // What the cloud mirror has not taken yet: one row per record, the newest change wins.
+    "CREATE TABLE IF NOT EXISTS pending_changes ("
+    " record_id TEXT PRIMARY KEY NOT NULL,"
+    " kind INTEGER NOT NULL,"
+    " deleted INTEGER NOT NULL,"
+    " seq INTEGER NOT NULL);",
+};
+
+bool execScript(QSqlDatabase& db, const QString& script, QString* error) {
+    const QStringList statements = script.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+    for (const QString& statement : statements) {
+        if (statement.trimmed().isEmpty())
+            continue;
+        QSqlQuery query(db);
+        if (!query.exec(statement)) {
+            *error = describe(query.lastError());
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+struct ModelContext::Private {
+    QSqlDatabase db;
+
+    QSet<TaskItem*> insertedTasks;
+    QSet<TaskItem*> changedTasks;
+    QList<TaskItem*> deletedTasks;
+    QSet<TaskCategory*> insertedCategories;
+    QSet<TaskCategory*> changedCategories;
+    QList<TaskCategory*> deletedCategories;
+    // Removed records stay alive until their removal is on disk (see remove()).
+    QList<QObject*> graveyard;
+
+    qint64 lastChangeSeq = 0;
+};
+
+ModelContext::ModelContext(const QString& path, const QString& connectionName)
+    : d(std::make_unique<Private>())
+    , m_path(path)
+    , m_connectionName(connectionName) {}
+
+ModelContext::~ModelContext() {
+    qDeleteAll(m_tasks);
+    qDeleteAll(m_categories);
+    qDeleteAll(d->graveyard);
+    m_tasks.clear();
+    m_categories.clear();
+    d->db.close();
+    d->db = QSqlDatabase();
+    QSqlDatabase::removeDatabase(m_connectionName);
+}
+
+std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* error) {
+    QString ignored;
+    QString& message = error ? *error : ignored;
+    const QString name =
+        QStringLiteral("tavik-store-%1").arg(connectionCounter.fetchAndAddRelaxed(1));
+    std::unique_ptr<ModelContext> context(new ModelContext(path, name));
+    QSqlDatabase& db = context->d->db;
+    db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+    db.setDatabaseName(path);
+    // A short wait covers a reader (tavik --list) holding the file for a moment; a store
+    // that stays locked must fail the save rather than freeze the board.
+    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000"));
+    if (!db.open()) {
+        message = describe(db.lastError());
+        return nullptr;
+    }
+
+    // Read before anything writes: a file that is not ours, or is newer, stays as it was.
+    int version = 0;
+    {
+        QSqlQuery query(db);
+        if (!query.exec(QStringLiteral("PRAGMA user_version")) || !query.next()) {
+            message = QStringLiteral("%1 is not a readable store: %2")
+                          .arg(path, describe(query.lastError()));
+            return nullptr;
+        }
+        version = query.value(0).toInt();
+    }
+    if (version > schemaVersion) {
+        message = QStringLiteral("%1 has schema version %2, newer than this Tavik understands (%3)")
+                      .arg(path)
+                      .arg(version)
+                      .arg(schemaVersion);
+        return nullptr;
+    }
+
+    {
+        QSqlQuery query(db);
+        // WAL keeps readers and the writer apart; FULL sync makes a returned save durable.
+        if (!query.exec(QStringLiteral("PRAGMA journal_mode=WAL")) ||
+            !query.exec(QStringLiteral("PRAGMA synchronous=FULL"))) {
+            message = describe(query.lastError());
+            return nullptr;
+        }
+    }
+
+    if (version < schemaVersion) {
+        if (!db.transaction()) {
+            message = describe(db.lastError());
+            return nullptr;
+        }
+        for (int step = version; step < schemaVersion; ++step) {
+            if (!execScript(db, QString::fromLatin1(kMigrations[step]), &message)) {
+                db.rollback();
+                return nullptr;
+            }
+        }
+        QSqlQuery query(db);
+        if (!query.exec(QStringLiteral("PRAGMA user_version=%1").arg(schemaVersion)) ||
+            !db.commit()) {
+            message = describe(query.lastError().isValid() ? query.lastError() : db.lastError());
+            db.rollback();
+            return nullptr;
+        }
+    }
+
+    if (!context->load(&message))
+        return nullptr;
+    return context;
+}
+
+bool ModelContext::load(QString* error) {
+    QSqlDatabase& db = d->db;
+    QSqlQuery categories(db);
+    categories.setForwardOnly(true);
+    if (!categories.exec(
+            QStringLiteral("SELECT id, name, color_hex, sort_index, created_at FROM categories"))) {
+        *error = describe(categories.lastError());
+        return false;
+    }
+    while (categories.next()) {
+        auto* category = new TaskCategory(QUuid::fromString(categories.value(0).toString()),
+                                          toDate(categories.value(4)));
+        category->m_name = categories.value(1).toString();
+        category->m_colorHex = categories.value(2).toString();
+        category->m_sortIndex = categories.value(3).toLongLong();
+        category->m_context = this;
+        m_categories.append(category);
+        m_categoryById.insert(category->id(), category);
+    }
+
+    QSqlQuery tasks(db);
+    tasks.setForwardOnly(true);
+    if (!tasks.exec(QStringLiteral(
+            "SELECT id, title, note, note_data, completed, completed_at, due_date, year, week,"
+            " reminder_at, scheduled_explicitly, category_id, sort_index, created_at, updated_at"
+            " FROM tasks"))) {
+        *error = describe(tasks.lastError());
+        return false;
+    }
+    while (tasks.next()) {
+        auto* task =
+            new TaskItem(QUuid::fromString(tasks.value(0).toString()), toDate(tasks.value(13)));
+        task->m_title = tasks.value(1).toString();
+        task->m_note = tasks.value(2).toString();
+        task->m_noteData = tasks.value(3).toByteArray();
+        task->m_completed = tasks.value(4).toBool();
+        task->m_completedAt = toDate(tasks.value(5));
+        task->m_dueDate = toDate(tasks.value(6));
+        task->m_year = toOptional(tasks.value(7));
+        task->m_week = toOptional(tasks.value(8));
+        task->m_reminderAt = toDate(tasks.value(9));
+        task->m_scheduledExplicitly = tasks.value(10).toBool();
+        const QVariant categoryId = tasks.value(11);
+        if (!categoryId.isNull())
+            task->m_category = m_categoryById.value(QUuid::fromString(categoryId.toString()));
+        task->m_sortIndex = tasks.value(12).toLongLong();
+        task->m_updatedAt = toDate(tasks.value(14));
+        task->m_context = this;
+        m_tasks.append(task);
+        m_taskById.insert(task->id(), task);
+    }
+
+    QSqlQuery seq(db);
+    if (seq.exec(QStringLiteral("SELECT COALESCE(MAX(seq), 0) FROM pending_changes")) && seq.next())
+        d->lastChangeSeq = seq.value(0).toLongLong();
+    return true;
+}
+
+TaskItem* ModelContext::task(const QUuid& id) const {
+    return m_taskById.value(id);
+}
+
+TaskCategory* ModelContext::category(const QUuid& id) const {
+    return m_categoryById.value(id);
+}
+
+void ModelContext::insert(TaskItem* task) {
+    if (!task || task->m_context || task->m_deleted)
+        return;
+    task->setParent(nullptr);
+    task->m_context = this;
+    m_tasks.append(task);
+    m_taskById.insert(task->id(), task);
+    d->insertedTasks.insert(task);
+    emit taskInserted(task);
+}
+
+void ModelContext::insert(TaskCategory* category) {
+    if (!category || category->m_context || category->m_deleted)
+        return;
+    category->setParent(nullptr);
+    category->m_context = this;
+    m_categories.append(category);
+    m_categoryById.insert(category->id(), category);
+    d->insertedCategories.insert(category);
+    emit categoryInserted(category);
+}
+
+void ModelContext::remove(TaskItem* task) {
+    if (!task || task->m_context != this || task->m_deleted)
+        return;
+    m_tasks.removeOne(task);
+    m_taskById.remove(task->id());
+    d->changedTasks.remove(task);
+    // A record that never reached the disk has nothing to delete there.
+    if (!d->insertedTasks.remove(task))
+        d->deletedTasks.append(task);
+    task->m_deleted = true;
+    d->graveyard.append(task);
+    emit taskRemoved(task);
+}
+
+void ModelContext::remove(TaskCategory* category) {
+    if (!category || category->m_context != this || category->m_deleted)
+        return;
+    for (TaskItem* task : std::as_const(m_tasks)) {
+        if (task->m_category == category)
+            task->setCategory(nullptr);
+    }
+    m_categories.removeOne(category);
+    m_categoryById.remove(category->id());
+    d->changedCategories.remove(category);
+    if (!d->insertedCategories.remove(category))
+        d->deletedCategories.append(category);
+    category->m_deleted = true;
+    d->graveyard.append(category);
+    emit categoryRemoved(category);
+}
+
+void ModelContext::recordChanged(TaskItem* task) {
+    if (!d->insertedTasks.contains(task))
+        d->changedTasks.insert(task);
+    emit taskChanged(task);
+}
+
+void ModelContext::recordChanged(TaskCategory* category) {
+    if (!d->insertedCategories.contains(category))
+        d->changedCategories.insert(category);
+    emit categoryChanged(category);
+}
+
+bool ModelContext::hasChanges() const {
+    return !d->insertedTasks.isEmpty() || !d->changedTasks.isEmpty() ||
+           !d->deletedTasks.isEmpty() || !d->insertedCategories.isEmpty() ||
+           !d->changedCategories.isEmpty() || !d->deletedCategories.isEmpty();
+}
+
+bool ModelContext::save(QString* error) {
+    if (!hasChanges())
+        return true;
+    QString ignored;
+    QString& message = error ? *error : ignored;
+    QSqlDatabase& db = d->db;
+
+    if (!db.transaction()) {
+        message = describe(db.lastError());
+        return false;
+    }
+
+    qint64 seq = d->lastChangeSeq;
+    QSqlQuery upsertCategory(db);
+    QSqlQuery upsertTask(db);
+    QSqlQuery deleteRecord(db);
+    QSqlQuery logChange(db);
+    bool ok = upsertCategory.prepare(QStringLiteral(
+                  "INSERT OR REPLACE INTO categories (id, name, color_hex, sort_index, created_at)"
+                  " VALUES (?, ?, ?, ?, ?)")) &&
+              upsertTask.prepare(QStringLiteral(
+                  "INSERT OR REPLACE INTO tasks (id, title, note, note_data, completed,"
+                  " completed_at, due_date, year, week, reminder_at, scheduled_explicitly,"
+                  " category_id, sort_index, created_at, updated_at)"
+                  " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")) &&
+              logChange.prepare(QStringLiteral(
+                  "INSERT OR REPLACE INTO pending_changes (record_id, kind, deleted, seq)"
+                  " VALUES (?, ?, ?, ?)"));
+    QSqlQuery* failed = ok ? nullptr : &upsertTask;
+
+    auto log = [&](const QUuid& id, RecordChange::Kind kind, bool deleted) {
+        if (!m_recordingChanges)
+            return true;
+        logChange.addBindValue(idText(id));
+        logChange.addBindValue(static_cast<int>(kind));
+        logChange.addBindValue(deleted ? 1 : 0);
+        logChange.addBindValue(++seq);
+        if (!logChange.exec()) {
+            failed = &logChange;
+            return false;
+        }
+        return true;
+    };
+
+    auto writeCategory = [&](TaskCategory* category) {
+        upsertCategory.addBindValue(idText(category->m_id));
+        upsertCategory.addBindValue(category->m_name);
+        upsertCategory.addBindValue(category->m_colorHex);
+        upsertCategory.addBindValue(category->m_sortIndex);
+        upsertCategory.addBindValue(fromDate(category->m_createdAt));
+        if (!upsertCategory.exec()) {
+            failed = &upsertCategory;
+            return false;
+        }
+        return log(category->m_id, RecordChange::Kind::category, false);
+    };
+
+    auto writeTask = [&](TaskItem* task) {
+        upsertTask.addBindValue(idText(task->m_id));
+        upsertTask.addBindValue(task->m_title);
+        upsertTask.addBindValue(task->m_note);
+        upsertTask.addBindValue(task->m_noteData.isEmpty()
+                                    ? QVariant(QMetaType(QMetaType::QByteArray))
+                                    : QVariant(task->m_noteData));
+        upsertTask.addBindValue(task->m_completed ? 1 : 0);
+        upsertTask.addBindValue(fromDate(task->m_completedAt));
+        upsertTask.addBindValue(fromDate(task->m_dueDate));
+        upsertTask.addBindValue(fromOptional(task->m_year));
+        upsertTask.addBindValue(fromOptional(task->m_week));
+        upsertTask.addBindValue(fromDate(task->m_reminderAt));
+        upsertTask.addBindValue(task->m_scheduledExplicitly ? 1 : 0);
+        upsertTask.addBindValue(task->m_category ? QVariant(idText(task->m_category->id()))
+                                                 : QVariant(QMetaType(QMetaType::QString)));
+        upsertTask.addBindValue(task->m_sortIndex);
+        upsertTask.addBindValue(fromDate(task->m_createdAt));
+        upsertTask.addBindValue(fromDate(task->m_updatedAt));
+        if (!upsertTask.exec()) {
+            failed = &upsertTask;
+            return false;
+        }
+        return log(task->m_id, RecordChange::Kind::task, false);
+    };
+
+    auto deleteRow = [&](const char* table, const QUuid& id, RecordChange::Kind kind) {
+        if (!deleteRecord.prepare(
+                QStringLiteral("DELETE FROM %1 WHERE id = ?").arg(QLatin1String(table)))) {
+            failed = &deleteRecord;
+            return false;
+        }
+        deleteRecord.addBindValue(idText(id));
+        if (!deleteRecord.exec()) {
+            failed = &deleteRecord;
+            return false;
+        }
+        return log(id, kind, true);
+    };
+
+    // Lists first, so that a task never points at a list that is not written yet.
+    for (auto it = d->insertedCategories.cbegin(); ok && it != d->insertedCategories.cend(); ++it)
+        ok = writeCategory(*it);
+    for (auto it = d->changedCategories.cbegin(); ok && it != d->changedCategories.cend(); ++it)
+        ok = writeCategory(*it);
+    for (auto it = d->insertedTasks.cbegin(); ok && it != d->insertedTasks.cend(); ++it)
+        ok = writeTask(*it);
+    for (auto it = d->changedTasks.cbegin(); ok && it != d->changedTasks.cend(); ++it)
+        ok = writeTask(*it);
+    for (auto it = d->deletedTasks.cbegin(); ok && it != d->deletedTasks.cend(); ++it)
+        ok = deleteRow("tasks", (*it)->m_id, RecordChange::Kind::task);
+    for (auto it = d->deletedCategories.cbegin(); ok && it != d->deletedCategories.cend(); ++it)
+        ok = deleteRow("categories", (*it)->m_id, RecordChange::Kind::category);
+
+    if (!ok || !db.commit()) {
+        message = failed ? describe(failed->lastError()) : describe(db.lastError());
+        // Everything stays pending; the next save writes it all again.
+        db.rollback();
+        return false;
+    }
+
+    d->lastChangeSeq = seq;
+    d->insertedTasks.clear();
+    d->changedTasks.clear();
+    d->deletedTasks.clear();
+    d->insertedCategories.clear();
+    d->changedCategories.clear();
+    d->deletedCategories.clear();
+    // A deferred write may still hold a removed record: free it later, through the event loop.
+    for (QObject* object : std::as_const(d->graveyard))
+        object->deleteLater();
+    d->graveyard.clear();
+    return true;
+}
+
+QList<RecordChange> ModelContext::pendingChanges() const {
+    QList<RecordChange> changes;
+    QSqlQuery query(d->db);
+    query.setForwardOnly(true);
+    if (!query.exec(QStringLiteral(
+            "SELECT seq, kind, record_id, deleted FROM pending_changes ORDER BY seq")))
+        return changes;
+    while (query.next()) {
+        RecordChange change;
+        change.seq = query.value(0).toLongLong();
+        change.kind = static_cast<RecordChange::Kind>(query.value(1).toInt());
+        change.id = QUuid::fromString(query.value(2).toString());
+        change.deleted = query.value(3).toBool();
+        changes.append(change);
+    }
+    return changes;
+}
+
+bool ModelContext::acknowledgeChanges(qint64 upToSeq) {
+    QSqlQuery query(d->db);
+    query.prepare(QStringLiteral("DELETE FROM pending_changes WHERE seq <= ?"));
+    query.addBindValue(upToSeq);
+    return query.exec();
+}
