@@ -6,8 +6,7 @@
 enum class AppSound { create, complete, uncomplete, celebration, move };
 
 namespace AppSoundInfo {
-[[nodiscard]] inline QString rawValue(AppSound sound)
-{
+[[nodiscard]] inline QString rawValue(AppSound sound) {
     switch (sound) {
     case AppSound::create:
         return QStringLiteral("button");

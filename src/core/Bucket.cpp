@@ -2,8 +2,7 @@
 
 namespace BucketInfo {
 
-QString rawValue(Bucket bucket)
-{
+QString rawValue(Bucket bucket) {
     switch (bucket) {
     case Bucket::later:
         return QStringLiteral("later");
@@ -17,8 +16,7 @@ QString rawValue(Bucket bucket)
     return {};
 }
 
-std::optional<Bucket> fromRawValue(const QString& raw)
-{
+std::optional<Bucket> fromRawValue(const QString& raw) {
     for (Bucket bucket : allCases) {
         if (rawValue(bucket) == raw)
             return bucket;
@@ -26,8 +24,7 @@ std::optional<Bucket> fromRawValue(const QString& raw)
     return std::nullopt;
 }
 
-QString title(Bucket bucket)
-{
+QString title(Bucket bucket) {
     switch (bucket) {
     case Bucket::later:
         return QStringLiteral("稍后");
@@ -41,8 +38,7 @@ QString title(Bucket bucket)
     return {};
 }
 
-QString systemImage(Bucket bucket)
-{
+QString systemImage(Bucket bucket) {
     switch (bucket) {
     case Bucket::later:
         return QStringLiteral("tray");

@@ -22,7 +22,6 @@ inline constexpr std::array<Bucket, 3> columns{Bucket::later, Bucket::thisWeek, 
 
 } // namespace BucketInfo
 
-inline size_t qHash(Bucket bucket, size_t seed = 0) noexcept
-{
+inline size_t qHash(Bucket bucket, size_t seed = 0) noexcept {
     return qHash(static_cast<int>(bucket), seed);
 }

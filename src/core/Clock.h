@@ -19,9 +19,7 @@ public:
 class ManualClock final : public Clock {
 public:
     explicit ManualClock(QDateTime now = QDateTime::currentDateTimeUtc())
-        : m_now(now.toUTC())
-    {
-    }
+        : m_now(now.toUTC()) {}
     [[nodiscard]] QDateTime now() const override { return m_now; }
     void setNow(const QDateTime& now) { m_now = now.toUTC(); }
     void advance(qint64 msecs) { m_now = m_now.addMSecs(msecs); }

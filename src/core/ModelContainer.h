@@ -8,9 +8,7 @@
 class ModelContainer {
 public:
     explicit ModelContainer(std::unique_ptr<ModelContext> mainContext)
-        : m_mainContext(std::move(mainContext))
-    {
-    }
+        : m_mainContext(std::move(mainContext)) {}
 
     [[nodiscard]] ModelContext& mainContext() const { return *m_mainContext; }
     [[nodiscard]] QString path() const { return m_mainContext->path(); }

@@ -9,7 +9,7 @@
 // Backed by QSettings: ~/.config/tavik/tavik.conf unless a file is given.
 class Preferences {
 public:
-    Preferences();                              // the user's own preferences
+    Preferences();                                // the user's own preferences
     explicit Preferences(const QString& iniPath); // a file of its own (tests, demo runs)
 
     inline static const QString selectedListIdKey = QStringLiteral("tavik.selectedListId");

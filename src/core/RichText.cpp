@@ -14,8 +14,7 @@ const QLatin1String kUnderline("underline");
 const QLatin1String kStrike("strikethrough");
 const QLatin1String kBullet("bullet");
 
-QList<TextRun> merged(const QList<TextRun>& runs)
-{
+QList<TextRun> merged(const QList<TextRun>& runs) {
     QList<TextRun> out;
     for (const TextRun& run : runs) {
         if (run.text.isEmpty())
@@ -30,24 +29,19 @@ QList<TextRun> merged(const QList<TextRun>& runs)
 
 } // namespace
 
-bool TextRun::sameAttributes(const TextRun& other) const
-{
+bool TextRun::sameAttributes(const TextRun& other) const {
     return bold == other.bold && italic == other.italic && underline == other.underline &&
            strikethrough == other.strikethrough && bullet == other.bullet;
 }
 
 RichText::RichText(QList<TextRun> runs)
-    : m_runs(merged(runs))
-{
-}
+    : m_runs(merged(runs)) {}
 
-RichText RichText::fromPlainText(const QString& text)
-{
+RichText RichText::fromPlainText(const QString& text) {
     return RichText({TextRun{text}});
 }
 
-bool RichText::fromJson(const QByteArray& json, RichText* out)
-{
+bool RichText::fromJson(const QByteArray& json, RichText* out) {
     QJsonParseError error;
     const QJsonDocument doc = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError || !doc.isObject())
@@ -76,8 +70,7 @@ bool RichText::fromJson(const QByteArray& json, RichText* out)
     return true;
 }
 
-QByteArray RichText::toJson() const
-{
+QByteArray RichText::toJson() const {
     QJsonArray runs;
     for (const TextRun& run : m_runs) {
         QJsonObject object{{kText, run.text}};
@@ -96,8 +89,7 @@ QByteArray RichText::toJson() const
     return QJsonDocument(QJsonObject{{kRuns, runs}}).toJson(QJsonDocument::Compact);
 }
 
-QString RichText::plainText() const
-{
+QString RichText::plainText() const {
     QString text;
     for (const TextRun& run : m_runs)
         text += run.text;

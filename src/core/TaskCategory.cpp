@@ -8,24 +8,18 @@ TaskCategory::TaskCategory(const QString& name, const QString& colorHex, qint64 
     , m_name(name)
     , m_colorHex(colorHex)
     , m_sortIndex(sortIndex)
-    , m_createdAt(now.toUTC())
-{
-}
+    , m_createdAt(now.toUTC()) {}
 
 TaskCategory::TaskCategory(const QUuid& id, const QDateTime& createdAt)
     : m_id(id)
-    , m_createdAt(createdAt.toUTC())
-{
-}
+    , m_createdAt(createdAt.toUTC()) {}
 
-void TaskCategory::markChanged()
-{
+void TaskCategory::markChanged() {
     if (m_context && !m_deleted)
         m_context->recordChanged(this);
 }
 
-void TaskCategory::setName(const QString& name)
-{
+void TaskCategory::setName(const QString& name) {
     if (m_name == name)
         return;
     m_name = name;
@@ -33,8 +27,7 @@ void TaskCategory::setName(const QString& name)
     emit nameChanged();
 }
 
-void TaskCategory::setColorHex(const QString& colorHex)
-{
+void TaskCategory::setColorHex(const QString& colorHex) {
     if (m_colorHex == colorHex)
         return;
     m_colorHex = colorHex;
@@ -42,8 +35,7 @@ void TaskCategory::setColorHex(const QString& colorHex)
     emit colorHexChanged();
 }
 
-void TaskCategory::setSortIndex(qint64 sortIndex)
-{
+void TaskCategory::setSortIndex(qint64 sortIndex) {
     if (m_sortIndex == sortIndex)
         return;
     m_sortIndex = sortIndex;

@@ -4,8 +4,7 @@
 
 namespace TaskClassifier {
 
-WeekKey weekKey(const QDateTime& date, const IsoCalendar& calendar)
-{
+WeekKey weekKey(const QDateTime& date, const IsoCalendar& calendar) {
     return calendar.weekKey(date);
 }
 
@@ -13,12 +12,9 @@ Moment::Moment(const QDateTime& now, const IsoCalendar& calendar)
     : now(now)
     , startOfDayMs(calendar.startOfDay(now).toMSecsSinceEpoch())
     , startOfNextDayMs(calendar.startOfNextDay(now).toMSecsSinceEpoch())
-    , week(calendar.weekKey(now))
-{
-}
+    , week(calendar.weekKey(now)) {}
 
-Bucket bucket(const TaskItem& task, const Moment& moment)
-{
+Bucket bucket(const TaskItem& task, const Moment& moment) {
     if (task.completed())
         return Bucket::done;
     const QDateTime& due = task.dueDate();
@@ -37,8 +33,7 @@ Bucket bucket(const TaskItem& task, const Moment& moment)
     return Bucket::later;
 }
 
-Bucket bucket(const TaskItem& task, const QDateTime& now, const IsoCalendar& calendar)
-{
+Bucket bucket(const TaskItem& task, const QDateTime& now, const IsoCalendar& calendar) {
     return bucket(task, Moment(now, calendar));
 }
 

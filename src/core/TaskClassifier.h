@@ -11,7 +11,9 @@ class TaskItem;
 // The one place that decides a task's column, from its fields and a moment.
 namespace TaskClassifier {
 
-[[nodiscard]] inline IsoCalendar calendar() { return IsoCalendar(); }
+[[nodiscard]] inline IsoCalendar calendar() {
+    return IsoCalendar();
+}
 
 [[nodiscard]] WeekKey weekKey(const QDateTime& date, const IsoCalendar& calendar);
 
@@ -26,6 +28,7 @@ struct Moment {
 };
 
 [[nodiscard]] Bucket bucket(const TaskItem& task, const Moment& moment);
-[[nodiscard]] Bucket bucket(const TaskItem& task, const QDateTime& now, const IsoCalendar& calendar);
+[[nodiscard]] Bucket bucket(const TaskItem& task, const QDateTime& now,
+                            const IsoCalendar& calendar);
 
 } // namespace TaskClassifier

@@ -9,25 +9,19 @@ TaskItem::TaskItem(const QString& title, qint64 sortIndex, const QDateTime& now)
     , m_title(title)
     , m_sortIndex(sortIndex)
     , m_createdAt(now.toUTC())
-    , m_updatedAt(m_createdAt)
-{
-}
+    , m_updatedAt(m_createdAt) {}
 
 TaskItem::TaskItem(const QUuid& id, const QDateTime& createdAt)
     : m_id(id)
     , m_createdAt(createdAt.toUTC())
-    , m_updatedAt(m_createdAt)
-{
-}
+    , m_updatedAt(m_createdAt) {}
 
-void TaskItem::markChanged()
-{
+void TaskItem::markChanged() {
     if (m_context && !m_deleted)
         m_context->recordChanged(this);
 }
 
-void TaskItem::setTitle(const QString& title)
-{
+void TaskItem::setTitle(const QString& title) {
     if (m_title == title)
         return;
     m_title = title;
@@ -35,8 +29,7 @@ void TaskItem::setTitle(const QString& title)
     emit titleChanged();
 }
 
-void TaskItem::setNote(const QString& note)
-{
+void TaskItem::setNote(const QString& note) {
     if (m_note == note)
         return;
     m_note = note;
@@ -44,8 +37,7 @@ void TaskItem::setNote(const QString& note)
     emit noteChanged();
 }
 
-void TaskItem::setNoteData(const QByteArray& noteData)
-{
+void TaskItem::setNoteData(const QByteArray& noteData) {
     if (m_noteData == noteData)
         return;
     m_noteData = noteData;
@@ -53,8 +45,7 @@ void TaskItem::setNoteData(const QByteArray& noteData)
     emit noteChanged();
 }
 
-void TaskItem::setCompleted(bool completed)
-{
+void TaskItem::setCompleted(bool completed) {
     if (m_completed == completed)
         return;
     m_completed = completed;
@@ -62,8 +53,7 @@ void TaskItem::setCompleted(bool completed)
     emit completedChanged();
 }
 
-void TaskItem::setCompletedAt(const QDateTime& completedAt)
-{
+void TaskItem::setCompletedAt(const QDateTime& completedAt) {
     const QDateTime value = completedAt.toUTC();
     if (m_completedAt == value && m_completedAt.isValid() == value.isValid())
         return;
@@ -72,8 +62,7 @@ void TaskItem::setCompletedAt(const QDateTime& completedAt)
     emit completedChanged();
 }
 
-void TaskItem::setDueDate(const QDateTime& dueDate)
-{
+void TaskItem::setDueDate(const QDateTime& dueDate) {
     const QDateTime value = dueDate.toUTC();
     if (m_dueDate == value && m_dueDate.isValid() == value.isValid())
         return;
@@ -82,8 +71,7 @@ void TaskItem::setDueDate(const QDateTime& dueDate)
     emit planChanged();
 }
 
-void TaskItem::setWeek(std::optional<qint64> year, std::optional<qint64> week)
-{
+void TaskItem::setWeek(std::optional<qint64> year, std::optional<qint64> week) {
     if (m_year == year && m_week == week)
         return;
     m_year = year;
@@ -92,8 +80,7 @@ void TaskItem::setWeek(std::optional<qint64> year, std::optional<qint64> week)
     emit planChanged();
 }
 
-void TaskItem::setReminderAt(const QDateTime& reminderAt)
-{
+void TaskItem::setReminderAt(const QDateTime& reminderAt) {
     const QDateTime value = reminderAt.toUTC();
     if (m_reminderAt == value && m_reminderAt.isValid() == value.isValid())
         return;
@@ -102,8 +89,7 @@ void TaskItem::setReminderAt(const QDateTime& reminderAt)
     emit reminderAtChanged();
 }
 
-void TaskItem::setScheduledExplicitly(bool explicitly)
-{
+void TaskItem::setScheduledExplicitly(bool explicitly) {
     if (m_scheduledExplicitly == explicitly)
         return;
     m_scheduledExplicitly = explicitly;
@@ -111,8 +97,7 @@ void TaskItem::setScheduledExplicitly(bool explicitly)
     emit planChanged();
 }
 
-void TaskItem::setCategory(TaskCategory* category)
-{
+void TaskItem::setCategory(TaskCategory* category) {
     if (m_category == category)
         return;
     m_category = category;
@@ -120,8 +105,7 @@ void TaskItem::setCategory(TaskCategory* category)
     emit categoryChanged();
 }
 
-void TaskItem::setSortIndex(qint64 sortIndex)
-{
+void TaskItem::setSortIndex(qint64 sortIndex) {
     if (m_sortIndex == sortIndex)
         return;
     m_sortIndex = sortIndex;
@@ -129,8 +113,7 @@ void TaskItem::setSortIndex(qint64 sortIndex)
     emit sortIndexChanged();
 }
 
-void TaskItem::setUpdatedAt(const QDateTime& updatedAt)
-{
+void TaskItem::setUpdatedAt(const QDateTime& updatedAt) {
     const QDateTime value = updatedAt.toUTC();
     if (m_updatedAt == value)
         return;
@@ -139,8 +122,7 @@ void TaskItem::setUpdatedAt(const QDateTime& updatedAt)
     emit updatedAtChanged();
 }
 
-void TaskItem::schedule(const QDateTime& day, const QDateTime& now, const IsoCalendar& calendar)
-{
+void TaskItem::schedule(const QDateTime& day, const QDateTime& now, const IsoCalendar& calendar) {
     if (day.isValid()) {
         const WeekKey key = calendar.weekKey(day);
         setWeek(key.year, key.week);
@@ -154,8 +136,7 @@ void TaskItem::schedule(const QDateTime& day, const QDateTime& now, const IsoCal
     setUpdatedAt(now);
 }
 
-void TaskItem::move(Bucket to, const QDateTime& now, const IsoCalendar& calendar)
-{
+void TaskItem::move(Bucket to, const QDateTime& now, const IsoCalendar& calendar) {
     switch (to) {
     case Bucket::later:
         setWeek(std::nullopt, std::nullopt);
@@ -184,15 +165,13 @@ void TaskItem::move(Bucket to, const QDateTime& now, const IsoCalendar& calendar
     setUpdatedAt(now);
 }
 
-void TaskItem::setCompleted(bool completed, const QDateTime& now)
-{
+void TaskItem::setCompleted(bool completed, const QDateTime& now) {
     setCompleted(completed);
     setCompletedAt(completed ? now : QDateTime());
     setUpdatedAt(now);
 }
 
-RichText TaskItem::richNote() const
-{
+RichText TaskItem::richNote() const {
     RichText rich;
     if (!m_noteData.isEmpty() && RichText::fromJson(m_noteData, &rich))
         return rich;
@@ -201,8 +180,7 @@ RichText TaskItem::richNote() const
     return {};
 }
 
-void TaskItem::setRichNote(const RichText& value, const QDateTime& now)
-{
+void TaskItem::setRichNote(const RichText& value, const QDateTime& now) {
     setNote(value.plainText());
     setNoteData(value.toJson());
     setUpdatedAt(now);

@@ -21,8 +21,8 @@ struct SyncAvailability {
 
 // The directory holding the stores: the application data location.
 [[nodiscard]] QString storeDirectory();
-[[nodiscard]] QString realStorePath();  // "<dir>/tavik.store"
-[[nodiscard]] QString demoStorePath();  // "<dir>/tavik-demo.store"
+[[nodiscard]] QString realStorePath(); // "<dir>/tavik.store"
+[[nodiscard]] QString demoStorePath(); // "<dir>/tavik-demo.store"
 
 // Attaches the mirror to an opened container; returns false with a reason when it can't.
 // The sync module installs one; with none installed, a mirrored open is `unavailable`.
