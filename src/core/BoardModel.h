@@ -4,6 +4,7 @@
 #include "Bucket.h"
 #include "EnhancedDraft.h"
 #include "IsoCalendar.h"
+#include "TaskClassifier.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -76,7 +77,8 @@ public:
     void handleReorder(const QUuid& taskId, Bucket to, std::optional<QUuid> beforeId);
 
 signals:
-    // The column lists may have changed (a record, `now` or the selection).
+    // The column lists may have changed (a record, `now` or the selection). Sent once after
+    // the lists were last read, however many changes follow before the next read.
     void boardChanged();
     void categoriesChanged();
     void selectedCategoryIdChanged();
@@ -85,9 +87,16 @@ signals:
     void completingIdsChanged();
 
 private:
+    void onTaskInserted(TaskItem* task);
+    void onTaskRemoved(TaskItem* task);
+    void onTaskChanged(TaskItem* task);
+    void onCategoryRemoved(TaskCategory* category);
     void invalidateTasks();
     void invalidateCategories();
     void invalidateGroups();
+    void notifyBoardChanged();
+    [[nodiscard]] const TaskClassifier::Moment& moment() const;
+    [[nodiscard]] bool isOurs(const TaskItem* task) const;
     void play(AppSound sound);
     [[nodiscard]] TaskCategory* categoryById(std::optional<QUuid> id) const;
     [[nodiscard]] qint64 nextTaskSortIndex() const;
@@ -107,8 +116,14 @@ private:
     // Derived lists, rebuilt lazily after a change.
     mutable QList<TaskItem*> m_allTasks;
     mutable bool m_allTasksValid = false;
+    // A field changed: the order may be off, but the members are the same.
+    mutable bool m_allTasksOrderDirty = false;
     mutable QList<TaskCategory*> m_categories;
     mutable bool m_categoriesValid = false;
     mutable QHash<Bucket, QList<TaskItem*>> m_grouped;
     mutable bool m_groupedValid = false;
+    mutable std::optional<TaskClassifier::Moment> m_moment;
+    // Someone read the lists since boardChanged was last emitted; a burst of record changes
+    // with no reader in between then costs one signal, not one per field.
+    mutable bool m_boardRead = false;
 };
