@@ -33,6 +33,12 @@ std::optional<qint64> toOptional(const QVariant& value) {
     return value.toLongLong();
 }
 
+// QSQLITE binds a null QString as NULL, which INSERT OR REPLACE turns into the column's
+// default: an empty colour would come back as the default colour.
+QVariant textValue(const QString& text) {
+    return text.isNull() ? QVariant(QStringLiteral("")) : QVariant(text);
+}
+
 QString idText(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces);
 }
@@ -380,8 +386,8 @@ bool ModelContext::save(QString* error) {
 
     auto writeCategory = [&](TaskCategory* category) {
         upsertCategory.addBindValue(idText(category->m_id));
-        upsertCategory.addBindValue(category->m_name);
-        upsertCategory.addBindValue(category->m_colorHex);
+        upsertCategory.addBindValue(textValue(category->m_name));
+        upsertCategory.addBindValue(textValue(category->m_colorHex));
         upsertCategory.addBindValue(category->m_sortIndex);
         upsertCategory.addBindValue(fromDate(category->m_createdAt));
         if (!upsertCategory.exec()) {
@@ -393,8 +399,8 @@ bool ModelContext::save(QString* error) {
 
     auto writeTask = [&](TaskItem* task) {
         upsertTask.addBindValue(idText(task->m_id));
-        upsertTask.addBindValue(task->m_title);
-        upsertTask.addBindValue(task->m_note);
+        upsertTask.addBindValue(textValue(task->m_title));
+        upsertTask.addBindValue(textValue(task->m_note));
         upsertTask.addBindValue(task->m_noteData.isEmpty()
                                     ? QVariant(QMetaType(QMetaType::QByteArray))
                                     : QVariant(task->m_noteData));
@@ -471,7 +477,8 @@ QList<RecordChange> ModelContext::pendingChanges() const {
     QSqlQuery query(d->db);
     query.setForwardOnly(true);
     if (!query.exec(QStringLiteral(
-            "SELECT seq, kind, record_id, deleted FROM pending_changes ORDER BY seq")))
+            "SELECT seq, kind, record_id, deleted FROM pending_changes WHERE record_id <> ''"
+            " ORDER BY seq")))
         return changes;
     while (query.next()) {
         RecordChange change;
@@ -485,8 +492,22 @@ QList<RecordChange> ModelContext::pendingChanges() const {
 }
 
 bool ModelContext::acknowledgeChanges(qint64 upToSeq) {
-    QSqlQuery query(d->db);
-    query.prepare(QStringLiteral("DELETE FROM pending_changes WHERE seq <= ?"));
+    // The highest number handed out stays on disk in a row with no record id, so that numbering
+    // carries on after a reopen even when every change was acknowledged: a number used twice
+    // would let an old acknowledgement swallow a change that was never uploaded.
+    QSqlDatabase& db = d->db;
+    if (!db.transaction())
+        return false;
+    QSqlQuery mark(db);
+    mark.prepare(QStringLiteral("INSERT OR REPLACE INTO pending_changes (record_id, kind, deleted,"
+                                " seq) VALUES ('', 0, 0, ?)"));
+    mark.addBindValue(d->lastChangeSeq);
+    QSqlQuery query(db);
+    query.prepare(QStringLiteral("DELETE FROM pending_changes WHERE seq <= ? AND record_id <> ''"));
     query.addBindValue(upToSeq);
-    return query.exec();
+    if (!mark.exec() || !query.exec() || !db.commit()) {
+        db.rollback();
+        return false;
+    }
+    return true;
 }
