@@ -1,0 +1,116 @@
+#include "ReminderScheduler.h"
+
+#include "Clock.h"
+#include "ModelContext.h"
+#include "NotificationCenter.h"
+#include "TaskCategory.h"
+#include "TaskItem.h"
+
+#include <QSet>
+
+ReminderScheduler::ReminderScheduler(NotificationCenter& center, const Clock& clock,
+                                     QObject* parent)
+    : QObject(parent)
+    , m_center(center)
+    , m_clock(clock) {}
+
+NotificationCategory ReminderScheduler::category() {
+    return NotificationCategory{
+        categoryId,
+        {
+            {Action::complete, QStringLiteral("完成")},
+            {Action::snooze10m, QStringLiteral("10 分钟后提醒")},
+            {Action::snooze1h, QStringLiteral("1 小时后提醒")},
+            {Action::snoozeEvening, QStringLiteral("今晚")},
+            {Action::snoozeTomorrow, QStringLiteral("明天")},
+        },
+    };
+}
+
+QString ReminderScheduler::identifier(const QUuid& taskId) {
+    return taskId.toString(QUuid::WithoutBraces).toUpper();
+}
+
+QDateTime ReminderScheduler::triggerMoment(const QDateTime& reminderAt) {
+    // Cut back to the local minute by subtracting, so a moment in the repeated hour of a
+    // daylight saving change keeps its own offset.
+    const QTime local = reminderAt.toLocalTime().time();
+    return reminderAt.addMSecs(-(local.second() * 1000 + local.msec())).toUTC();
+}
+
+NotificationRequest ReminderScheduler::makeRequest(const TaskItem& task) {
+    NotificationRequest request;
+    request.identifier = identifier(task.id());
+    request.title = task.title().trimmed();
+    if (request.title.isEmpty())
+        request.title = untitled;
+    if (const TaskCategory* list = task.category())
+        request.body = list->name();
+    request.categoryIdentifier = categoryId;
+    request.userInfo = {{taskIdKey, request.identifier}};
+    request.trigger = triggerMoment(task.reminderAt());
+    return request;
+}
+
+void ReminderScheduler::registerCategories() {
+    m_center.setNotificationCategories({category()});
+}
+
+quint64 ReminderScheduler::beginSync(const QString& identifier) {
+    const quint64 serial = ++m_syncCounter;
+    m_latestSync.insert(identifier, serial);
+    return serial;
+}
+
+void ReminderScheduler::sync(TaskItem* task) {
+    if (!task)
+        return;
+    const QDateTime reminderAt = task->reminderAt();
+    if (!reminderAt.isValid() || task->completed() || reminderAt <= m_clock.now()) {
+        cancel(task->id());
+        return;
+    }
+
+    // Copied now: the record may change or go before permission is answered.
+    const NotificationRequest request = makeRequest(*task);
+    const quint64 serial = beginSync(request.identifier);
+    requestAuthorizationIfNeeded(this, [this, request, serial](bool granted) {
+        if (m_latestSync.value(request.identifier) != serial)
+            return; // a newer sync of this task decides
+        m_latestSync.remove(request.identifier);
+        if (!granted)
+            return; // an older pending request stays, as nothing new may replace it
+        m_center.add(request);
+    });
+}
+
+void ReminderScheduler::cancel(const QUuid& taskId) {
+    const QString id = identifier(taskId);
+    // Also overtakes a schedule of this task still waiting for permission.
+    m_latestSync.remove(id);
+    m_center.removePending({id});
+}
+
+void ReminderScheduler::syncAll(const ModelContext& context) {
+    QSet<QUuid> taskIds;
+    taskIds.reserve(context.tasks().size());
+    for (TaskItem* task : context.tasks()) {
+        taskIds.insert(task->id());
+        if (task->reminderAt().isValid())
+            sync(task);
+    }
+
+    QStringList gone;
+    for (const NotificationRequest& request : m_center.pendingRequests()) {
+        const QUuid id = QUuid::fromString(request.identifier);
+        if (!id.isNull() && !taskIds.contains(id))
+            gone.append(request.identifier);
+    }
+    if (!gone.isEmpty())
+        m_center.removePending(gone);
+}
+
+void ReminderScheduler::requestAuthorizationIfNeeded(QObject* context,
+                                                     std::function<void(bool granted)> answer) {
+    m_center.requestAuthorization(context, std::move(answer));
+}
