@@ -1,0 +1,352 @@
+#include "ModelContext.h"
+#include "Notifications.h"
+#include "TaskCategory.h"
+#include "TaskItem.h"
+#include "TavikPersistence.h"
+
+#include <QSignalSpy>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <limits>
+
+namespace {
+
+const QDateTime kNow = QDateTime(QDate(2025, 6, 2), QTime(8, 0), Qt::UTC);
+const QString kCategory = QStringLiteral("dev.orlen.tavik.persistence");
+
+// How the store is made to refuse writes. None of them relies on file permissions, which
+// don't stop root and don't reach a file SQLite already holds open anyway.
+enum class Failure {
+    readOnly, // the context's own connection turned read-only, as on a read-only disk
+    locked,   // another connection holds the write lock past the busy timeout
+    refused,  // a trigger aborts task writes, after the list writes of the same save went in
+};
+
+struct LogLine {
+    QtMsgType type;
+    QString message;
+};
+
+QList<LogLine> s_lines;
+QtMessageHandler s_previousHandler = nullptr;
+
+void captureHandler(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    if (context.category && kCategory == QLatin1String(context.category)) {
+        s_lines.append({type, message});
+        return;
+    }
+    s_previousHandler(type, context, message);
+}
+
+// A second connection to the store file that makes the running context's saves fail.
+class StoreBlocker {
+public:
+    StoreBlocker(const QString& path, Failure failure)
+        : m_path(path)
+        , m_failure(failure) {
+        m_db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
+        m_db.setDatabaseName(path);
+        m_db.open();
+    }
+
+    ~StoreBlocker() {
+        unblock();
+        m_db.close();
+        m_db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(m_name);
+    }
+
+    bool block() {
+        switch (m_failure) {
+        case Failure::readOnly:
+            return exec(contextConnection(), QStringLiteral("PRAGMA query_only = ON"));
+        case Failure::locked:
+            return exec(m_db, QStringLiteral("BEGIN EXCLUSIVE"));
+        case Failure::refused:
+            for (const char* event : {"INSERT", "UPDATE", "DELETE"}) {
+                if (!exec(m_db, QStringLiteral("CREATE TRIGGER refuse_%1 BEFORE %1 ON tasks"
+                                               " BEGIN SELECT RAISE(ABORT, 'writes refused'); END")
+                                    .arg(QLatin1String(event))))
+                    return false;
+            }
+            return true;
+        }
+        return false;
+    }
+
+    bool unblock() {
+        switch (m_failure) {
+        case Failure::readOnly:
+            return exec(contextConnection(), QStringLiteral("PRAGMA query_only = OFF"));
+        case Failure::locked:
+            return !m_locked || exec(m_db, QStringLiteral("ROLLBACK"));
+        case Failure::refused:
+            for (const char* event : {"INSERT", "UPDATE", "DELETE"}) {
+                if (!exec(m_db, QStringLiteral("DROP TRIGGER IF EXISTS refuse_%1")
+                                    .arg(QLatin1String(event))))
+                    return false;
+            }
+            return true;
+        }
+        return false;
+    }
+
+    // What the file holds, read past the context.
+    QString taskTitle(const QUuid& id) { return column("tasks", "title", id).toString(); }
+    QString categoryName(const QUuid& id) { return column("categories", "name", id).toString(); }
+
+private:
+    // The context's connection is registered with Qt SQL under a name of its own.
+    QSqlDatabase contextConnection() const {
+        for (const QString& name : QSqlDatabase::connectionNames()) {
+            QSqlDatabase db = QSqlDatabase::database(name, false);
+            if (name != m_name && db.databaseName() == m_path && db.isOpen())
+                return db;
+        }
+        return {};
+    }
+
+    bool exec(QSqlDatabase db, const QString& sql) {
+        QSqlQuery query(db);
+        if (!query.exec(sql)) {
+            qWarning("%s: %s", qPrintable(sql), qPrintable(query.lastError().text()));
+            return false;
+        }
+        if (sql.startsWith(QLatin1String("BEGIN")))
+            m_locked = true;
+        if (sql == QLatin1String("ROLLBACK"))
+            m_locked = false;
+        return true;
+    }
+
+    QVariant column(const char* table, const char* name, const QUuid& id) {
+        QSqlQuery query(m_db);
+        query.prepare(QStringLiteral("SELECT %1 FROM %2 WHERE id = ?")
+                          .arg(QLatin1String(name), QLatin1String(table)));
+        query.addBindValue(id.toString(QUuid::WithoutBraces));
+        if (!query.exec() || !query.next())
+            return {};
+        return query.value(0);
+    }
+
+    const QString m_name = QStringLiteral("blocker");
+    QString m_path;
+    Failure m_failure;
+    QSqlDatabase m_db;
+    bool m_locked = false;
+};
+
+} // namespace
+
+Q_DECLARE_METATYPE(Failure)
+
+class TestTavikPersistence : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+    void cleanup();
+
+    void failingSavesAnnounceOncePerRun_data();
+    void failingSavesAnnounceOncePerRun();
+    void actionComesFirstAndIsTakenLiterally_data();
+    void actionComesFirstAndIsTakenLiterally();
+    void nothingToSaveIsQuiet();
+
+private:
+    [[nodiscard]] QString storePath() const { return m_dir->filePath(QStringLiteral("t.store")); }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ModelContext> m_context;
+    TaskCategory* m_list = nullptr;
+    TaskItem* m_first = nullptr;
+    TaskItem* m_second = nullptr;
+};
+
+void TestTavikPersistence::initTestCase() {
+    QStandardPaths::setTestModeEnabled(true);
+    s_previousHandler = qInstallMessageHandler(captureHandler);
+}
+
+void TestTavikPersistence::cleanupTestCase() {
+    qInstallMessageHandler(s_previousHandler);
+}
+
+void TestTavikPersistence::init() {
+    TavikPersistence::resetForTesting();
+    s_lines.clear();
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    QString error;
+    m_context = ModelContext::open(storePath(), &error);
+    QVERIFY2(m_context, qPrintable(error));
+    m_list = new TaskCategory(QStringLiteral("工作"), QStringLiteral("FF6B6B"), 0, kNow);
+    m_first = new TaskItem(QStringLiteral("first"), 2, kNow);
+    m_second = new TaskItem(QStringLiteral("second"), 1, kNow);
+    m_first->setCategory(m_list);
+    m_context->insert(m_list);
+    m_context->insert(m_first);
+    m_context->insert(m_second);
+    QVERIFY(m_context->save());
+}
+
+void TestTavikPersistence::cleanup() {
+    m_context.reset();
+    m_dir.reset();
+    TavikPersistence::resetForTesting();
+}
+
+void TestTavikPersistence::failingSavesAnnounceOncePerRun_data() {
+    QTest::addColumn<Failure>("failure");
+    QTest::addColumn<QString>("errorFragment");
+
+    QTest::newRow("read-only") << Failure::readOnly << QStringLiteral("readonly");
+    QTest::newRow("locked") << Failure::locked << QStringLiteral("locked");
+    QTest::newRow("refused mid-save") << Failure::refused << QStringLiteral("writes refused");
+}
+
+void TestTavikPersistence::failingSavesAnnounceOncePerRun() {
+    QFETCH(Failure, failure);
+    QFETCH(QString, errorFragment);
+    const QString action = QStringLiteral("tasksChanged");
+
+    NotificationHub hub;
+    QSignalSpy posted(&hub, &NotificationHub::posted);
+    StoreBlocker blocker(storePath(), failure);
+    QVERIFY(blocker.block());
+
+    // First failure: one notification, one error line, nothing lost, nothing half-written.
+    m_list->setName(QStringLiteral("renamed"));
+    m_first->setTitle(QStringLiteral("first, edited"));
+    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+    QVERIFY(TavikPersistence::isFailing());
+    QVERIFY(m_context->hasChanges());
+    QCOMPARE(posted.size(), 1);
+    QCOMPARE(posted.at(0).at(0).toString(), TavikNotification::saveFailed);
+    const QVariantMap info = posted.at(0).at(1).toMap();
+    QCOMPARE(info.keys(), (QStringList{QStringLiteral("action"), QStringLiteral("error")}));
+    QCOMPARE(info.value(QStringLiteral("action")).typeId(), QMetaType::QString);
+    QCOMPARE(info.value(QStringLiteral("action")).toString(), action);
+    QCOMPARE(info.value(QStringLiteral("error")).typeId(), QMetaType::QString);
+    const QString error = info.value(QStringLiteral("error")).toString();
+    QVERIFY2(error.contains(errorFragment, Qt::CaseInsensitive), qPrintable(error));
+    QCOMPARE(s_lines.size(), 1);
+    QVERIFY(s_lines.at(0).type == QtWarningMsg || s_lines.at(0).type == QtCriticalMsg);
+    QCOMPARE(s_lines.at(0).message, QStringLiteral("save FAILED after tasksChanged: ") + error);
+    QCOMPARE(blocker.taskTitle(m_first->id()), QStringLiteral("first"));
+    QCOMPARE(blocker.categoryName(m_list->id()), QStringLiteral("工作"));
+
+    // Second failure in the same run: a line, no notification.
+    m_second->setSortIndex(std::numeric_limits<qint64>::max());
+    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+    QCOMPARE(posted.size(), 1);
+    QCOMPARE(s_lines.size(), 2);
+    QVERIFY(s_lines.at(1).message.startsWith(QStringLiteral("save FAILED after tasksChanged: ")));
+
+    // Writable again: the next save writes everything from both failed attempts.
+    QVERIFY(blocker.unblock());
+    QVERIFY(TavikPersistence::save(*m_context, action, hub));
+    QVERIFY(!TavikPersistence::isFailing());
+    QVERIFY(!m_context->hasChanges());
+    QCOMPARE(posted.size(), 1);
+    QCOMPARE(s_lines.size(), 3);
+    QCOMPARE(s_lines.at(2).type, QtInfoMsg);
+    QCOMPARE(s_lines.at(2).message, QStringLiteral("save recovered after tasksChanged"));
+    {
+        QString openError;
+        auto reopened = ModelContext::open(storePath(), &openError);
+        QVERIFY2(reopened, qPrintable(openError));
+        QCOMPARE(reopened->task(m_first->id())->title(), QStringLiteral("first, edited"));
+        QCOMPARE(reopened->category(m_list->id())->name(), QStringLiteral("renamed"));
+        QCOMPARE(reopened->task(m_second->id())->sortIndex(), std::numeric_limits<qint64>::max());
+    }
+
+    // A success outside a run of failures says nothing.
+    m_second->setTitle(QStringLiteral("second, edited"));
+    QVERIFY(TavikPersistence::save(*m_context, action, hub));
+    QCOMPARE(s_lines.size(), 3);
+
+    // A new failure after the recovery is a new run and is announced again.
+    QVERIFY(blocker.block());
+    m_second->setTitle(QStringLiteral("second, edited again"));
+    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+    QCOMPARE(posted.size(), 2);
+    QCOMPARE(s_lines.size(), 4);
+    QVERIFY(blocker.unblock());
+    QVERIFY(TavikPersistence::save(*m_context, action, hub));
+    QCOMPARE(blocker.taskTitle(m_second->id()), QStringLiteral("second, edited again"));
+}
+
+void TestTavikPersistence::actionComesFirstAndIsTakenLiterally_data() {
+    QTest::addColumn<QString>("action");
+
+    QTest::newRow("plain") << QStringLiteral("reminderDone");
+    QTest::newRow("placeholders") << QStringLiteral("%2 then %1");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("chinese") << QStringLiteral("完成提醒");
+}
+
+void TestTavikPersistence::actionComesFirstAndIsTakenLiterally() {
+    QFETCH(QString, action);
+    NotificationHub hub;
+    QSignalSpy posted(&hub, &NotificationHub::posted);
+    StoreBlocker blocker(storePath(), Failure::refused);
+    QVERIFY(blocker.block());
+
+    m_first->setTitle(QStringLiteral("x"));
+    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+    QCOMPARE(posted.size(), 1);
+    const QVariantMap info = posted.at(0).at(1).toMap();
+    QCOMPARE(info.value(QStringLiteral("action")).toString(), action);
+    const QString error = info.value(QStringLiteral("error")).toString();
+    QCOMPARE(s_lines.size(), 1);
+    QCOMPARE(s_lines.at(0).message,
+             QStringLiteral("save FAILED after ") + action + QStringLiteral(": ") + error);
+
+    QVERIFY(blocker.unblock());
+    QVERIFY(TavikPersistence::save(*m_context, action, hub));
+    QCOMPARE(s_lines.size(), 2);
+    QCOMPARE(s_lines.at(1).message, QStringLiteral("save recovered after ") + action);
+}
+
+void TestTavikPersistence::nothingToSaveIsQuiet() {
+    NotificationHub hub;
+    QSignalSpy posted(&hub, &NotificationHub::posted);
+
+    // Not failing: nothing to write, nothing said.
+    QVERIFY(TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
+    QVERIFY(s_lines.isEmpty());
+
+    {
+        StoreBlocker blocker(storePath(), Failure::refused);
+        QVERIFY(blocker.block());
+        m_first->setTitle(QStringLiteral("x"));
+        QVERIFY(!TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
+        QVERIFY(blocker.unblock());
+    }
+    QCOMPARE(s_lines.size(), 1);
+
+    // A store with nothing to write, while failing: true, silent, and still failing, since
+    // writing nothing proves nothing about the disk.
+    QString error;
+    auto clean = ModelContext::open(m_dir->filePath(QStringLiteral("clean.store")), &error);
+    QVERIFY2(clean, qPrintable(error));
+    QVERIFY(TavikPersistence::save(*clean, QStringLiteral("tasksChanged"), hub));
+    QVERIFY(TavikPersistence::isFailing());
+    QCOMPARE(s_lines.size(), 1);
+    QCOMPARE(posted.size(), 1);
+
+    // The pending change is still there and ends the run.
+    QVERIFY(TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
+    QVERIFY(!TavikPersistence::isFailing());
+    QCOMPARE(s_lines.size(), 2);
+}
+
+QTEST_GUILESS_MAIN(TestTavikPersistence)
+#include "tst_tavikpersistence.moc"
