@@ -1,0 +1,363 @@
+#include "CommandLine.h"
+
+#include "BoardArchive.h"
+#include "BoardModel.h"
+#include "Bucket.h"
+#include "Clock.h"
+#include "DemoData.h"
+#include "IsoCalendar.h"
+#include "ModelContainer.h"
+#include "Notifications.h"
+#include "Preferences.h"
+#include "TaskCategory.h"
+#include "TaskItem.h"
+#include "TavikContainer.h"
+#include "TodayOpenCount.h"
+
+#include <QCommandLineParser>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <cstdio>
+
+namespace CommandLine {
+
+namespace {
+
+enum ExitCode { success = 0, failure = 1, usage = 2 };
+
+const QString kList = QStringLiteral("list");
+const QString kJson = QStringLiteral("json");
+const QString kCountToday = QStringLiteral("count-today");
+const QString kExport = QStringLiteral("export");
+const QString kImport = QStringLiteral("import");
+const QString kSeedDemo = QStringLiteral("seed-demo");
+const QString kAt = QStringLiteral("at");
+const QString kHelp = QStringLiteral("help");
+
+void print(FILE* stream, const QString& text) {
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+}
+
+int usageError(const QString& message) {
+    print(stderr, QStringLiteral("tavik: %1\nTry 'tavik --help'.\n").arg(message));
+    return usage;
+}
+
+int failed(const QString& message) {
+    print(stderr, QStringLiteral("tavik: %1\n").arg(message));
+    return failure;
+}
+
+// The application has no mode without a store: the same stop as at launch.
+int containerFailed(const QString& reason) {
+    print(stderr, QStringLiteral("Failed to create ModelContainer: %1\n").arg(reason));
+    return failure;
+}
+
+// What a reading command looks at.
+struct ReadStore {
+    std::unique_ptr<ModelContainer> container;
+    QString error;
+};
+
+// The store a reading command shows. The real store is opened only when it exists: a board
+// that was never saved is empty, and reading it must not create a file or a folder.
+ReadStore openForReading(bool demo, const QDateTime& now) {
+    ReadStore store;
+    if (demo) {
+        store.container = TavikContainer::createDemo(&store.error);
+        if (store.container)
+            DemoData::seedIfEmpty(store.container->mainContext(), now);
+        return store;
+    }
+    const QString dataDir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    if (QFileInfo(dataDir).isDir() && QFileInfo::exists(TavikContainer::realStorePath())) {
+        store.container = TavikContainer::create(false, &store.error);
+        return store;
+    }
+    if (auto empty = ModelContext::open(QStringLiteral(":memory:"), &store.error))
+        store.container = std::make_unique<ModelContainer>(std::move(empty));
+    return store;
+}
+
+QString dayText(const QDateTime& day, const IsoCalendar& calendar) {
+    return calendar.localDate(day).toString(Qt::ISODate);
+}
+
+// "15:00" on the task's own day, the full local date and time otherwise.
+QString reminderText(const TaskItem& task, const IsoCalendar& calendar) {
+    const QDateTime local = task.reminderAt().toLocalTime();
+    if (task.dueDate().isValid() && calendar.isSameDay(task.dueDate(), task.reminderAt()))
+        return local.toString(QStringLiteral("HH:mm"));
+    return local.toString(QStringLiteral("yyyy-MM-dd HH:mm"));
+}
+
+QString taskLine(const TaskItem& task, const IsoCalendar& calendar) {
+    QString line = QStringLiteral("  ") + task.title();
+    if (task.category())
+        line += QStringLiteral("  list ") + task.category()->name();
+    if (task.dueDate().isValid())
+        line += QStringLiteral("  day ") + dayText(task.dueDate(), calendar);
+    if (task.reminderAt().isValid())
+        line += QStringLiteral("  reminder ") + reminderText(task, calendar);
+    return line + QLatin1Char('\n');
+}
+
+QJsonObject taskJson(const TaskItem& task) {
+    const TaskCategory* category = task.category();
+    return QJsonObject{
+        {QStringLiteral("id"), task.id().toString(QUuid::WithoutBraces)},
+        {QStringLiteral("title"), task.title()},
+        {QStringLiteral("list"), category ? QJsonValue(category->name()) : QJsonValue::Null},
+        {QStringLiteral("listId"),
+         category ? QJsonValue(category->id().toString(QUuid::WithoutBraces)) : QJsonValue::Null},
+        {QStringLiteral("dueDate"), BoardArchive::momentValue(task.dueDate())},
+        {QStringLiteral("reminderAt"), BoardArchive::momentValue(task.reminderAt())},
+        {QStringLiteral("completed"), task.completed()},
+        {QStringLiteral("sortIndex"), QString::number(task.sortIndex())},
+    };
+}
+
+int listBoard(ModelContext& context, const QDateTime& now, std::optional<Bucket> only, bool json) {
+    const ManualClock boardClock(now);
+    NotificationHub hub;
+    Preferences preferences;
+    // The board's own grouping and order. `grouped` is not narrowed to the selected list,
+    // which is what a command line wants: it has no list strip.
+    const BoardModel board(context, preferences, boardClock, hub);
+    const IsoCalendar calendar;
+
+    QString text;
+    QJsonArray columns;
+    for (Bucket bucket : BucketInfo::allCases) {
+        if (only && *only != bucket)
+            continue;
+        const QList<TaskItem*> tasks = board.grouped().value(bucket);
+        if (json) {
+            QJsonArray taskArray;
+            for (const TaskItem* task : tasks)
+                taskArray.append(taskJson(*task));
+            columns.append(QJsonObject{{QStringLiteral("column"), BucketInfo::rawValue(bucket)},
+                                       {QStringLiteral("title"), BucketInfo::title(bucket)},
+                                       {QStringLiteral("tasks"), taskArray}});
+            continue;
+        }
+        if (!text.isEmpty())
+            text += QLatin1Char('\n');
+        text += QStringLiteral("%1 %2 (%3)\n")
+                    .arg(BucketInfo::rawValue(bucket), BucketInfo::title(bucket))
+                    .arg(tasks.size());
+        for (const TaskItem* task : tasks)
+            text += taskLine(*task, calendar);
+    }
+    if (json) {
+        const QJsonObject root{{QStringLiteral("now"), BoardArchive::momentValue(now)},
+                               {QStringLiteral("columns"), columns}};
+        print(stdout, QString::fromUtf8(QJsonDocument(root).toJson(QJsonDocument::Indented)));
+    } else {
+        print(stdout, text);
+    }
+    return success;
+}
+
+int exportBoard(const ModelContext& context, const QString& path) {
+    const QByteArray document = BoardArchive::write(context);
+    if (path.isEmpty()) {
+        std::fwrite(document.constData(), 1, static_cast<size_t>(document.size()), stdout);
+        return std::fflush(stdout) == 0 ? success : failed(QStringLiteral("cannot write"));
+    }
+    // All or nothing: a backup cut short must not replace an older good one.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(document) != document.size() ||
+        !file.commit())
+        return failed(QStringLiteral("cannot write %1: %2").arg(path, file.errorString()));
+    return success;
+}
+
+int importBoard(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return failed(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+    QString error;
+    // The whole file is checked before the store is even opened, so a bad file creates
+    // nothing.
+    std::optional<BoardArchive::Records> records = BoardArchive::read(file.readAll(), &error);
+    if (!records)
+        return failed(QStringLiteral("%1 is not a Tavik backup: %2").arg(path, error));
+
+    std::unique_ptr<ModelContainer> container = TavikContainer::create(false, &error);
+    if (!container)
+        return containerFailed(error);
+    const auto lists = records->categories.size();
+    const auto tasks = records->tasks.size();
+    if (!BoardArchive::restore(container->mainContext(), std::move(*records), &error))
+        return failed(QStringLiteral("import refused: %1").arg(error));
+    print(stdout, QStringLiteral("Imported %1 lists and %2 tasks into %3\n")
+                      .arg(lists)
+                      .arg(tasks)
+                      .arg(container->path()));
+    return success;
+}
+
+std::optional<QDateTime> parseMoment(const QString& text) {
+    QDateTime moment = QDateTime::fromString(text, Qt::ISODateWithMs);
+    if (!moment.isValid()) {
+        const QDate day = QDate::fromString(text, Qt::ISODate);
+        if (!day.isValid())
+            return std::nullopt;
+        moment = day.startOfDay();
+    }
+    return moment.toUTC();
+}
+
+} // namespace
+
+bool isCommand(const QStringList& arguments) {
+    static const QStringList switches{QStringLiteral("--list"),        QStringLiteral("--json"),
+                                      QStringLiteral("--count-today"), QStringLiteral("--export"),
+                                      QStringLiteral("--import"),      QStringLiteral("--at"),
+                                      QStringLiteral("--help"),        QStringLiteral("-h")};
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString name = arguments.at(i).section(QLatin1Char('='), 0, 0);
+        if (switches.contains(name))
+            return true;
+    }
+    return false;
+}
+
+QStringList todayListArguments(const QStringList& arguments) {
+    QStringList command{arguments.value(0, QStringLiteral("tavik")), QStringLiteral("--list"),
+                        QStringLiteral("today")};
+    if (arguments.contains(QStringLiteral("--seed-demo")))
+        command << QStringLiteral("--seed-demo");
+    return command;
+}
+
+QString helpText() {
+    return QStringLiteral(
+        "Usage: tavik [--seed-demo] [COMMAND]\n"
+        "\n"
+        "Tavik is a personal to-do board. Without a command it shows today's board.\n"
+        "\n"
+        "Commands:\n"
+        "  --list [COLUMN] [--json]  Print the board as it stands now: the columns later,\n"
+        "                            thisWeek and today, then the done list, or only the\n"
+        "                            named COLUMN (later, thisWeek, today or done). Tasks\n"
+        "                            come in board order (larger sortIndex first), each\n"
+        "                            with its title, list, day and reminder. The later\n"
+        "                            column is NOT narrowed to the list selected on the\n"
+        "                            board: it shows the tasks of every list.\n"
+        "  --count-today             Print the number of open tasks in today, the count\n"
+        "                            the tray shows.\n"
+        "  --export [FILE]           Write every list and task, with every field, as JSON\n"
+        "                            to FILE, or to standard output.\n"
+        "  --import FILE             Restore such a JSON backup into an empty store. A store\n"
+        "                            that holds records, or a file that is not a valid\n"
+        "                            backup, is refused and nothing changes.\n"
+        "  -h, --help                Show this text.\n"
+        "\n"
+        "Options:\n"
+        "  --json                    With --list: JSON, dates in ISO 8601 with offset.\n"
+        "  --seed-demo               Use the demo store instead of the real one and fill it\n"
+        "                            with the demo board first if it has no task. Not with\n"
+        "                            --import.\n"
+        "  --at MOMENT               Take MOMENT (ISO 8601, e.g. 2026-11-24T09:00 or\n"
+        "                            2026-11-24T09:00+01:00) as now instead of the clock.\n"
+        "\n"
+        "--list, --count-today and --export only read the store; they never write it\n"
+        "(--seed-demo does fill an empty demo store).\n"
+        "\n"
+        "Exit status: 0 on success, 1 when the store or a file can't be read or written or\n"
+        "an import is refused, 2 for wrong usage.\n");
+}
+
+int run(const QStringList& arguments, const Clock& clock) {
+    QCommandLineParser parser;
+    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
+    parser.addOptions({
+        {kList, {}},
+        {kJson, {}},
+        {kCountToday, {}},
+        {kExport, {}},
+        {kImport, {}},
+        {kSeedDemo, {}},
+        {kAt, {}, QStringLiteral("moment")},
+        {{QStringLiteral("h"), kHelp}, {}},
+    });
+    if (!parser.parse(arguments))
+        return usageError(parser.errorText());
+
+    if (parser.isSet(kHelp)) {
+        print(stdout, helpText());
+        return success;
+    }
+
+    const QStringList commands = [&] {
+        QStringList set;
+        for (const QString& name : {kList, kCountToday, kExport, kImport}) {
+            if (parser.isSet(name))
+                set << QStringLiteral("--") + name;
+        }
+        return set;
+    }();
+    if (commands.size() > 1)
+        return usageError(QStringLiteral("choose one command, not %1").arg(commands.join(u' ')));
+    if (parser.isSet(kJson) && !parser.isSet(kList))
+        return usageError(QStringLiteral("--json goes with --list only"));
+    if (commands.isEmpty())
+        return usageError(
+            QStringLiteral("no command given (--list, --count-today, --export or --import)"));
+    const QString command = commands.first().mid(2);
+    const QStringList positional = parser.positionalArguments();
+    const bool demo = parser.isSet(kSeedDemo);
+
+    if (command == kImport && (demo || parser.isSet(kAt)))
+        return usageError(QStringLiteral("--import takes neither --seed-demo nor --at"));
+
+    QDateTime now = clock.now();
+    if (parser.isSet(kAt)) {
+        const std::optional<QDateTime> moment = parseMoment(parser.value(kAt));
+        if (!moment)
+            return usageError(
+                QStringLiteral("--at wants an ISO 8601 moment, not \"%1\"").arg(parser.value(kAt)));
+        now = *moment;
+    }
+
+    if (command == kImport) {
+        if (positional.size() != 1)
+            return usageError(QStringLiteral("--import takes exactly one FILE"));
+        return importBoard(positional.first());
+    }
+
+    std::optional<Bucket> column;
+    if (command == kList && !positional.isEmpty()) {
+        column = BucketInfo::fromRawValue(positional.first());
+        if (!column || positional.size() > 1)
+            return usageError(QStringLiteral("--list takes one of later, thisWeek, today, done"));
+    }
+    if (command == kCountToday && !positional.isEmpty())
+        return usageError(QStringLiteral("--count-today takes no argument"));
+    if (command == kExport && positional.size() > 1)
+        return usageError(QStringLiteral("--export takes at most one FILE"));
+
+    ReadStore store = openForReading(demo, now);
+    if (!store.container)
+        return containerFailed(store.error);
+    ModelContext& context = store.container->mainContext();
+
+    if (command == kList)
+        return listBoard(context, now, column, parser.isSet(kJson));
+    if (command == kCountToday) {
+        print(stdout, QStringLiteral("%1\n").arg(todayOpenCount(context, now)));
+        return success;
+    }
+    return exportBoard(context, positional.value(0));
+}
+
+} // namespace CommandLine
