@@ -245,8 +245,11 @@ void NotificationCenter::save() {
     for (const NotificationRequest& request : pendingRequests())
         pending.append(request.toJson());
     QJsonArray undelivered;
-    for (const Outgoing& entry : std::as_const(m_outbox))
-        undelivered.append(entry.request.toJson());
+    for (const Outgoing& entry : std::as_const(m_outbox)) {
+        // Sent ones are left out: a quit before the server's reply must not show them twice.
+        if (!entry.inFlight)
+            undelivered.append(entry.request.toJson());
+    }
     const QJsonObject root{
         {versionKey, storeVersion}, {pendingKey, pending}, {undeliveredKey, undelivered}};
 
@@ -373,6 +376,7 @@ QStringList NotificationCenter::actionList(const QString& categoryIdentifier) co
 
 void NotificationCenter::send(Outgoing& entry) {
     entry.inFlight = true;
+    markDirty();
     const NotificationRequest& request = entry.request;
 
     // A new notification for a task replaces the one still on screen, as a re-delivered
@@ -417,6 +421,7 @@ void NotificationCenter::onNotifyFinished(quint64 serial, QDBusPendingCallWatche
             // Kept for the next server; by then it will be late.
             it->inFlight = false;
             it->late = true;
+            markDirty();
             qCInfo(lcReminders) << "notification server gone; keeping" << it->request.identifier;
         } else {
             qCWarning(lcReminders) << "notification refused:" << reply.error().message();

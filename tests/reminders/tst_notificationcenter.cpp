@@ -1,0 +1,362 @@
+#include "Clock.h"
+#include "NotificationCenter.h"
+#include "ReminderTestSupport.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace ReminderTest;
+
+namespace {
+const QDateTime start = local(2024, 5, 14, 10, 0);
+
+NotificationRequest request(const QString& identifier, const QDateTime& trigger,
+                            const QString& body = QStringLiteral("工作")) {
+    return NotificationRequest{identifier,
+                               QStringLiteral("写周报"),
+                               body,
+                               QStringLiteral("CAT"),
+                               {{QStringLiteral("taskId"), identifier}},
+                               trigger};
+}
+
+const NotificationCategory category{
+    QStringLiteral("CAT"),
+    {{QStringLiteral("ONE"), QStringLiteral("一")}, {QStringLiteral("TWO"), QStringLiteral("二")}}};
+} // namespace
+
+class tst_NotificationCenter : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void deliversAtItsMoment();
+    void timerFiresOnTheWallClock();
+    void addReplacesTheSameIdentifier();
+    void restartBeforeTheMomentFiresOnce();
+    void restartAfterTheMomentDeliversLateOnce_data();
+    void restartAfterTheMomentDeliversLateOnce();
+    void unreadableStoreIsKeptAside();
+    void malformedEntriesAreSkipped();
+    void serverAnswers_data();
+    void serverAnswers();
+    void serverMissingAtTheMomentLosesNothing();
+    void wakeFromSleepRechecks();
+
+private:
+    [[nodiscard]] std::unique_ptr<NotificationCenter> makeCenter(const Clock& clock) {
+        auto center = std::make_unique<NotificationCenter>(clock, m_desktop->options(storePath()));
+        center->setNotificationCategories({category});
+        return center;
+    }
+    [[nodiscard]] QString storePath() const {
+        return m_dir->filePath(QStringLiteral("pending-notifications.json"));
+    }
+    // Delivers one request and answers its notification id.
+    uint deliver(NotificationCenter& center, ManualClock& clock, const QString& identifier);
+
+    std::unique_ptr<Desktop> m_desktop;
+    std::unique_ptr<QTemporaryDir> m_dir;
+};
+
+void tst_NotificationCenter::initTestCase() {
+    QStandardPaths::setTestModeEnabled(true);
+    m_desktop = std::make_unique<Desktop>();
+    QVERIFY(m_desktop->bus.isValid());
+    QVERIFY(m_desktop->server->start());
+}
+
+void tst_NotificationCenter::init() {
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    if (!m_desktop->server->isOwned())
+        QVERIFY(m_desktop->server->start());
+    m_desktop->server->clearCalls();
+}
+
+void tst_NotificationCenter::cleanup() {
+    QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon was started by a call");
+}
+
+uint tst_NotificationCenter::deliver(NotificationCenter& center, ManualClock& clock,
+                                     const QString& identifier) {
+    QSignalSpy delivered(&center, &NotificationCenter::notificationDelivered);
+    center.add(request(identifier, clock.now().addSecs(60)));
+    clock.advance(60 * 1000);
+    center.checkDue();
+    if (!delivered.wait(5000))
+        return 0;
+    return delivered.constFirst().at(1).toUInt();
+}
+
+void tst_NotificationCenter::deliversAtItsMoment() {
+    ManualClock clock(start);
+    auto center = makeCenter(clock);
+    const QDateTime moment = start.addSecs(300);
+    center->add(request(QStringLiteral("A"), moment));
+    QCOMPARE(center->nextTrigger(), moment);
+
+    clock.setNow(moment.addMSecs(-1));
+    center->checkDue();
+    QTest::qWait(100);
+    QCOMPARE(m_desktop->notifyCalls().size(), 0);
+    QCOMPARE(center->pendingRequests().size(), 1);
+
+    clock.setNow(moment);
+    center->checkDue();
+    QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+    const QVariantList call = m_desktop->notifyCalls().constFirst();
+    QCOMPARE(call.size(), 8);
+    QCOMPARE(call.at(0).toString(), QStringLiteral("Tavik"));
+    QCOMPARE(call.at(1).toUInt(), 0u);
+    QCOMPARE(call.at(2).toString(), QStringLiteral("dev.orlen.tavik"));
+    QCOMPARE(call.at(3).toString(), QStringLiteral("写周报"));
+    QCOMPARE(call.at(4).toString(), QStringLiteral("工作"));
+    QCOMPARE(call.at(5).toStringList(), QStringList({"ONE", "一", "TWO", "二", "default", ""}));
+    QCOMPARE(call.at(7).toInt(), -1);
+    QVERIFY(center->pendingRequests().isEmpty());
+    QVERIFY(!center->nextTrigger().isValid());
+
+    // Delivered means gone: later checks send nothing more.
+    clock.advance(3600 * 1000);
+    center->checkDue();
+    QTest::qWait(100);
+    QCOMPARE(m_desktop->notifyCalls().size(), 1);
+}
+
+void tst_NotificationCenter::timerFiresOnTheWallClock() {
+    SystemClock clock;
+    NotificationCenter center(clock, m_desktop->options(storePath()));
+    center.add(request(QStringLiteral("A"), clock.now().addMSecs(400)));
+    QCoreApplication::processEvents();
+    QCOMPARE(m_desktop->notifyCalls().size(), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(m_desktop->notifyCalls().size(), 1, 5000);
+}
+
+void tst_NotificationCenter::addReplacesTheSameIdentifier() {
+    ManualClock clock(start);
+    auto center = makeCenter(clock);
+    center->add(request(QStringLiteral("A"), start.addSecs(600)));
+    center->add(request(QStringLiteral("B"), start.addSecs(900)));
+    center->add(request(QStringLiteral("A"), start.addSecs(1200), QStringLiteral("家")));
+
+    const QList<NotificationRequest> pending = center->pendingRequests();
+    QCOMPARE(pending.size(), 2);
+    QCOMPARE(pending.at(0).identifier, QStringLiteral("B"));
+    QCOMPARE(pending.at(1).body, QStringLiteral("家"));
+    QCOMPARE(center->nextTrigger(), start.addSecs(900));
+
+    center->removePending({QStringLiteral("B"), QStringLiteral("nothing")});
+    QCOMPARE(center->pendingRequests().size(), 1);
+    QCOMPARE(center->nextTrigger(), start.addSecs(1200));
+}
+
+void tst_NotificationCenter::restartBeforeTheMomentFiresOnce() {
+    ManualClock clock(start);
+    const QDateTime moment = start.addSecs(3600);
+    makeCenter(clock)->add(request(QStringLiteral("A"), moment));
+
+    clock.setNow(moment.addSecs(-60));
+    {
+        auto center = makeCenter(clock);
+        QCOMPARE(center->pendingRequests(), QList{request(QStringLiteral("A"), moment)});
+        QTRY_COMPARE(center->authorizationStatus(),
+                     NotificationCenter::AuthorizationStatus::authorized);
+        QTest::qWait(100);
+        QCOMPARE(m_desktop->notifyCalls().size(), 0);
+
+        clock.setNow(moment);
+        center->checkDue();
+        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+        QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(), QStringLiteral("工作"));
+    }
+
+    auto again = makeCenter(clock);
+    QTRY_COMPARE(again->authorizationStatus(), NotificationCenter::AuthorizationStatus::authorized);
+    QTest::qWait(100);
+    QVERIFY(again->pendingRequests().isEmpty());
+    QCOMPARE(m_desktop->notifyCalls().size(), 1);
+}
+
+void tst_NotificationCenter::restartAfterTheMomentDeliversLateOnce_data() {
+    QTest::addColumn<QString>("body");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("with a list") << QStringLiteral("工作") << QStringLiteral("工作（错过的提醒）");
+    QTest::newRow("without a list") << QString() << QStringLiteral("（错过的提醒）");
+}
+
+void tst_NotificationCenter::restartAfterTheMomentDeliversLateOnce() {
+    QFETCH(QString, body);
+    QFETCH(QString, shown);
+
+    ManualClock clock(start);
+    const QDateTime moment = start.addSecs(3600);
+    makeCenter(clock)->add(request(QStringLiteral("A"), moment, body));
+
+    clock.setNow(moment.addSecs(7200));
+    {
+        auto center = makeCenter(clock);
+        QVERIFY(center->pendingRequests().isEmpty());
+        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+        QCOMPARE(m_desktop->notifyCalls().constFirst().at(3).toString(), QStringLiteral("写周报"));
+        QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(), shown);
+        QTest::qWait(100);
+    }
+
+    auto again = makeCenter(clock);
+    QTRY_COMPARE(again->authorizationStatus(), NotificationCenter::AuthorizationStatus::authorized);
+    QTest::qWait(100);
+    QCOMPARE(m_desktop->notifyCalls().size(), 1);
+}
+
+void tst_NotificationCenter::unreadableStoreIsKeptAside() {
+    QFile file(storePath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("{\"pending\": [ not json");
+    file.close();
+
+    ManualClock clock(start);
+    {
+        auto center = makeCenter(clock);
+        QVERIFY(center->pendingRequests().isEmpty());
+        center->add(request(QStringLiteral("A"), start.addSecs(600)));
+    }
+    QFile aside(storePath() + QStringLiteral(".corrupt"));
+    QVERIFY(aside.open(QIODevice::ReadOnly));
+    QCOMPARE(aside.readAll(), QByteArray("{\"pending\": [ not json"));
+
+    QCOMPARE(makeCenter(clock)->pendingRequests().size(), 1);
+}
+
+void tst_NotificationCenter::malformedEntriesAreSkipped() {
+    const QJsonObject good = request(QStringLiteral("A"), start.addSecs(600)).toJson();
+    QJsonObject noTrigger = good;
+    noTrigger.insert(QStringLiteral("identifier"), QStringLiteral("B"));
+    noTrigger.insert(QStringLiteral("trigger"), QStringLiteral("someday"));
+    QJsonObject noIdentifier = good;
+    noIdentifier.remove(QStringLiteral("identifier"));
+    const QJsonObject root{{QStringLiteral("pending"), QJsonArray{noTrigger, good, noIdentifier}}};
+
+    QFile file(storePath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QJsonDocument(root).toJson());
+    file.close();
+
+    ManualClock clock(start);
+    auto center = makeCenter(clock);
+    QCOMPARE(center->pendingRequests(), QList{request(QStringLiteral("A"), start.addSecs(600))});
+}
+
+void tst_NotificationCenter::serverAnswers_data() {
+    QTest::addColumn<QString>("signal");
+    QTest::addColumn<bool>("ownNotification");
+    QTest::addColumn<QVariant>("argument");
+    QTest::addColumn<QString>("response"); // empty: none
+
+    QTest::newRow("button") << "action" << true << QVariant("TWO") << "TWO";
+    QTest::newRow("click") << "action" << true << QVariant("default") << "default";
+    QTest::newRow("closed by the user") << "closed" << true << QVariant(2u) << "dismiss";
+    QTest::newRow("expired") << "closed" << true << QVariant(1u) << "";
+    QTest::newRow("closed by a call") << "closed" << true << QVariant(3u) << "";
+    QTest::newRow("undefined reason") << "closed" << true << QVariant(4u) << "";
+    QTest::newRow("someone else's action") << "action" << false << QVariant("TWO") << "";
+    QTest::newRow("someone else's close") << "closed" << false << QVariant(2u) << "";
+}
+
+void tst_NotificationCenter::serverAnswers() {
+    QFETCH(QString, signal);
+    QFETCH(bool, ownNotification);
+    QFETCH(QVariant, argument);
+    QFETCH(QString, response);
+
+    ManualClock clock(start);
+    auto center = makeCenter(clock);
+    const uint tested = deliver(*center, clock, QStringLiteral("TESTED"));
+    const uint sentinel = deliver(*center, clock, QStringLiteral("SENTINEL"));
+    QVERIFY(tested != 0 && sentinel != 0 && tested != sentinel);
+    const uint target = ownNotification ? tested : sentinel + 100;
+
+    QSignalSpy responses(center.get(), &NotificationCenter::responseReceived);
+    // Twice: a notification is answered at most once. The sentinel's answer comes last, as
+    // signals of one sender arrive in order.
+    for (int i = 0; i < 2; ++i) {
+        if (signal == QLatin1String("action"))
+            m_desktop->actionInvoked(target, argument.toString());
+        else
+            m_desktop->notificationClosed(target, argument.toUInt());
+    }
+    m_desktop->actionInvoked(sentinel, QStringLiteral("ONE"));
+    QTRY_VERIFY(!responses.isEmpty() &&
+                responses.constLast().at(0).toString() == QLatin1String("ONE"));
+
+    QList<QString> expected;
+    if (!response.isEmpty())
+        expected << response;
+    expected << QStringLiteral("ONE");
+    QList<QString> received;
+    for (const QList<QVariant>& arguments : std::as_const(responses))
+        received << arguments.at(0).toString();
+    QCOMPARE(received, expected);
+    if (!response.isEmpty()) {
+        QCOMPARE(responses.constFirst().at(1).toMap(),
+                 QVariantMap({{QStringLiteral("taskId"), QStringLiteral("TESTED")}}));
+    }
+    // An answered notification leaves the screen.
+    QTRY_VERIFY(m_desktop->server->methodCalls(QStringLiteral("CloseNotification"))
+                    .contains(QVariantList{sentinel}));
+}
+
+void tst_NotificationCenter::serverMissingAtTheMomentLosesNothing() {
+    ManualClock clock(start);
+    auto center = makeCenter(clock);
+    QTRY_COMPARE(center->authorizationStatus(),
+                 NotificationCenter::AuthorizationStatus::authorized);
+    center->add(request(QStringLiteral("A"), start.addSecs(60)));
+
+    m_desktop->server->stop();
+    QTRY_COMPARE(center->authorizationStatus(), NotificationCenter::AuthorizationStatus::denied);
+    clock.advance(120 * 1000);
+    center->checkDue();
+    QTest::qWait(200);
+    QVERIFY(center->pendingRequests().isEmpty());
+
+    // The server comes back: the notification goes out, marked as late, with nobody asking.
+    QVERIFY(m_desktop->server->start());
+    QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+    QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(),
+             QStringLiteral("工作（错过的提醒）"));
+}
+
+void tst_NotificationCenter::wakeFromSleepRechecks() {
+    DbusMockServer logind(m_desktop->bus.connection(), m_desktop->bus.address(),
+                          QStringLiteral("logind"), QStringLiteral("org.freedesktop.login1"),
+                          QStringLiteral("/org/freedesktop/login1"));
+    QVERIFY(logind.start());
+    const auto prepareForSleep = [&logind](bool sleeping) {
+        logind.emitSignal(QStringLiteral("org.freedesktop.login1.Manager"),
+                          QStringLiteral("PrepareForSleep"), QStringLiteral("b"), {sleeping});
+    };
+
+    ManualClock clock(start);
+    auto center = makeCenter(clock);
+    center->add(request(QStringLiteral("A"), start.addSecs(60)));
+    QTest::qWait(100);
+
+    // The machine slept through the moment; the timer's clock stood still meanwhile.
+    clock.advance(3600 * 1000);
+    prepareForSleep(true);
+    QTest::qWait(200);
+    QCOMPARE(m_desktop->notifyCalls().size(), 0);
+
+    prepareForSleep(false);
+    QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+}
+
+QTEST_GUILESS_MAIN(tst_NotificationCenter)
+#include "tst_notificationcenter.moc"
