@@ -1,0 +1,564 @@
+// The `tavik` binary run as a process, in a throwaway home, against real store files.
+
+#include "ModelContext.h"
+#include "TaskCategory.h"
+#include "TaskItem.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+namespace {
+
+// The demo board is seeded and read at this local moment, a Tuesday afternoon.
+const QString kSeedMoment = QStringLiteral("2026-11-24T16:00:00");
+const QDate kSeedDay(2026, 11, 24);
+
+QDateTime local(QDate day, QTime time) {
+    return QDateTime(day, time, Qt::LocalTime).toUTC();
+}
+
+struct Result {
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// One user: a home, data and config folders of their own, and the binary run inside them.
+class Home {
+public:
+    Home() {
+        if (!m_dir.isValid())
+            qFatal("no temporary directory");
+    }
+
+    [[nodiscard]] QString path(const QString& name) const { return m_dir.filePath(name); }
+    [[nodiscard]] QString dataHome() const { return path(QStringLiteral("share")); }
+    [[nodiscard]] QString storePath() const {
+        return dataHome() + QStringLiteral("/tavik/tavik.store");
+    }
+    [[nodiscard]] QString demoStorePath() const {
+        return dataHome() + QStringLiteral("/tavik/tavik-demo.store");
+    }
+
+    Result run(const QStringList& arguments) const {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("HOME"), m_dir.path());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
+        env.insert(QStringLiteral("XDG_CACHE_HOME"), path(QStringLiteral("cache")));
+        QProcess process;
+        process.setProcessEnvironment(env);
+        process.setWorkingDirectory(m_dir.path());
+        process.start(QStringLiteral(TAVIK_BINARY), arguments);
+        Result result;
+        if (!process.waitForFinished(30000) || process.exitStatus() != QProcess::NormalExit) {
+            qWarning("tavik %s did not finish normally", qPrintable(arguments.join(u' ')));
+            process.kill();
+            process.waitForFinished();
+            return result;
+        }
+        result.exitCode = process.exitCode();
+        result.out = process.readAllStandardOutput();
+        result.err = process.readAllStandardError();
+        return result;
+    }
+
+    // A real store written the way the app writes it.
+    std::unique_ptr<ModelContext> openStore() const {
+        QDir().mkpath(QFileInfo(storePath()).path());
+        QString error;
+        auto context = ModelContext::open(storePath(), &error);
+        if (!context)
+            qWarning("cannot open %s: %s", qPrintable(storePath()), qPrintable(error));
+        return context;
+    }
+
+    bool writeFile(const QString& name, const QByteArray& bytes) const {
+        QFile file(path(name));
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    }
+
+    // Every file under the home with its size, content hash and modification time: what a
+    // reading command must leave exactly as it found it.
+    [[nodiscard]] QStringList state() const {
+        QStringList entries;
+        QDirIterator it(m_dir.path(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString file = it.next();
+            const QFileInfo info(file);
+            QString entry = QDir(m_dir.path()).relativeFilePath(file);
+            if (info.isFile()) {
+                QFile f(file);
+                f.open(QIODevice::ReadOnly);
+                entry += QStringLiteral(" %1 %2 %3")
+                             .arg(info.size())
+                             .arg(QString::fromLatin1(
+                                 QCryptographicHash::hash(f.readAll(), QCryptographicHash::Sha256)
+                                     .toHex()))
+                             .arg(info.lastModified().toMSecsSinceEpoch());
+            }
+            entries << entry;
+        }
+        entries.sort();
+        return entries;
+    }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+QStringList demoColumn(const QString& column) {
+    if (column == QLatin1String("later"))
+        return {QStringLiteral("买一份生日礼物"), QStringLiteral("规划 Q3 副业项目"),
+                QStringLiteral("读一篇长文")};
+    if (column == QLatin1String("thisWeek"))
+        return {QStringLiteral("预约牙医"), QStringLiteral("重构同步层")};
+    if (column == QLatin1String("today"))
+        return {QStringLiteral("发布落地页"),
+                QStringLiteral("给爸妈打个电话"),
+                QStringLiteral("健身房练背"),
+                QStringLiteral("买菜做晚饭"),
+                QStringLiteral("回复客户的合作邮件"),
+                QStringLiteral("写每周回顾"),
+                QStringLiteral("15:00 和设计师过一遍新版方案")};
+    return {QStringLiteral("晨练")};
+}
+
+const QStringList kColumns{QStringLiteral("later"), QStringLiteral("thisWeek"),
+                           QStringLiteral("today"), QStringLiteral("done")};
+
+QJsonObject parseObject(const QByteArray& json) {
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    if (error.error != QJsonParseError::NoError)
+        qWarning("not JSON: %s", qPrintable(error.errorString()));
+    return document.object();
+}
+
+QByteArray withVersion(QByteArray document, int version) {
+    QJsonObject root = parseObject(document);
+    root.insert(QStringLiteral("version"), version);
+    return QJsonDocument(root).toJson();
+}
+
+QByteArray withTaskField(QByteArray document, const QString& field) {
+    QJsonObject root = parseObject(document);
+    QJsonArray tasks = root.value(QStringLiteral("tasks")).toArray();
+    QJsonObject task = tasks.at(0).toObject();
+    task.insert(field, true);
+    tasks.replace(0, task);
+    root.insert(QStringLiteral("tasks"), tasks);
+    return QJsonDocument(root).toJson();
+}
+
+} // namespace
+
+class TestCommandLine : public QObject {
+    Q_OBJECT
+
+private:
+    // A valid backup of the demo board, made once by the binary itself.
+    QByteArray m_demoBackup;
+
+private slots:
+    void initTestCase() {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY2(QFileInfo(QStringLiteral(TAVIK_BINARY)).isExecutable(), TAVIK_BINARY);
+        Home home;
+        const Result result = home.run({QStringLiteral("--seed-demo"), QStringLiteral("--export"),
+                                        QStringLiteral("--at"), kSeedMoment});
+        QCOMPARE(result.exitCode, 0);
+        m_demoBackup = result.out;
+        QCOMPARE(parseObject(m_demoBackup).value(QStringLiteral("tasks")).toArray().size(), 13);
+    }
+
+    void listJson_data() {
+        QTest::addColumn<QString>("column");
+        QTest::newRow("whole board") << QString();
+        for (const QString& column : kColumns)
+            QTest::newRow(qPrintable(column)) << column;
+    }
+
+    void listJson() {
+        QFETCH(QString, column);
+        Home home;
+        QStringList arguments{QStringLiteral("--seed-demo"), QStringLiteral("--list")};
+        if (!column.isEmpty())
+            arguments << column;
+        arguments << QStringLiteral("--json") << QStringLiteral("--at") << kSeedMoment;
+        const Result result = home.run(arguments);
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(result.err.isEmpty(), result.err.constData());
+
+        const QJsonObject root = parseObject(result.out);
+        QCOMPARE(QDateTime::fromString(root.value(QStringLiteral("now")).toString(), Qt::ISODate),
+                 local(kSeedDay, QTime(16, 0)));
+        const QJsonArray columns = root.value(QStringLiteral("columns")).toArray();
+        const QStringList expectedColumns = column.isEmpty() ? kColumns : QStringList{column};
+        QCOMPARE(columns.size(), expectedColumns.size());
+
+        const QRegularExpression withOffset(QStringLiteral(R"((Z|[+-]\d\d:\d\d)$)"));
+        for (qsizetype c = 0; c < columns.size(); ++c) {
+            const QJsonObject shown = columns.at(c).toObject();
+            QCOMPARE(shown.value(QStringLiteral("column")).toString(), expectedColumns.at(c));
+            QStringList titles;
+            for (const QJsonValue& value : shown.value(QStringLiteral("tasks")).toArray()) {
+                const QJsonObject task = value.toObject();
+                const QString title = task.value(QStringLiteral("title")).toString();
+                titles << title;
+                const QString dueDate = task.value(QStringLiteral("dueDate")).toString();
+                const QString reminderAt = task.value(QStringLiteral("reminderAt")).toString();
+                if (expectedColumns.at(c) == QLatin1String("today")) {
+                    QVERIFY2(withOffset.match(dueDate).hasMatch(), qPrintable(dueDate));
+                    QCOMPARE(QDateTime::fromString(dueDate, Qt::ISODateWithMs),
+                             local(kSeedDay, QTime(0, 0)));
+                } else {
+                    QVERIFY(task.value(QStringLiteral("dueDate")).isNull());
+                }
+                if (title.startsWith(QLatin1String("15:00"))) {
+                    QVERIFY2(withOffset.match(reminderAt).hasMatch(), qPrintable(reminderAt));
+                    QCOMPARE(QDateTime::fromString(reminderAt, Qt::ISODateWithMs),
+                             local(kSeedDay, QTime(15, 0)));
+                }
+                if (title == QLatin1String("预约牙医"))
+                    QCOMPARE(task.value(QStringLiteral("list")).toString(), QStringLiteral("个人"));
+                if (title == QLatin1String("给爸妈打个电话"))
+                    QVERIFY(task.value(QStringLiteral("list")).isNull());
+            }
+            QCOMPARE(titles, demoColumn(expectedColumns.at(c)));
+        }
+    }
+
+    void listText() {
+        Home home;
+        const Result result = home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
+                                        QStringLiteral("--at"), kSeedMoment});
+        QCOMPARE(result.exitCode, 0);
+        const QStringList lines = QString::fromUtf8(result.out).split(u'\n');
+        QVERIFY(lines.contains(QStringLiteral("later 稍后 (3)")));
+        QVERIFY(lines.contains(QStringLiteral("thisWeek 本周 (2)")));
+        QVERIFY(lines.contains(QStringLiteral("today 今天 (7)")));
+        QVERIFY(lines.contains(QStringLiteral("done 已完成 (1)")));
+        QVERIFY(lines.contains(QStringLiteral(
+            "  15:00 和设计师过一遍新版方案  list 工作  day 2026-11-24  reminder 15:00")));
+        QVERIFY(lines.contains(QStringLiteral("  给爸妈打个电话  day 2026-11-24")));
+        QVERIFY(lines.contains(QStringLiteral("  读一篇长文  list 个人")));
+        // Board order: the largest sortIndex first.
+        QVERIFY(lines.indexOf(QStringLiteral("  发布落地页  list 工作  day 2026-11-24")) <
+                lines.indexOf(QStringLiteral("  给爸妈打个电话  day 2026-11-24")));
+    }
+
+    void plainLaunchShowsToday() {
+        Home home;
+        const Result plain = home.run({QStringLiteral("--seed-demo")});
+        const Result today = home.run(
+            {QStringLiteral("--seed-demo"), QStringLiteral("--list"), QStringLiteral("today")});
+        QCOMPARE(plain.exitCode, 0);
+        QVERIFY(plain.out.startsWith("today 今天 (7)\n"));
+        QCOMPARE(plain.out, today.out);
+    }
+
+    void countToday_data() {
+        QTest::addColumn<QString>("at");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::newRow("seeding moment") << kSeedMoment << QByteArray("7\n");
+        QTest::newRow("last minute of the day")
+            << QStringLiteral("2026-11-24T23:59:59") << QByteArray("7\n");
+        // Placed in today by hand: gone from today when the day ends.
+        QTest::newRow("next morning") << QStringLiteral("2026-11-25T00:00:00") << QByteArray("0\n");
+    }
+
+    void countToday() {
+        QFETCH(QString, at);
+        QFETCH(QByteArray, expected);
+        Home home;
+        QCOMPARE(home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
+                           QStringLiteral("--at"), kSeedMoment})
+                     .exitCode,
+                 0);
+        const Result result =
+            home.run({QStringLiteral("--seed-demo"), QStringLiteral("--count-today"),
+                      QStringLiteral("--at"), at});
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out, expected);
+    }
+
+    void countTodayOfTheRealStore() {
+        Home home;
+        {
+            auto context = home.openStore();
+            QVERIFY(context);
+            const QDateTime now = local(kSeedDay, QTime(9, 0));
+            const QDate yesterday = kSeedDay.addDays(-1);
+            auto* other =
+                new TaskCategory(QStringLiteral("其他"), QStringLiteral("46A758"), 1, now);
+            context->insert(other);
+            auto add = [&](const char* title, QDate day, bool explicitly, bool completed) {
+                auto* task = new TaskItem(QString::fromUtf8(title), 1, now);
+                task->setDueDate(local(day, QTime(0, 0)));
+                int weekYear = 0;
+                const int week = day.weekNumber(&weekYear);
+                task->setWeek(weekYear, week);
+                task->setScheduledExplicitly(explicitly);
+                task->setCompleted(completed);
+                context->insert(task);
+                return task;
+            };
+            add("overdue, explicit", yesterday, true, false);
+            add("today, other list", kSeedDay, false, false)->setCategory(other);
+            add("today, finished", kSeedDay, true, true);
+            add("yesterday by hand", yesterday, false, false);
+            add("tomorrow", kSeedDay.addDays(1), true, false);
+            QVERIFY(context->save());
+        }
+        const Result result =
+            home.run({QStringLiteral("--count-today"), QStringLiteral("--at"), kSeedMoment});
+        QCOMPARE(result.exitCode, 0);
+        QCOMPARE(result.out, QByteArray("2\n"));
+    }
+
+    void readingWritesNothing_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("storeExists");
+        const QList<QStringList> commands{
+            {QStringLiteral("--list")},
+            {QStringLiteral("--list"), QStringLiteral("today"), QStringLiteral("--json")},
+            {QStringLiteral("--count-today")},
+            {QStringLiteral("--export")},
+            {QStringLiteral("--export"), QStringLiteral("backup.json")},
+        };
+        for (const QStringList& command : commands) {
+            QTest::addRow("%s, store", qPrintable(command.join(u' '))) << command << true;
+            QTest::addRow("%s, no store", qPrintable(command.join(u' '))) << command << false;
+        }
+    }
+
+    void readingWritesNothing() {
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, storeExists);
+        Home home;
+        if (storeExists) {
+            QVERIFY(home.writeFile(QStringLiteral("demo.json"), m_demoBackup));
+            QCOMPARE(home.run({QStringLiteral("--import"), QStringLiteral("demo.json")}).exitCode,
+                     0);
+        }
+        // Past the file system's time resolution, so that a write would show in the times.
+        QTest::qWait(20);
+        QStringList before = home.state();
+
+        const Result result = home.run(arguments);
+        QCOMPARE(result.exitCode, 0);
+        QVERIFY2(result.err.isEmpty(), result.err.constData());
+        if (arguments.contains(QStringLiteral("backup.json"))) {
+            // The one file the command was asked to write.
+            QVERIFY(QFileInfo::exists(home.path(QStringLiteral("backup.json"))));
+            QFile::remove(home.path(QStringLiteral("backup.json")));
+        }
+        QCOMPARE(home.state(), before);
+        if (!storeExists)
+            QVERIFY(!QFileInfo::exists(home.dataHome()));
+    }
+
+    void emptyBoardWithoutStore() {
+        Home home;
+        const Result count = home.run({QStringLiteral("--count-today")});
+        QCOMPARE(count.out, QByteArray("0\n"));
+        const Result exported = home.run({QStringLiteral("--export")});
+        QCOMPARE(exported.exitCode, 0);
+        const QJsonObject root = parseObject(exported.out);
+        QCOMPARE(root.value(QStringLiteral("tasks")).toArray().size(), 0);
+        QCOMPARE(root.value(QStringLiteral("categories")).toArray().size(), 0);
+    }
+
+    void exportImportExport() {
+        Home home;
+        const Result backup =
+            home.run({QStringLiteral("--seed-demo"), QStringLiteral("--export"),
+                      QStringLiteral("demo.json"), QStringLiteral("--at"), kSeedMoment});
+        QCOMPARE(backup.exitCode, 0);
+        QFile demo(home.path(QStringLiteral("demo.json")));
+        QVERIFY(demo.open(QIODevice::ReadOnly));
+        const QByteArray first = demo.readAll();
+
+        const Result imported = home.run({QStringLiteral("--import"), QStringLiteral("demo.json")});
+        QCOMPARE(imported.exitCode, 0);
+        QVERIFY(imported.out.contains("2 lists and 13 tasks"));
+
+        const Result again = home.run({QStringLiteral("--export")});
+        QCOMPARE(again.exitCode, 0);
+        QCOMPARE(again.out, first);
+
+        // The restored store is the demo board, column by column.
+        const QStringList list{QStringLiteral("--list"), QStringLiteral("--json"),
+                               QStringLiteral("--at"), kSeedMoment};
+        QCOMPARE(home.run(list).out,
+                 home.run(QStringList{QStringLiteral("--seed-demo")} + list).out);
+    }
+
+    void importRefusals_data() {
+        QTest::addColumn<QString>("store"); // "none", "empty" or "task"
+        QTest::addColumn<QString>(
+            "file"); // "demo", "garbage", "unknownField", "version2", "missing"
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("store with a task") << "task"
+                                           << "demo"
+                                           << "already holds 1 tasks";
+        QTest::newRow("not JSON, no store") << "none"
+                                            << "garbage"
+                                            << "is not a Tavik backup";
+        QTest::newRow("not JSON, empty store") << "empty"
+                                               << "garbage"
+                                               << "not valid JSON";
+        QTest::newRow("unknown field") << "empty"
+                                       << "unknownField"
+                                       << "unknown field \"priority\"";
+        QTest::newRow("unknown version") << "none"
+                                         << "version2"
+                                         << "unsupported format version 2";
+        QTest::newRow("no such file") << "task"
+                                      << "missing"
+                                      << "cannot read";
+    }
+
+    void importRefusals() {
+        QFETCH(QString, store);
+        QFETCH(QString, file);
+        QFETCH(QString, reason);
+        Home home;
+        if (store != QLatin1String("none")) {
+            auto context = home.openStore();
+            QVERIFY(context);
+            if (store == QLatin1String("task")) {
+                context->insert(
+                    new TaskItem(QStringLiteral("mine"), 1, local(kSeedDay, QTime(8, 0))));
+                QVERIFY(context->save());
+            }
+        }
+        QByteArray content = m_demoBackup;
+        if (file == QLatin1String("garbage"))
+            content = "garbage, not JSON\n";
+        else if (file == QLatin1String("unknownField"))
+            content = withTaskField(m_demoBackup, QStringLiteral("priority"));
+        else if (file == QLatin1String("version2"))
+            content = withVersion(m_demoBackup, 2);
+        if (file != QLatin1String("missing"))
+            QVERIFY(home.writeFile(QStringLiteral("backup.json"), content));
+        QTest::qWait(20);
+        const QStringList before = home.state();
+
+        const Result result = home.run({QStringLiteral("--import"), QStringLiteral("backup.json")});
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY(result.out.isEmpty());
+        QVERIFY2(QString::fromUtf8(result.err).contains(reason), result.err.constData());
+        QCOMPARE(home.state(), before);
+    }
+
+    void unopenableStoreStops_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<bool>("demo");
+        QTest::newRow("--list") << QStringList{QStringLiteral("--list")} << false;
+        QTest::newRow("--list --json")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("--json")} << false;
+        QTest::newRow("--count-today") << QStringList{QStringLiteral("--count-today")} << false;
+        QTest::newRow("--export") << QStringList{QStringLiteral("--export")} << false;
+        QTest::newRow("--import") << QStringList{QStringLiteral("--import"),
+                                                 QStringLiteral("demo.json")}
+                                  << false;
+        QTest::newRow("plain launch") << QStringList{} << false;
+        QTest::newRow("demo --list")
+            << QStringList{QStringLiteral("--seed-demo"), QStringLiteral("--list")} << true;
+    }
+
+    void unopenableStoreStops() {
+        QFETCH(QStringList, arguments);
+        QFETCH(bool, demo);
+        Home home;
+        const QString storePath = demo ? home.demoStorePath() : home.storePath();
+        QVERIFY(QDir().mkpath(QFileInfo(storePath).path()));
+        QFile store(storePath);
+        QVERIFY(store.open(QIODevice::WriteOnly));
+        store.write("My shopping list, not a database.\n" + QByteArray(600, 'x'));
+        store.close();
+        QVERIFY(home.writeFile(QStringLiteral("demo.json"), m_demoBackup));
+        QTest::qWait(20);
+        const QStringList before = home.state();
+
+        const Result result = home.run(arguments);
+        QCOMPARE(result.exitCode, 1);
+        QVERIFY(result.out.isEmpty());
+        QVERIFY2(result.err.startsWith("Failed to create ModelContainer: "),
+                 result.err.constData());
+        QVERIFY(result.err.size() > qsizetype(strlen("Failed to create ModelContainer: ")) + 1);
+        QCOMPARE(home.state(), before);
+    }
+
+    void usageErrors_data() {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("unknown column")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("Today")} << "--list takes";
+        QTest::newRow("two columns")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("today"),
+                           QStringLiteral("later")}
+            << "--list takes";
+        QTest::newRow("json alone") << QStringList{QStringLiteral("--json")} << "--json";
+        QTest::newRow("json with count")
+            << QStringList{QStringLiteral("--count-today"), QStringLiteral("--json")} << "--json";
+        QTest::newRow("two commands")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("--count-today")}
+            << "choose one command";
+        QTest::newRow("import without file")
+            << QStringList{QStringLiteral("--import")} << "exactly one FILE";
+        QTest::newRow("import into the demo store")
+            << QStringList{QStringLiteral("--import"), QStringLiteral("x.json"),
+                           QStringLiteral("--seed-demo")}
+            << "--seed-demo";
+        QTest::newRow("unknown option")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("--colour")} << "colour";
+        QTest::newRow("bad moment")
+            << QStringList{QStringLiteral("--count-today"), QStringLiteral("--at"),
+                           QStringLiteral("tomorrow")}
+            << "--at";
+        QTest::newRow("count with argument")
+            << QStringList{QStringLiteral("--count-today"), QStringLiteral("today")}
+            << "no argument";
+    }
+
+    void usageErrors() {
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, reason);
+        Home home;
+        const Result result = home.run(arguments);
+        QCOMPARE(result.exitCode, 2);
+        QVERIFY(result.out.isEmpty());
+        QVERIFY2(QString::fromUtf8(result.err).contains(reason), result.err.constData());
+        QVERIFY(result.err.contains("tavik --help"));
+        QVERIFY(!QFileInfo::exists(home.dataHome()));
+    }
+
+    void help() {
+        Home home;
+        const Result result = home.run({QStringLiteral("--help")});
+        QCOMPARE(result.exitCode, 0);
+        const QString text = QString::fromUtf8(result.out);
+        for (const char* option :
+             {"--list", "--json", "--count-today", "--export", "--import", "--seed-demo", "--at"})
+            QVERIFY2(text.contains(QLatin1String(option)), option);
+        QVERIFY(text.contains(QStringLiteral("NOT narrowed")));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCommandLine)
+#include "tst_commandline.moc"
