@@ -7,21 +7,7 @@
 #include "ReminderScheduler.h"
 #include "TaskItem.h"
 
-#include <QUuid>
-
 namespace ReminderActions {
-
-namespace {
-// Only the canonical 8-4-4-4-12 text is a task id; braces or other forms are not ours.
-std::optional<QUuid> parseTaskId(const std::optional<QString>& text) {
-    if (!text || text->size() != 36)
-        return std::nullopt;
-    const QUuid id = QUuid::fromString(*text);
-    if (id.isNull())
-        return std::nullopt;
-    return id;
-}
-} // namespace
 
 bool perform(const QString& action, const std::optional<QString>& taskId,
              const Environment& environment) {
@@ -68,7 +54,7 @@ void snoozeTask(const std::optional<QString>& taskId, const Environment& environ
 
 void mutateTask(const std::optional<QString>& taskId, const Environment& environment,
                 const std::function<void(TaskItem&)>& body) {
-    const std::optional<QUuid> id = parseTaskId(taskId);
+    const std::optional<QUuid> id = taskId ? ReminderScheduler::taskId(*taskId) : std::nullopt;
     if (!id)
         return;
     TaskItem* task = environment.context.task(*id);

@@ -31,6 +31,15 @@ QString ReminderScheduler::identifier(const QUuid& taskId) {
     return taskId.toString(QUuid::WithoutBraces).toUpper();
 }
 
+std::optional<QUuid> ReminderScheduler::taskId(const QString& identifier) {
+    if (identifier.size() != 36)
+        return std::nullopt;
+    const QUuid id = QUuid::fromString(identifier);
+    if (id.isNull())
+        return std::nullopt;
+    return id;
+}
+
 QDateTime ReminderScheduler::triggerMoment(const QDateTime& reminderAt) {
     // Cut back to the local minute by subtracting, so a moment in the repeated hour of a
     // daylight saving change keeps its own offset.
@@ -102,8 +111,8 @@ void ReminderScheduler::syncAll(const ModelContext& context) {
 
     QStringList gone;
     for (const NotificationRequest& request : m_center.pendingRequests()) {
-        const QUuid id = QUuid::fromString(request.identifier);
-        if (!id.isNull() && !taskIds.contains(id))
+        const std::optional<QUuid> id = taskId(request.identifier);
+        if (id && !taskIds.contains(*id))
             gone.append(request.identifier);
     }
     if (!gone.isEmpty())

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QUuid>
 #include <functional>
+#include <optional>
 
 class Clock;
 class ModelContext;
@@ -40,6 +41,9 @@ public:
     [[nodiscard]] static NotificationCategory category();
     // A request identifier: the task id as canonical upper-case UUID text.
     [[nodiscard]] static QString identifier(const QUuid& taskId);
+    // The task id in a request identifier or a response; only the canonical 8-4-4-4-12 text
+    // (either case) counts, so identifiers of other forms are never taken for ours.
+    [[nodiscard]] static std::optional<QUuid> taskId(const QString& identifier);
     // The moment a reminder fires: the start of its minute.
     [[nodiscard]] static QDateTime triggerMoment(const QDateTime& reminderAt);
     // The request for a task, read from the record now.
