@@ -22,8 +22,6 @@ private slots:
     void dayBoundaries();
     void weekKey_data();
     void weekKey();
-    void momentMatchesDirectCall_data();
-    void momentMatchesDirectCall();
 };
 
 void TestTaskClassifier::bucket_data() {
@@ -210,40 +208,6 @@ void TestTaskClassifier::weekKey() {
     QCOMPARE(TaskClassifier::weekKey(local(date), calendar), expected);
     QCOMPARE(TaskClassifier::weekKey(local(date, QTime(23, 59, 59)), calendar), expected);
     QCOMPARE(TaskClassifier::weekKey(QDateTime(), calendar), WeekKey{});
-}
-
-// The board classifies through a Moment computed once; it must agree with the direct call.
-void TestTaskClassifier::momentMatchesDirectCall_data() {
-    QTest::addColumn<QDateTime>("now");
-    QTest::newRow("midday") << local(2024, 6, 12, 12, 0);
-    QTest::newRow("Berlin fall back, late") << local(2024, 10, 27, 23, 45);
-    QTest::newRow("New York spring forward, early") << local(2024, 3, 10, 0, 15);
-    QTest::newRow("New Year's Eve") << local(2024, 12, 31, 23, 59);
-}
-
-void TestTaskClassifier::momentMatchesDirectCall() {
-    QFETCH(QDateTime, now);
-
-    const IsoCalendar calendar;
-    const TaskClassifier::Moment moment(now, calendar);
-    // Tasks planned on each day of a three-week window, each way a plan can be made.
-    for (int offset = -10; offset <= 10; ++offset) {
-        const QDateTime day = calendar.addingDays(now, offset);
-        TaskItem explicitOne(QStringLiteral("e"), 0, now);
-        explicitOne.schedule(day, now, calendar);
-        TaskItem byHand(QStringLiteral("h"), 0, now);
-        byHand.move(Bucket::today, day, calendar);
-        TaskItem weekOnly(QStringLiteral("w"), 0, now);
-        weekOnly.move(Bucket::thisWeek, day, calendar);
-        for (const TaskItem* task : {&explicitOne, &byHand, &weekOnly}) {
-            QCOMPARE(TaskClassifier::bucket(*task, moment),
-                     TaskClassifier::bucket(*task, now, calendar));
-        }
-        QCOMPARE(TaskClassifier::bucket(explicitOne, moment),
-                 offset <= 0                                      ? Bucket::today
-                 : calendar.weekKey(day) == calendar.weekKey(now) ? Bucket::thisWeek
-                                                                  : Bucket::later);
-    }
 }
 
 QTEST_GUILESS_MAIN(TestTaskClassifier)

@@ -17,7 +17,6 @@ private slots:
 
     void bucketRawValues_data();
     void bucketRawValues();
-    void newTaskStampsOneInstant();
     void schedule_data();
     void schedule();
     void scheduleNoneClearsPlanKeepsTheRest();
@@ -27,7 +26,6 @@ private slots:
     void richNoteRead_data();
     void richNoteRead();
     void richNoteWrite();
-    void planSurvivesTheStore();
     void deletingListKeepsTasks();
 };
 
@@ -56,19 +54,6 @@ void TestTaskItem::bucketRawValues() {
         QCOMPARE(*parsed, bucket);
         QCOMPARE(BucketInfo::rawValue(bucket), raw);
     }
-}
-
-void TestTaskItem::newTaskStampsOneInstant() {
-    const QDateTime now = local(2024, 6, 12, 9, 30);
-    TaskItem task(QStringLiteral("写周报"), 7, now);
-    QCOMPARE(task.createdAt(), now);
-    QCOMPARE(task.updatedAt(), now);
-    QCOMPARE(task.sortIndex(), qint64(7));
-    QVERIFY(!task.id().isNull());
-    QVERIFY(TaskItem(QStringLiteral("x"), 0, now).id() != task.id());
-    QVERIFY(!task.dueDate().isValid());
-    QVERIFY(!task.year() && !task.week());
-    QCOMPARE(TaskClassifier::bucket(task, now, IsoCalendar()), Bucket::later);
 }
 
 void TestTaskItem::schedule_data() {
@@ -275,39 +260,6 @@ void TestTaskItem::richNoteWrite() {
     QVERIFY(!task.noteData().isEmpty());
     QCOMPARE(task.richNote(), value);
     QCOMPARE(task.updatedAt(), later);
-}
-
-// The four planning fields in each of their combinations come back from the file as written.
-void TestTaskItem::planSurvivesTheStore() {
-    BoardTest::Store store;
-    const IsoCalendar calendar;
-    const QDateTime now = local(2024, 12, 30, 10, 0);
-
-    TaskItem* unplanned = store.addTask(QStringLiteral("unplanned"), 1, now);
-    TaskItem* week = store.addTask(QStringLiteral("week"), 2, now);
-    week->move(Bucket::thisWeek, now, calendar);
-    TaskItem* byHand = store.addTask(QStringLiteral("by hand"), 3, now);
-    byHand->move(Bucket::today, now, calendar);
-    TaskItem* explicitOne = store.addTask(QStringLiteral("explicit"), 4, now);
-    explicitOne->schedule(local(2025, 1, 2, 12, 0), now, calendar);
-    explicitOne->setCompleted(true, now);
-    QVERIFY(store.context->save());
-
-    const auto reopened = store.reopen();
-    QVERIFY(reopened);
-    for (const TaskItem* original : {unplanned, week, byHand, explicitOne}) {
-        const TaskItem* loaded = reopened->task(original->id());
-        QVERIFY2(loaded, qPrintable(original->title()));
-        QCOMPARE(loaded->dueDate(), original->dueDate());
-        QCOMPARE(loaded->year(), original->year());
-        QCOMPARE(loaded->week(), original->week());
-        QCOMPARE(loaded->scheduledExplicitly(), original->scheduledExplicitly());
-        QCOMPARE(loaded->completed(), original->completed());
-        QCOMPARE(loaded->completedAt(), original->completedAt());
-        QCOMPARE(TaskClassifier::bucket(*loaded, now, calendar),
-                 TaskClassifier::bucket(*original, now, calendar));
-    }
-    QCOMPARE(reopened->task(week->id())->year(), std::optional<qint64>(2025));
 }
 
 void TestTaskItem::deletingListKeepsTasks() {
