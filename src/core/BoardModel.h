@@ -38,6 +38,7 @@ public:
     // Optional collaborators; without them the calls are skipped.
     void setReminderSink(ReminderSink* reminders) { m_reminders = reminders; }
     void setSoundSink(SoundSink* sounds) { m_sounds = sounds; }
+    [[nodiscard]] ReminderSink* reminderSink() const { return m_reminders; }
 
     [[nodiscard]] ModelContext& context() const { return m_context; }
 
