@@ -11,7 +11,7 @@ packages=(
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
     qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-templates
     qml6-module-qtquick-dialogs qml6-module-qtquick-shapes qml6-module-qttest
-    qt6-multimedia-dev qt6-httpserver-dev libgl-dev
+    qt6-multimedia-dev qt6-httpserver-dev qt6-websockets-dev libgl-dev
     # secrets, iCalendar, global hot key
     qtkeychain-qt6-dev libical-dev libxcb-keysyms1-dev
     # icons and Chinese text

@@ -6,7 +6,7 @@
 #include <memory>
 
 // The user's preferences, under the keys the rest of the system knows ("tavik.*").
-// Backed by QSettings: ~/.config/tavik/tavik.conf unless a file is given.
+// Backed by QSettings: ~/.config/tavik/tavik.ini unless a file is given.
 class Preferences {
 public:
     Preferences();                                // the user's own preferences
