@@ -1,0 +1,151 @@
+import QtQuick
+import TavikUi
+
+// The row of list tabs in the later column's header: 全部, one tab per list, and a plus
+// button that creates a list. It stores nothing and reports through its three signals.
+Item {
+    id: strip
+
+    // The CategoryListModel (roles categoryId, name, colorHex), in strip order.
+    property var categories: null
+    // "" is 全部.
+    property string selectedCategoryId: ""
+    // The board's drag state; null until drag and drop lands.
+    property var dragState: null
+    property bool reduceMotion: false
+
+    signal selectRequested(string categoryId)
+    signal createRequested(string name, string colorHex)
+    signal deleteRequested(string categoryId)
+
+    readonly property alias creating: controller.creating
+    readonly property alias createPopover: createPopover
+    readonly property alias pill: pill
+
+    // The tab whose pill is on show, or null when the selected list has no tab.
+    readonly property Item selectedTab: {
+        const children = row.children;
+        for (let i = 0; i < children.length; ++i) {
+            if (children[i].isSelected === true)
+                return children[i];
+        }
+        return null;
+    }
+
+    // Whether a dragged task would land on this tab's list. Nothing lights up until the
+    // board's drag state exists.
+    function isHot(categoryId) {
+        return false;
+    }
+
+    // The last item reaches 6 past the right edge.
+    implicitWidth: row.width - 6
+    implicitHeight: row.height
+
+    CategoryStripController {
+        id: controller
+        onCreateRequested: (name, colorHex) => strip.createRequested(name, colorHex)
+    }
+
+    // One pill for all tabs, so a new selection slides it across instead of redrawing.
+    Rectangle {
+        id: pill
+        objectName: "pill"
+        visible: strip.selectedTab !== null
+        x: strip.selectedTab ? row.x + strip.selectedTab.x : 0
+        y: strip.selectedTab ? row.y + strip.selectedTab.y : 0
+        width: strip.selectedTab ? strip.selectedTab.width : 0
+        height: strip.selectedTab ? strip.selectedTab.height : 0
+        radius: height / 2
+        color: Radix.sandA4
+
+        Behavior on x {
+            enabled: !strip.reduceMotion && pill.visible
+            SpringMotion {
+                response: 0.28
+                dampingFraction: 0.86
+                epsilon: 0.25
+            }
+        }
+        Behavior on width {
+            enabled: !strip.reduceMotion && pill.visible
+            SpringMotion {
+                response: 0.28
+                dampingFraction: 0.86
+                epsilon: 0.25
+            }
+        }
+    }
+
+    Row {
+        id: row
+        anchors.verticalCenter: parent.verticalCenter
+        spacing: 2
+
+        CategoryTab {
+            objectName: "tabAll"
+            anchors.verticalCenter: parent.verticalCenter
+            categoryId: ""
+            name: "全部"
+            colorHex: ""
+            selectedCategoryId: strip.selectedCategoryId
+            hot: strip.isHot("")
+            reduceMotion: strip.reduceMotion
+            onSelectRequested: id => strip.selectRequested(id)
+        }
+
+        Repeater {
+            model: strip.categories
+
+            delegate: CategoryTab {
+                objectName: "tab_" + categoryId
+                anchors.verticalCenter: parent ? parent.verticalCenter : undefined
+                selectedCategoryId: strip.selectedCategoryId
+                hot: strip.isHot(categoryId)
+                reduceMotion: strip.reduceMotion
+                onSelectRequested: id => strip.selectRequested(id)
+                onDeleteRequested: id => strip.deleteRequested(id)
+            }
+        }
+
+        Item {
+            id: plusButton
+            objectName: "plusButton"
+            anchors.verticalCenter: parent.verticalCenter
+            implicitWidth: plusIcon.implicitWidth + 14
+            implicitHeight: plusIcon.implicitHeight + 10
+            width: implicitWidth
+            height: implicitHeight
+            Accessible.role: Accessible.Button
+            Accessible.name: "新建清单"
+
+            SymbolIcon {
+                id: plusIcon
+                anchors.centerIn: parent
+                name: "plus"
+                size: 11
+                semibold: true
+                color: Radix.secondaryText
+            }
+            MouseArea {
+                anchors.fill: parent
+                onClicked: controller.beginCreate()
+            }
+
+            CategoryCreatePopover {
+                id: createPopover
+                controller: controller
+            }
+        }
+    }
+
+    Connections {
+        target: controller
+        function onCreatingChanged() {
+            if (controller.creating)
+                createPopover.open();
+            else
+                createPopover.close();
+        }
+    }
+}

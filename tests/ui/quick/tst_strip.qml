@@ -1,0 +1,270 @@
+import QtQuick
+import QtTest
+import TavikUi
+
+Item {
+    id: root
+    width: 520
+    height: 300
+
+    readonly property string work: "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01"
+    readonly property string home: "0d2c4e6f-8a1b-4c3d-9e5f-7a6b5c4d3e02"
+    readonly property string odd: "a4b3c2d1-e5f6-4789-8abc-def012345603"
+
+    ListModel {
+        id: lists
+    }
+
+    function fillLists() {
+        lists.clear();
+        lists.append({ categoryId: work, name: "工作", colorHex: "E5484D" });
+        lists.append({ categoryId: home, name: "家", colorHex: "#46a758" });
+        lists.append({ categoryId: odd, name: "杂项", colorHex: "not hex" });
+    }
+
+    Component {
+        id: stripComponent
+        CompactCategoryStrip {
+            x: 20
+            y: 20
+            categories: lists
+        }
+    }
+
+    Component {
+        id: spyComponent
+        SignalSpy {}
+    }
+
+    TestCase {
+        id: test
+        name: "CategoryStrip"
+        when: windowShown
+
+        function makeStrip(properties) {
+            const strip = createTemporaryObject(stripComponent, root, properties || {});
+            verify(strip);
+            waitForRendering(strip);
+            return strip;
+        }
+
+        function spy(target, signalName) {
+            return createTemporaryObject(spyComponent, test, { target: target, signalName: signalName });
+        }
+
+        function tab(strip, categoryId) {
+            const found = findChild(strip, categoryId === "" ? "tabAll" : "tab_" + categoryId);
+            verify(found, "no tab for '" + categoryId + "'");
+            return found;
+        }
+
+        function typeText(text) {
+            for (let i = 0; i < text.length; ++i)
+                keyClick(text[i] === " " ? Qt.Key_Space : text[i]);
+        }
+
+        function openCreatePopover(strip) {
+            mouseClick(findChild(strip, "plusButton"));
+            const popover = strip.createPopover;
+            tryCompare(popover, "opened", true);
+            tryVerify(() => popover.nameField.activeFocus, 1000, "name field never took focus");
+            return popover;
+        }
+
+        function init() {
+            fillLists();
+        }
+
+        function test_only_the_selected_tab_is_named_data() {
+            return [
+                { tag: "全部", selected: "", named: "" },
+                { tag: "a list", selected: home, named: home },
+                { tag: "an id with braces and capitals", selected: "{" + home.toUpperCase() + "}", named: home },
+                { tag: "a list that is gone", selected: "9f9f9f9f-0000-4000-8000-000000000000", named: null },
+            ];
+        }
+
+        function test_only_the_selected_tab_is_named(data) {
+            const strip = makeStrip({ selectedCategoryId: data.selected, reduceMotion: true });
+            for (const id of ["", work, home, odd]) {
+                const t = tab(strip, id);
+                const selected = id === data.named;
+                compare(t.isSelected, selected, "isSelected of '" + id + "'");
+                compare(findChild(t, "title").visible, selected, "title of '" + id + "'");
+                if (id !== "")
+                    compare(findChild(t, "swatch").filled, selected, "swatch of '" + id + "'");
+            }
+            compare(strip.pill.visible, data.named !== null);
+            if (data.named !== null) {
+                const selectedTab = tab(strip, data.named);
+                compare(strip.pill.x, selectedTab.x);
+                compare(strip.pill.width, selectedTab.width);
+            }
+        }
+
+        function test_selected_tab_is_wider_by_its_name_and_padding() {
+            const strip = makeStrip({ selectedCategoryId: "", reduceMotion: true });
+            const before = tab(strip, work).width;
+            compare(before, 10 + 14);   // a swatch of 10 and 7 a side
+            strip.selectedCategoryId = work;
+            const title = findChild(tab(strip, work), "title");
+            // Rows lay out at the next polish, so the widths settle a frame later.
+            tryCompare(tab(strip, work), "width", 10 + 5 + title.implicitWidth + 20);
+            compare(strip.pill.width, tab(strip, work).width);
+            strip.selectedCategoryId = "";
+            tryCompare(tab(strip, work), "width", before);
+        }
+
+        function test_no_lists_shows_all_with_its_name_and_the_plus_button() {
+            lists.clear();
+            const strip = makeStrip({ reduceMotion: true });
+            const all = tab(strip, "");
+            verify(findChild(all, "title").visible);
+            compare(findChild(all, "title").text, "全部");
+            const plus = findChild(strip, "plusButton");
+            verify(plus.visible);
+            // The plus button reaches 6 past the strip's right edge.
+            compare(strip.implicitWidth, all.width + 2 + plus.width - 6);
+        }
+
+        function test_pressing_a_tab_reports_it_and_moves_nothing_by_itself() {
+            const strip = makeStrip({ selectedCategoryId: "", reduceMotion: true });
+            const selects = spy(strip, "selectRequested");
+            mouseClick(tab(strip, home));
+            compare(selects.count, 1);
+            compare(selects.signalArguments[0][0], home);
+            // The board answers by changing the selection; until then the pill stays.
+            verify(tab(strip, "").isSelected);
+            strip.selectedCategoryId = home;
+            mouseClick(tab(strip, ""));
+            compare(selects.count, 2);
+            compare(selects.signalArguments[1][0], "");
+            // A right click is not a selection.
+            mouseClick(tab(strip, work), undefined, undefined, Qt.RightButton);
+            compare(selects.count, 2);
+            tab(strip, work).menu.close();
+        }
+
+        function test_pill_slides_unless_motion_is_reduced() {
+            const strip = makeStrip({ selectedCategoryId: "", reduceMotion: false });
+            strip.selectedCategoryId = odd;
+            const target = tab(strip, odd);
+            verify(Math.abs(strip.pill.x - target.x) > 1, "the pill jumped instead of sliding");
+            tryVerify(() => Math.abs(strip.pill.x - target.x) < 0.5
+                      && Math.abs(strip.pill.width - target.width) < 0.5, 2000);
+
+            strip.reduceMotion = true;
+            strip.selectedCategoryId = work;
+            compare(strip.pill.x, tab(strip, work).x);
+            compare(strip.pill.width, tab(strip, work).width);
+        }
+
+        function test_deleting_the_selected_list_hides_the_pill() {
+            const strip = makeStrip({ selectedCategoryId: home, reduceMotion: true });
+            verify(strip.pill.visible);
+            lists.remove(1);
+            compare(findChild(strip, "tab_" + home), null);
+            verify(!strip.pill.visible);
+        }
+
+        function test_swatches_read_the_list_colour() {
+            const strip = makeStrip({ reduceMotion: true });
+            compare(findChild(tab(strip, work), "swatch").swatchColor, Qt.color("#e5484d"));
+            // Lower case with a leading '#' is the same colour.
+            compare(findChild(tab(strip, home), "swatch").swatchColor, Qt.color("#46a758"));
+            // What is not hex draws black, never nothing.
+            compare(findChild(tab(strip, odd), "swatch").swatchColor, Qt.color("#000000"));
+        }
+
+        function test_create_with_return_trims_and_takes_the_picked_colour() {
+            const strip = makeStrip({ reduceMotion: true });
+            const creates = spy(strip, "createRequested");
+            const popover = openCreatePopover(strip);
+            verify(strip.creating);
+            verify(!popover.createButton.enabled);
+            compare(popover.createButton.opacity, 0.5);
+
+            // Blanks alone: nothing happens and the popover stays.
+            typeText("   ");
+            verify(!popover.createButton.enabled);
+            keyClick(Qt.Key_Return);
+            compare(creates.count, 0);
+            verify(popover.opened);
+
+            typeText("errands ");
+            verify(popover.createButton.enabled);
+            compare(popover.createButton.opacity, 1);
+
+            mouseClick(popover.colorButton);
+            tryCompare(popover.colorPopover, "opened", true);
+            mouseClick(findChild(popover.colorPopover.contentItem, "colorChoice3"));
+            tryCompare(popover.colorPopover, "visible", false);
+            // Typing goes on where it left off.
+            tryVerify(() => popover.nameField.activeFocus, 1000);
+
+            keyClick(Qt.Key_Return);
+            compare(creates.count, 1);
+            compare(creates.signalArguments[0][0], "errands");
+            compare(creates.signalArguments[0][1], "46A758");
+            tryCompare(popover, "visible", false);
+            verify(!strip.creating);
+        }
+
+        function test_create_button_creates_a_list_of_a_taken_name() {
+            const strip = makeStrip({ reduceMotion: true });
+            const creates = spy(strip, "createRequested");
+            const popover = openCreatePopover(strip);
+            // Names are not checked against the lists that exist.
+            typeText("abc");
+            popover.controller.draftName = "工作";
+            mouseClick(popover.createButton);
+            compare(creates.count, 1);
+            compare(creates.signalArguments[0][0], "工作");
+            compare(creates.signalArguments[0][1], CategoryPalette.first);
+            tryCompare(popover, "visible", false);
+        }
+
+        function test_every_opening_starts_clean() {
+            const strip = makeStrip({ reduceMotion: true });
+            const creates = spy(strip, "createRequested");
+            let popover = openCreatePopover(strip);
+            typeText("draft");
+            popover.controller.pickColor("8E4EC6");
+            keyClick(Qt.Key_Escape);
+            tryCompare(popover, "visible", false);
+            verify(!strip.creating);
+            compare(creates.count, 0);
+            // The draft stays until the plus button is pressed again.
+            compare(popover.controller.draftName, "draft");
+
+            popover = openCreatePopover(strip);
+            compare(popover.nameField.text, "");
+            compare(popover.controller.draftColor, CategoryPalette.first);
+            verify(!popover.createButton.enabled);
+            keyClick(Qt.Key_Escape);
+            tryCompare(popover, "visible", false);
+        }
+
+        function test_context_menu_deletes_a_list_at_once() {
+            const strip = makeStrip({ selectedCategoryId: work, reduceMotion: true });
+            const deletes = spy(strip, "deleteRequested");
+
+            // 全部 has no menu.
+            mouseClick(tab(strip, ""), undefined, undefined, Qt.RightButton);
+            verify(!tab(strip, "").menu.visible);
+
+            const homeTab = tab(strip, home);
+            mouseClick(homeTab, undefined, undefined, Qt.RightButton);
+            const menu = homeTab.menu;
+            tryCompare(menu, "opened", true);
+            compare(menu.count, 1);
+            const item = menu.itemAt(0);
+            compare(item.text, "删除清单");
+            verify(item.destructive);
+            mouseClick(item);
+            compare(deletes.count, 1);
+            compare(deletes.signalArguments[0][0], home);
+            tryCompare(menu, "visible", false);
+        }
+    }
+}
