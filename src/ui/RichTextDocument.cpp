@@ -180,6 +180,9 @@ void RichTextDocument::load(const RichText& text) {
     m_document->setUndoRedoEnabled(false);
     write(text, m_document);
     m_document->setUndoRedoEnabled(undo);
+    // The editor's caret rode along with the inserted text; a note opens at its start.
+    if (m_editor)
+        m_editor->setProperty("cursorPosition", 0);
 }
 
 RichText RichTextDocument::richText() const {
