@@ -96,7 +96,7 @@ Item {
         onClicked: mouse => {
             if (mouse.button === Qt.RightButton) {
                 if (tab.deletable)
-                    menu.popup();
+                    menu.popup(mouse.x, mouse.y);
                 return;
             }
             tab.selectRequested(tab.categoryId);
