@@ -69,7 +69,6 @@ private slots:
     void roundTrip_data();
     void roundTrip();
     void documentStructure();
-    void lineBreakFollowsItsLine();
     void readKeepsOnlyNoteAttributes_data();
     void readKeepsOnlyNoteAttributes();
     void loadIsNotUndoable();
@@ -133,35 +132,24 @@ void TestRichTextDocument::roundTrip_data() {
     QTest::addColumn<QByteArray>("json");
 
     QTest::newRow("empty") << QByteArray(R"({"runs":[]})");
-    QTest::newRow("plain") << QByteArray(R"({"runs":[{"text":"买牛奶"}]})");
-    QTest::newRow("bold") << QByteArray(R"({"runs":[{"text":"a","bold":true},{"text":"b"}]})");
-    QTest::newRow("italic") << QByteArray(R"({"runs":[{"text":"a"},{"text":"b","italic":true}]})");
-    QTest::newRow("underline") << QByteArray(
-        R"({"runs":[{"text":"a"},{"text":"b","underline":true},{"text":"c"}]})");
-    QTest::newRow("strikethrough")
-        << QByteArray(R"({"runs":[{"text":"done","strikethrough":true}]})");
-    QTest::newRow("all four at once") << QByteArray(
-        R"({"runs":[{"text":"x","bold":true,"italic":true,"underline":true,"strikethrough":true}]})");
+    QTest::newRow("each attribute") << QByteArray(
+        R"({"runs":[{"text":"a","bold":true},{"text":"b","italic":true},)"
+        R"({"text":"c","underline":true},{"text":"d","strikethrough":true},{"text":"e"}]})");
     QTest::newRow("mixed runs in one line") << QByteArray(
         R"({"runs":[{"text":"买","bold":true},{"text":"牛奶","italic":true,"underline":true},)"
         R"({"text":"和"},{"text":"面包","bold":true,"strikethrough":true}]})");
-    QTest::newRow("one bullet line") << QByteArray(R"({"runs":[{"text":"鸡蛋","bullet":true}]})");
     QTest::newRow("bullets between plain lines") << QByteArray(
         R"({"runs":[{"text":"清单：\n"},{"text":"鸡蛋\n牛奶\n","bullet":true},{"text":"完"}]})");
     QTest::newRow("two separate bullet groups") << QByteArray(
         R"({"runs":[{"text":"a\n","bullet":true},{"text":"b\n"},{"text":"c","bullet":true}]})");
     QTest::newRow("empty bullet line in the middle")
         << QByteArray(R"({"runs":[{"text":"a\n\nb","bullet":true}]})");
-    QTest::newRow("styled text in a bullet")
-        << QByteArray(R"({"runs":[{"text":"重要","bold":true,"bullet":true},)"
-                      R"({"text":"的事\n","bullet":true},{"text":"其他"}]})");
     QTest::newRow("styled line break")
         << QByteArray(R"({"runs":[{"text":"粗体行\n","bold":true},{"text":"普通行"}]})");
     QTest::newRow("line break styled unlike its line")
         << QByteArray(R"({"runs":[{"text":"a"},{"text":"\n","italic":true},{"text":"b"}]})");
     QTest::newRow("leading and trailing line breaks")
         << QByteArray(R"({"runs":[{"text":"\n中间\n"}]})");
-    QTest::newRow("empty lines only") << QByteArray(R"({"runs":[{"text":"\n\n"}]})");
     QTest::newRow("CJK, emoji and combining marks")
         << QByteArray(R"({"runs":[{"text":"今天😀","bold":true},{"text":"é naïve ，。"}]})");
 }
@@ -213,35 +201,10 @@ void TestRichTextDocument::documentStructure() {
     QVERIFY(three.textList() != one.textList());
 }
 
-void TestRichTextDocument::lineBreakFollowsItsLine() {
-    // A break marked as a bullet bullets its whole line, however the runs were cut.
-    const RichText text = fromJson(R"({"runs":[{"text":"a"},{"text":"\n","bullet":true},)"
-                                   R"({"text":"b"}]})");
-    QTextDocument document;
-    RichTextDocument::write(text, &document);
-    QVERIFY(document.begin().textList());
-    QVERIFY(!document.begin().next().textList());
-    QCOMPARE(RichTextDocument::read(document),
-             fromJson(R"({"runs":[{"text":"a\n","bullet":true},{"text":"b"}]})"));
-}
-
 void TestRichTextDocument::readKeepsOnlyNoteAttributes_data() {
     QTest::addColumn<QString>("html");
     QTest::addColumn<QByteArray>("expected");
 
-    QTest::newRow("colour and size are dropped")
-        << R"(<p><span style="color:#ff0000; font-size:30px">红</span>字</p>)"
-        << QByteArray(R"({"runs":[{"text":"红字"}]})");
-    QTest::newRow("tags of the four attributes")
-        << "<b>粗</b><i>斜</i><u>下</u><s>删</s>"
-        << QByteArray(R"({"runs":[{"text":"粗","bold":true},{"text":"斜","italic":true},)"
-                      R"({"text":"下","underline":true},{"text":"删","strikethrough":true}]})");
-    QTest::newRow("semibold weight counts as bold")
-        << R"(<span style="font-weight:600">半粗</span>)"
-        << QByteArray(R"({"runs":[{"text":"半粗","bold":true}]})");
-    QTest::newRow("a numbered list becomes bullets") << "<ol><li>一</li><li>二</li></ol>"
-                                                     << QByteArray(R"({"runs":[{"text":"一\n二",)"
-                                                                   R"("bullet":true}]})");
     QTest::newRow("a soft line break is a line")
         << "甲<br>乙" << QByteArray(R"({"runs":[{"text":"甲\n乙"}]})");
     QTest::newRow("images are left out") << R"(前<img src="nothing.png" width="10" height="10">后)"
@@ -286,17 +249,10 @@ void TestRichTextDocument::shortcutsOnSelection_data() {
     QTest::newRow("Ctrl+B on partly bold text bolds all of it")
         << QByteArray(R"({"runs":[{"text":"he","bold":true},{"text":"llo"}]})") << 0 << 5
         << int(Qt::Key_B) << ctrl << QByteArray(R"({"runs":[{"text":"hello","bold":true}]})");
-    QTest::newRow("a backwards selection works the same")
-        << QByteArray(R"({"runs":[{"text":"今天很好"}]})") << 4 << 2 << int(Qt::Key_B) << ctrl
-        << QByteArray(R"({"runs":[{"text":"今天"},{"text":"很好","bold":true}]})");
     QTest::newRow("Ctrl+I on CJK")
         << QByteArray(R"({"runs":[{"text":"今天很好"}]})") << 2 << 4 << int(Qt::Key_I) << ctrl
         << QByteArray(R"({"runs":[{"text":"今天"},)"
                       R"({"text":"很好","italic":true}]})");
-    QTest::newRow("Ctrl+U") << QByteArray(R"({"runs":[{"text":"abc"}]})") << 1 << 2
-                            << int(Qt::Key_U) << ctrl
-                            << QByteArray(R"({"runs":[{"text":"a"},{"text":"b","underline":true},)"
-                                          R"({"text":"c"}]})");
     QTest::newRow("Ctrl+Shift+X strikes through")
         << QByteArray(R"({"runs":[{"text":"abc"}]})") << 0 << 3 << int(Qt::Key_X) << ctrlShift
         << QByteArray(R"({"runs":[{"text":"abc","strikethrough":true}]})");
@@ -314,9 +270,6 @@ void TestRichTextDocument::shortcutsOnSelection_data() {
         << QByteArray(R"({"runs":[{"text":"一\n二\n三"}]})") << 3 << 3 << int(Qt::Key_8)
         << ctrlShift
         << QByteArray(R"({"runs":[{"text":"一\n"},{"text":"二\n","bullet":true},{"text":"三"}]})");
-    QTest::newRow("Ctrl+Shift+* bullets every selected line")
-        << QByteArray(R"({"runs":[{"text":"一\n二\n三"}]})") << 0 << 3 << int(Qt::Key_Asterisk)
-        << ctrlShift << QByteArray(R"({"runs":[{"text":"一\n二\n","bullet":true},{"text":"三"}]})");
     QTest::newRow("a selection ending at a line start leaves that line")
         << QByteArray(R"({"runs":[{"text":"一\n二\n三"}]})") << 0 << 2 << int(Qt::Key_8)
         << ctrlShift << QByteArray(R"({"runs":[{"text":"一\n","bullet":true},{"text":"二\n三"}]})");
@@ -362,9 +315,6 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
     QTest::newRow("bold typing at the end")
         << QByteArray(R"({"runs":[{"text":"abc"}]})") << 3 << QStringList{"B", "de"}
         << QByteArray(R"({"runs":[{"text":"abc"},{"text":"de","bold":true}]})");
-    QTest::newRow("typing carries on after the first character")
-        << QByteArray(R"({"runs":[{"text":"abc"}]})") << 3 << QStringList{"B", "d", "e"}
-        << QByteArray(R"({"runs":[{"text":"abc"},{"text":"de","bold":true}]})");
     QTest::newRow("unbold typing inside bold text")
         << QByteArray(R"({"runs":[{"text":"abc","bold":true}]})") << 3 << QStringList{"B", "d"}
         << QByteArray(R"({"runs":[{"text":"abc","bold":true},{"text":"d"}]})");
@@ -372,9 +322,6 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
         << QByteArray(R"({"runs":[{"text":"ab"}]})") << 1 << QStringList{"B", "I", "x"}
         << QByteArray(R"({"runs":[{"text":"a"},{"text":"x",)"
                       R"("bold":true,"italic":true},{"text":"b"}]})");
-    QTest::newRow("toggling twice changes nothing")
-        << QByteArray(R"({"runs":[{"text":"ab"}]})") << 2 << QStringList{"B", "B", "c"}
-        << QByteArray(R"({"runs":[{"text":"abc"}]})");
     QTest::newRow("moving the caret drops the toggle")
         << QByteArray(R"({"runs":[{"text":"abc"}]})") << 3 << QStringList{"B", "<", "x"}
         << QByteArray(R"({"runs":[{"text":"abxc"}]})");
@@ -431,7 +378,7 @@ void TestRichTextDocument::pasteBringsOnlyNoteAttributes() {
     openEditor(fromJson(R"({"runs":[{"text":"ab"}]})"));
     auto* mime = new QMimeData;
     mime->setHtml(QStringLiteral(R"(<b>粗</b><span style="font-size:40px; color:red">大</span>)"
-                                 R"(<ul><li>项</li></ul>)"));
+                                 R"(<ol><li>项</li></ol>)"));
     mime->setText(QStringLiteral("粗大\n项"));
     QGuiApplication::clipboard()->setMimeData(mime);
     m_edit->setProperty("cursorPosition", 1);
@@ -440,7 +387,8 @@ void TestRichTextDocument::pasteBringsOnlyNoteAttributes() {
     QCOMPARE(m_helper->richText(),
              fromJson(R"({"runs":[{"text":"a"},{"text":"粗","bold":true},{"text":"大\n"},)"
                       R"({"text":"项b","bullet":true}]})"));
-    // The pasted size and colour never reach the document, not even for the session.
+    // The pasted size and colour never reach the document, not even for the session, and a
+    // numbered list arrives as bullets.
     for (QTextBlock block = m_helper->document()->begin(); block.isValid(); block = block.next()) {
         for (auto it = block.begin(); !it.atEnd(); ++it) {
             const QTextCharFormat format = it.fragment().charFormat();
@@ -466,10 +414,6 @@ void TestRichTextDocument::undecodableNoteDataFallsBackToNote_data() {
 
     QTest::newRow("bytes that are not JSON") << QByteArray("\x00\xff{not json", 12) << "纯文本备注"
                                              << QByteArray(R"({"runs":[{"text":"纯文本备注"}]})");
-    QTest::newRow("JSON of another shape")
-        << QByteArray(R"({"runs":5})") << "备注" << QByteArray(R"({"runs":[{"text":"备注"}]})");
-    QTest::newRow("a run without text") << QByteArray(R"({"runs":[{"bold":true}]})") << "备注"
-                                        << QByteArray(R"({"runs":[{"text":"备注"}]})");
     QTest::newRow("no rich form") << QByteArray() << "第一行\n第二行"
                                   << QByteArray(R"({"runs":[{"text":"第一行\n第二行"}]})");
     QTest::newRow("undecodable and no note")
