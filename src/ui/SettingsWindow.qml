@@ -23,6 +23,11 @@ Window {
 
     color: Radix.appBackground
 
+    Shortcut {
+        sequences: [StandardKey.Close]
+        onActivated: settingsWindow.close()
+    }
+
     Rectangle {
         id: toolbar
         objectName: "toolbar"

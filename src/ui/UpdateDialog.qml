@@ -22,6 +22,17 @@ Window {
     maximumHeight: height
     color: Radix.appBackground
 
+    Shortcut {
+        sequences: ["Escape", StandardKey.Close]
+        onActivated: dialog.controller.cancel()
+    }
+    // Return presses the filled button.
+    Shortcut {
+        sequences: ["Return", "Enter"]
+        enabled: !dialog.checking
+        onActivated: dialog.found ? dialog.controller.openDownload() : dialog.controller.cancel()
+    }
+
     ColumnLayout {
         id: content
         objectName: "dialogContent"

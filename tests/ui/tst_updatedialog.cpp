@@ -180,7 +180,14 @@ private slots:
         QVERIFY(find(dialog, "notes")->height() > 1000);
     }
 
+    void downloadOpensThePageAndCloses_data() {
+        QTest::addColumn<bool>("byKey");
+        QTest::newRow("button") << false;
+        QTest::newRow("Return") << true;
+    }
+
     void downloadOpensThePageAndCloses() {
+        QFETCH(bool, byKey);
         UrlCatcher catcher;
         QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "open");
         UpdateDialogController dialog(m_engine.get());
@@ -189,7 +196,10 @@ private slots:
         dialog.showUpdateFound(QStringLiteral("1.2.0"), QStringLiteral("42"), {}, url);
         QVERIFY(QTest::qWaitForWindowExposed(dialog.window()));
 
-        click(dialog.window(), find(dialog, "downloadButton"));
+        if (byKey)
+            QTest::keyClick(dialog.window(), Qt::Key_Return);
+        else
+            click(dialog.window(), find(dialog, "downloadButton"));
         QCOMPARE(catcher.urls, QList<QUrl>{url});
         QVERIFY(!dialog.window()->isVisible());
         QCOMPARE(cancelSpy.count(), 0);
@@ -198,7 +208,7 @@ private slots:
 
     void closingCallsOffOnlyARunningCheck_data() {
         QTest::addColumn<Outcome>("outcome");
-        QTest::addColumn<QString>("how"); // "button" or "titleBar" or "dismiss"
+        QTest::addColumn<QString>("how"); // button, titleBar, escape, return or dismiss
         QTest::addColumn<int>("cancels");
 
         const Outcome checking{"checking", {}, {}, {}, {}};
@@ -206,9 +216,11 @@ private slots:
         const Outcome found{"found", "1.2.0", "", "", {}};
         QTest::newRow("checking, cancel button") << checking << "button" << 1;
         QTest::newRow("checking, title bar") << checking << "titleBar" << 1;
+        QTest::newRow("checking, Escape") << checking << "escape" << 1;
         QTest::newRow("checking, dismissed by the app") << checking << "dismiss" << 0;
         QTest::newRow("up to date, OK button") << upToDate << "button" << 0;
         QTest::newRow("up to date, title bar") << upToDate << "titleBar" << 0;
+        QTest::newRow("up to date, Return") << upToDate << "return" << 0;
         QTest::newRow("newer version, later") << found << "button" << 0;
     }
 
@@ -228,6 +240,10 @@ private slots:
             click(window, find(dialog, ok ? "okButton" : "cancelButton"));
         } else if (how == QLatin1String("titleBar")) {
             window->close();
+        } else if (how == QLatin1String("escape")) {
+            QTest::keyClick(window, Qt::Key_Escape);
+        } else if (how == QLatin1String("return")) {
+            QTest::keyClick(window, Qt::Key_Return);
         } else {
             dialog.dismiss();
         }
