@@ -16,6 +16,9 @@ Item {
 
     visible: task !== null
 
+    // Keys the card leaves (an arrow at the note's edge) must not reach the board below.
+    Keys.onPressed: event => event.accepted = true
+
     Rectangle {
         anchors.fill: parent
         color: "black"

@@ -336,7 +336,11 @@ void TestTaskDrawerController::cardOnScreen() {
     QFETCH(int, expectedHeight);
     QFETCH(bool, scrolls);
 
-    TaskItem* task = m_store->addTask(QStringLiteral("整理周末的购物清单"), 1, kNow);
+    const QString title = lines > 0
+                              ? QStringLiteral("整理周末的购物清单，顺便把家里缺的东西都列出来，"
+                                               "周六上午去超市之前再核对一遍")
+                              : QStringLiteral("整理周末的购物清单");
+    TaskItem* task = m_store->addTask(title, 1, kNow);
     task->schedule(local(2024, 6, 13), kNow, IsoCalendar());
     task->setReminderAt(local(2024, 6, 13, 9, 0));
     QList<TextRun> runs;
