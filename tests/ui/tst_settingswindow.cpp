@@ -179,17 +179,6 @@ private slots:
         QVERIFY(controller.tabView(QStringLiteral("about"))->parentItem());
     }
 
-    void toolbarItemFallsBackToGeneral() {
-        QCOMPARE(SettingsWindowController::tab(QStringLiteral("about")).label,
-                 QStringLiteral("关于"));
-        QCOMPARE(SettingsWindowController::tab(QStringLiteral("about")).symbol,
-                 QStringLiteral("info.circle"));
-        QCOMPARE(SettingsWindowController::tab(QStringLiteral("anything")).label,
-                 QStringLiteral("通用"));
-        QCOMPARE(SettingsWindowController::tab(QStringLiteral("anything")).symbol,
-                 QStringLiteral("gearshape"));
-    }
-
     void pressingAToolbarItemSelectsIt() {
         SettingsWindowController controller(m_engine.get());
         controller.openGeneral();
