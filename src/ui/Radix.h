@@ -48,6 +48,8 @@ class Radix : public QObject {
     TAVIK_RADIX_COLOR(primaryText)
     TAVIK_RADIX_COLOR(secondaryText)
     TAVIK_RADIX_COLOR(tertiaryText)
+    // The desktop's background for popovers and floating controls.
+    TAVIK_RADIX_COLOR(controlBackground)
 #undef TAVIK_RADIX_COLOR
 
 public:
@@ -159,6 +161,9 @@ public:
     }
     [[nodiscard]] QColor tertiaryText() const {
         return pickA("0000004D", "FFFFFF40");
+    }
+    [[nodiscard]] QColor controlBackground() const {
+        return pick("FFFFFF", "1E1E1E");
     }
 
 signals:

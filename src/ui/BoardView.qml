@@ -1,0 +1,351 @@
+import QtQuick
+import QtQuick.Controls
+import TavikUi
+
+// The content of the board window: three columns side by side, the toolbar cluster in the
+// top right corner, the task dialog in the bottom right corner. All rules live in the
+// BoardController; this view draws its state and forwards pointer and key input to it.
+FocusScope {
+    id: boardView
+
+    required property BoardController controller
+    // The shell sets this when the window is translucent and the compositor blurs behind it.
+    property bool translucent: false
+
+    readonly property alias columnsRow: columnsRow
+    readonly property alias doneButton: doneButton
+    readonly property alias donePopup: donePopup
+
+    // Must be the same order as BucketInfo::columns: left and right for the keyboard.
+    readonly property var columns: [
+        { bucket: "later", title: "稍后", model: controller.laterModel },
+        { bucket: "thisWeek", title: "本周", model: controller.thisWeekModel },
+        { bucket: "today", title: "今天", model: controller.todayModel }
+    ]
+
+    Component.onCompleted: {
+        if (Window.window && Window.window.visible)
+            controller.boardAppeared()
+    }
+
+    Connections {
+        target: boardView.Window.window
+        function onVisibleChanged() {
+            if (boardView.Window.window.visible)
+                boardView.controller.boardAppeared()
+            else
+                boardView.controller.boardDisappeared()
+        }
+    }
+
+    // The window's backdrop: opaque where nothing blurs behind it, the scrim over both.
+    Rectangle {
+        anchors.fill: parent
+        color: boardView.translucent ? "transparent" : Radix.appBackground
+    }
+    Rectangle {
+        anchors.fill: parent
+        color: Radix.windowScrim
+        opacity: 0.618
+    }
+
+    // The columns row holds the keyboard focus of the board and draws no ring.
+    Item {
+        id: columnsRow
+
+        anchors.fill: parent
+        focus: true
+        activeFocusOnTab: true
+
+        Keys.onPressed: event => {
+            event.accepted = boardView.controller.handleBoardKey(event.key, event.modifiers)
+        }
+
+        Binding {
+            target: boardView.controller
+            property: "boardFocused"
+            value: columnsRow.activeFocus
+        }
+
+        // A click that reaches the row is a click on empty board area.
+        MouseArea {
+            anchors.fill: parent
+            onPressed: columnsRow.forceActiveFocus(Qt.MouseFocusReason)
+            onClicked: boardView.controller.requestBlurInput()
+        }
+
+        // The first movement of the mouse turns the keyboard highlight off.
+        HoverHandler {
+            onPointChanged: {
+                if (boardView.controller.keyboardActive)
+                    boardView.controller.pointerMoved()
+            }
+        }
+
+        Row {
+            anchors.fill: parent
+
+            Repeater {
+                model: boardView.columns
+
+                Item {
+                    id: slot
+
+                    required property var modelData
+                    required property int index
+
+                    // Equal shares of what the two hairlines leave.
+                    width: (columnsRow.width - 0.5 * (boardView.columns.length - 1))
+                           / boardView.columns.length + (index > 0 ? 0.5 : 0)
+                    height: columnsRow.height
+
+                    // Before every column but the first: a hairline whose ends fade out.
+                    Rectangle {
+                        visible: slot.index > 0
+                        width: 0.5
+                        y: 44
+                        height: parent.height - 44
+                        gradient: Gradient {
+                            GradientStop {
+                                position: 0
+                                color: "transparent"
+                            }
+                            GradientStop {
+                                position: 48 / Math.max(96, slot.height - 44)
+                                color: Radix.sandA6
+                            }
+                            GradientStop {
+                                position: 1 - 48 / Math.max(96, slot.height - 44)
+                                color: Radix.sandA6
+                            }
+                            GradientStop {
+                                position: 1
+                                color: "transparent"
+                            }
+                        }
+                    }
+
+                    ColumnView {
+                        objectName: "column_" + slot.modelData.bucket
+                        x: slot.index > 0 ? 0.5 : 0
+                        width: parent.width - x
+                        height: parent.height
+                        bucket: slot.modelData.bucket
+                        title: slot.modelData.title
+                        tasks: slot.modelData.model
+                        categories: boardView.controller.categoriesModel
+                        editingTaskId: boardView.controller.editingTaskId
+                        focusedTaskId: boardView.controller.highlightedTaskId
+                        compact: boardView.controller.compactRows
+                        now: boardView.controller.displayNow
+                        scrollResetKey: slot.modelData.bucket === "later"
+                                        ? boardView.controller.laterScrollResetKey : ""
+                        headerAccessory: slot.modelData.bucket === "later" ? categoryStrip : null
+
+                        onToggleRequested: task => boardView.controller.toggle(task)
+                        onDeleteRequested: task => boardView.controller.deleteTask(task)
+                        onAssignRequested: (task, categoryId) => boardView.controller
+                                           .assignTaskCategory(task, categoryId)
+                        onEditRequested: task => boardView.controller.beginEditing(task)
+                    }
+                }
+            }
+        }
+    }
+
+    Component {
+        id: categoryStrip
+
+        CompactCategoryStrip {
+            categories: boardView.controller.categoriesModel
+            selectedCategoryId: boardView.controller.selectedCategoryId
+            dragState: null
+            onSelectRequested: categoryId => boardView.controller.selectCategory(categoryId)
+            onCreateRequested: (name, colorHex) => boardView.controller.createCategory(name,
+                                                                                     colorHex)
+            onDeleteRequested: categoryId => boardView.controller.deleteCategory(categoryId)
+        }
+    }
+
+    CreateTaskPanel {
+        anchors.right: parent.right
+        anchors.bottom: parent.bottom
+        anchors.rightMargin: 18
+        anchors.bottomMargin: 16
+        categories: boardView.controller.categoriesModel
+        defaultListId: boardView.controller.selectedCategoryId
+        editingTask: boardView.controller.editingTask
+        board: boardView.controller
+        onCreateRequested: (title, note, listId, dueDate, reminderAt) => boardView.controller
+                           .createEnhanced(title, note, listId, dueDate, reminderAt)
+        onSaveRequested: (task, title, note, listId, dueDate, reminderAt) => boardView.controller
+                         .saveEdit(task, title, note, listId, dueDate, reminderAt)
+        onDeleteRequested: task => boardView.controller.deleteTask(task)
+        onEndEditingRequested: boardView.controller.endEditing()
+    }
+
+    // The toolbar cluster, in the 44-point band at the top.
+    Row {
+        id: toolbar
+
+        anchors.top: parent.top
+        anchors.right: parent.right
+        anchors.topMargin: 6
+        anchors.rightMargin: 6
+        spacing: 8
+
+        AbstractButton {
+            id: updatePill
+
+            anchors.verticalCenter: parent.verticalCenter
+            implicitHeight: 24
+            leftPadding: 12
+            rightPadding: 12
+            hoverEnabled: true
+            focusPolicy: Qt.NoFocus
+            // Comes and goes scaling from 0.9 and fading, on the pill's spring.
+            visible: opacity > 0
+            opacity: boardView.controller.updateAvailable ? 1 : 0
+            scale: boardView.controller.updateAvailable ? 1 : 0.9
+            ToolTip.visible: hovered
+            ToolTip.delay: 600
+            ToolTip.text: "下载并安装新版本"
+            onClicked: boardView.controller.checkForUpdates()
+
+            Behavior on opacity {
+                SpringMotion {
+                    response: 0.25
+                    dampingFraction: 1.0
+                    epsilon: 0.005
+                }
+            }
+            Behavior on scale {
+                SpringMotion {
+                    response: 0.25
+                    dampingFraction: 1.0
+                    epsilon: 0.005
+                }
+            }
+
+            background: Rectangle {
+                radius: height / 2
+                color: Radix.accent
+            }
+            contentItem: Text {
+                text: "更新"
+                font.pixelSize: 12
+                font.weight: Font.DemiBold
+                color: "white"
+                verticalAlignment: Text.AlignVCenter
+            }
+        }
+
+        ViewModeButton {
+            anchors.verticalCenter: parent.verticalCenter
+            compact: boardView.controller.compactRows
+            onClicked: boardView.controller.toggleViewMode()
+        }
+
+        AbstractButton {
+            id: doneButton
+
+            anchors.verticalCenter: parent.verticalCenter
+            implicitWidth: 32
+            implicitHeight: 32
+            hoverEnabled: true
+            focusPolicy: Qt.NoFocus
+            ToolTip.visible: hovered && !boardView.controller.showDone
+            ToolTip.delay: 600
+            ToolTip.text: "已完成的任务"
+            onClicked: boardView.controller.showDone = !boardView.controller.showDone
+
+            background: Rectangle {
+                radius: 12
+                color: boardView.controller.showDone ? Radix.accent
+                                                 : doneButton.hovered ? Radix.sandA3 : "transparent"
+
+                Behavior on color {
+                    ColorAnimation {
+                        duration: 120
+                        easing.type: Easing.OutQuad
+                    }
+                }
+            }
+            contentItem: Item {
+                SymbolIcon {
+                    anchors.centerIn: parent
+                    name: "checklist"
+                    size: 13
+                    semibold: true
+                    color: boardView.controller.showDone ? "white" : Radix.secondaryText
+                }
+            }
+
+            // The done list hangs below the button, its arrow on the button's lower edge.
+            Popup {
+                id: donePopup
+
+                readonly property int arrowHeight: 8
+
+                y: doneButton.height + arrowHeight
+                x: doneButton.width - width
+                padding: 0
+                // Takes the keyboard while open, so that Escape closes it.
+                focus: true
+                visible: boardView.controller.showDone
+                closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
+                onClosed: boardView.controller.showDone = false
+
+                contentItem: DoneListView {
+                    tasks: boardView.controller.doneModel
+                    onToggleRequested: task => boardView.controller.toggle(task)
+                    onDeleteRequested: task => boardView.controller.deleteTask(task)
+                }
+                background: Item {
+                    // A few widening, fading rings stand in for the popover's shadow.
+                    Repeater {
+                        model: 3
+
+                        Rectangle {
+                            required property int index
+
+                            anchors.fill: parent
+                            anchors.margins: -(index + 1)
+                            anchors.topMargin: -index
+                            anchors.bottomMargin: -(index + 2)
+                            radius: 10 + index + 1
+                            color: "transparent"
+                            border.width: 1
+                            border.color: Qt.rgba(0, 0, 0, Radix.dark ? 0.3 : 0.06 - index * 0.015)
+                        }
+                    }
+                    Rectangle {
+                        anchors.fill: parent
+                        radius: 10
+                        color: Radix.controlBackground
+                        border.width: 0.5
+                        border.color: Radix.sandA6
+                    }
+                    // The arrow: a square turned on its corner, half of it above the card.
+                    Rectangle {
+                        width: donePopup.arrowHeight * Math.SQRT2
+                        height: width
+                        rotation: 45
+                        x: donePopup.width - doneButton.width / 2 - width / 2
+                        y: -height / 2
+                        color: Radix.controlBackground
+                        border.width: 0.5
+                        border.color: Radix.sandA6
+                    }
+                    Rectangle {
+                        x: donePopup.width - doneButton.width / 2 - donePopup.arrowHeight * 1.5
+                        y: 0.5
+                        width: donePopup.arrowHeight * 3
+                        height: donePopup.arrowHeight
+                        color: Radix.controlBackground
+                    }
+                }
+            }
+        }
+    }
+}

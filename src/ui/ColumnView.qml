@@ -1,0 +1,223 @@
+import QtQuick
+import TavikUi
+
+// One column of the board: a header that stays in place, the rows scrolling under it, and
+// the empty state. What the user asks of a row leaves as a signal; the board performs it.
+Item {
+    id: column
+
+    required property string bucket
+    required property string title
+    required property TaskListModel tasks
+    // The lists offered by the rows' menus (CategoryListModel).
+    property var categories: null
+    property string editingTaskId: ""
+    // The row with the keyboard highlight; "" while the highlight is off.
+    property string focusedTaskId: ""
+    property bool compact: false
+    // When it changes, the list scrolls back to its top.
+    property string scrollResetKey: ""
+    // Drawn at the right end of the header, 20 high.
+    property Component headerAccessory: null
+    property date now: new Date()
+    // Some drag is under way on the board.
+    property bool dragActive: false
+
+    readonly property int headerTopInset: 44
+    // The chrome frosts over while rows pass under it.
+    readonly property real chromeBottom: chrome.height
+    readonly property real contentTop: list.y + list.originY - list.contentY
+    readonly property bool frosted: contentTop < chromeBottom - 1
+    readonly property alias listView: list
+
+    signal toggleRequested(TaskItem task)
+    signal deleteRequested(TaskItem task)
+    signal assignRequested(TaskItem task, string categoryId)
+    signal editRequested(TaskItem task)
+
+    onScrollResetKeyChanged: list.positionViewAtBeginning()
+    onFocusedTaskIdChanged: {
+        const row = tasks.indexOfId(focusedTaskId)
+        if (row >= 0)
+            list.positionViewAtIndex(row, ListView.Contain)
+    }
+
+    ListView {
+        id: list
+
+        anchors.fill: parent
+        topMargin: column.chromeBottom + 12
+        bottomMargin: 82
+        interactive: false
+        boundsBehavior: Flickable.StopAtBounds
+        model: column.tasks
+
+        delegate: TaskRow {
+            width: ListView.view.width
+            transformOrigin: Item.TopLeft
+            isEditing: taskId === column.editingTaskId
+            focused: taskId === column.focusedTaskId
+            dragActive: column.dragActive
+            compact: column.compact
+            categories: column.categories
+            now: column.now
+            onToggleRequested: column.toggleRequested(task)
+            onDeleteRequested: column.deleteRequested(task)
+            onAssignRequested: categoryId => column.assignRequested(task, categoryId)
+            onEditRequested: column.editRequested(task)
+        }
+
+        // Rows come in by opacity, leave shrinking to 0.96 about their top left corner and
+        // fading, and the others make room on a spring.
+        add: Transition {
+            SpringMotion {
+                property: "opacity"
+                from: 0
+                to: 1
+                response: 0.28
+                epsilon: 0.005
+            }
+        }
+        remove: Transition {
+            SpringMotion {
+                property: "opacity"
+                to: 0
+                response: 0.28
+                epsilon: 0.005
+            }
+            SpringMotion {
+                property: "scale"
+                to: 0.96
+                response: 0.28
+                epsilon: 0.005
+            }
+        }
+        displaced: Transition {
+            SpringMotion {
+                property: "y"
+                response: 0.28
+                dampingFraction: 1.0
+                epsilon: 0.25
+            }
+            // A row caught by a removal half-way must still end up whole.
+            NumberAnimation {
+                properties: "opacity,scale"
+                to: 1
+                duration: 0
+            }
+        }
+        move: Transition {
+            SpringMotion {
+                property: "y"
+                response: 0.28
+                dampingFraction: 1.0
+                epsilon: 0.25
+            }
+        }
+
+        WheelScroller {
+            flickable: list
+            enabled: !column.dragActive
+        }
+    }
+
+    Column {
+        anchors.centerIn: parent
+        width: parent.width
+        spacing: 10
+        visible: column.tasks.count === 0
+
+        SymbolIcon {
+            anchors.horizontalCenter: parent.horizontalCenter
+            name: "cloud.sun"
+            size: 42
+            color: Radix.sandA4
+        }
+        Text {
+            anchors.horizontalCenter: parent.horizontalCenter
+            text: "全部完成"
+            font.pixelSize: 14
+            color: Radix.sandA6
+        }
+    }
+
+    Item {
+        id: chrome
+
+        width: parent.width
+        height: column.headerTopInset + header.height
+
+        // Stands in for a blur: opaque over the chrome, fading out over the 24 below it.
+        Rectangle {
+            width: parent.width
+            height: chrome.height + 24
+            opacity: column.frosted ? 1 : 0
+            gradient: Gradient {
+                GradientStop {
+                    position: 0
+                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
+                                   Radix.appBackground.b, 0.9)
+                }
+                GradientStop {
+                    position: chrome.height / (chrome.height + 24)
+                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
+                                   Radix.appBackground.b, 0.9)
+                }
+                GradientStop {
+                    position: 1
+                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
+                                   Radix.appBackground.b, 0)
+                }
+            }
+
+            Behavior on opacity {
+                NumberAnimation {
+                    duration: 150
+                    easing.type: Easing.OutQuad
+                }
+            }
+        }
+
+        Item {
+            id: header
+
+            x: 18
+            y: column.headerTopInset
+            width: parent.width - 36
+            height: Math.max(titleRow.height, accessory.active ? 20 : 0)
+
+            Row {
+                id: titleRow
+
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 5
+
+                Text {
+                    id: titleText
+                    text: column.title
+                    font.pixelSize: 14
+                    font.weight: Font.DemiBold
+                    color: Radix.primaryText
+                }
+                Text {
+                    anchors.baseline: titleText.baseline
+                    visible: column.tasks.count > 0
+                    text: column.tasks.count
+                    font.pixelSize: 14
+                    color: Radix.sand11
+                }
+            }
+
+            Loader {
+                id: accessory
+
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                width: item ? Math.min(item.implicitWidth, header.width - titleRow.width - 8) : 0
+                height: 20
+                active: column.headerAccessory !== null
+                sourceComponent: column.headerAccessory
+            }
+        }
+    }
+}

@@ -1,0 +1,64 @@
+import QtQuick
+import QtQuick.Controls
+import TavikUi
+
+// The context menu of a task row: edit, file under a list, delete.
+Menu {
+    id: menu
+
+    // The lists on offer (CategoryListModel) and the task's own list ("" for none).
+    property var categories: null
+    property string categoryId: ""
+
+    signal editRequested
+    signal assignRequested(string categoryId)
+    signal deleteRequested
+
+    delegate: SymbolMenuItem {}
+
+    SymbolMenuItem {
+        text: "编辑"
+        symbol: "pencil"
+        onTriggered: menu.editRequested()
+    }
+    MenuSeparator {}
+    Menu {
+        id: listMenu
+
+        property string symbol: "tag"
+
+        title: "清单"
+        delegate: SymbolMenuItem {}
+
+        SymbolMenuItem {
+            text: "无"
+            symbol: menu.categoryId === "" ? "checkmark" : ""
+            onTriggered: menu.assignRequested("")
+        }
+        MenuSeparator {
+            visible: listEntries.count > 0
+            height: visible ? implicitHeight : 0
+        }
+        Instantiator {
+            id: listEntries
+            model: menu.categories
+            delegate: SymbolMenuItem {
+                required property string categoryId
+                required property string name
+
+                text: name
+                symbol: categoryId === menu.categoryId ? "checkmark" : ""
+                onTriggered: menu.assignRequested(categoryId)
+            }
+            onObjectAdded: (index, object) => listMenu.insertItem(index + 2, object)
+            onObjectRemoved: (index, object) => listMenu.removeItem(object)
+        }
+    }
+    MenuSeparator {}
+    SymbolMenuItem {
+        text: "删除"
+        symbol: "trash"
+        destructive: true
+        onTriggered: menu.deleteRequested()
+    }
+}

@@ -1,0 +1,774 @@
+// The board's screen rules without the screen: keyboard control, the column models and the
+// board's reactions, on a real store with a clock that stands still.
+#include "BoardController.h"
+#include "BoardModel.h"
+#include "BoardTestSupport.h"
+#include "Clock.h"
+#include "IsoCalendar.h"
+#include "ModelMirror.h"
+#include "Notifications.h"
+#include "TaskCategory.h"
+
+#include <QAbstractItemModelTester>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTest>
+#include <memory>
+#include <vector>
+
+using namespace BoardTest;
+
+namespace {
+
+// Wednesday 17 June 2026, mid-morning.
+const QDateTime wednesday = local(2026, 6, 17, 10, 0);
+
+struct Board {
+    Store store;
+    ManualClock clock{wednesday};
+    NotificationHub hub;
+    RecordingSoundSink sounds;
+    std::unique_ptr<BoardModel> model;
+    std::unique_ptr<BoardController> controller;
+    IsoCalendar calendar;
+
+    explicit Board(const QStringList& arguments = {}) {
+        model = std::make_unique<BoardModel>(*store.context, *store.preferences, clock, hub);
+        model->setSoundSink(&sounds);
+        controller = std::make_unique<BoardController>(*model, clock, hub, arguments);
+    }
+
+    TaskCategory* addList(const QString& name) {
+        auto* list = new TaskCategory(name, QStringLiteral("46A758"),
+                                      qint64(store.context->categories().size() + 1), wednesday);
+        store.context->insert(list);
+        return list;
+    }
+
+    // Tasks are added top to bottom: each one below the previous of the whole board.
+    TaskItem* add(const QString& title, Bucket column, TaskCategory* list = nullptr) {
+        auto* task = new TaskItem(title, 1000 - qint64(store.context->tasks().size()), wednesday);
+        task->move(column, wednesday, calendar);
+        task->setCategory(list);
+        store.context->insert(task);
+        return task;
+    }
+
+    [[nodiscard]] TaskItem* byTitle(const QString& title) const {
+        for (TaskItem* task : store.context->tasks()) {
+            if (task->title() == title)
+                return task;
+        }
+        return nullptr;
+    }
+
+    [[nodiscard]] QString idOf(const QString& title) const {
+        TaskItem* task = byTitle(title);
+        return task ? task->id().toString(QUuid::WithoutBraces) : QString();
+    }
+
+    [[nodiscard]] QString titleOf(const QString& id) const {
+        TaskItem* task = store.context->task(QUuid::fromString(id));
+        return task ? task->title() : QString();
+    }
+
+    // "later | thisWeek | today" as the column models show them, titles in order.
+    [[nodiscard]] QString columns() const {
+        QStringList parts;
+        for (Bucket bucket : BucketInfo::columns) {
+            QStringList titles;
+            for (const TaskItem* task : controller->columnModel(bucket)->tasks())
+                titles << task->title();
+            parts << titles.join(QLatin1Char(' '));
+        }
+        return parts.join(QStringLiteral(" | "));
+    }
+
+    [[nodiscard]] QString focusedTitle() const { return titleOf(controller->focusedTaskId()); }
+
+    void focus(const QString& title) {
+        controller->setFocusedId(title.isEmpty() ? std::nullopt
+                                                 : std::optional<QUuid>(byTitle(title)->id()));
+    }
+};
+
+// Today: T1 T2 T3. This week: W1 W2. Later: L1 (list A), L2 (no list), L3 (list B).
+void fillStandardBoard(Board& board) {
+    TaskCategory* a = board.addList(QStringLiteral("A"));
+    TaskCategory* b = board.addList(QStringLiteral("B"));
+    board.add(QStringLiteral("L1"), Bucket::later, a);
+    board.add(QStringLiteral("L2"), Bucket::later);
+    board.add(QStringLiteral("L3"), Bucket::later, b);
+    board.add(QStringLiteral("W1"), Bucket::thisWeek);
+    board.add(QStringLiteral("W2"), Bucket::thisWeek);
+    board.add(QStringLiteral("T1"), Bucket::today);
+    board.add(QStringLiteral("T2"), Bucket::today);
+    board.add(QStringLiteral("T3"), Bucket::today);
+    board.controller->syncModels();
+}
+
+QString listName(const Board& board) {
+    const QString id = board.controller->selectedCategoryId();
+    if (id.isEmpty())
+        return QString();
+    const TaskCategory* list = board.store.context->category(QUuid::fromString(id));
+    return list ? list->name() : QStringLiteral("?");
+}
+
+void selectList(Board& board, const QString& name) {
+    QString id;
+    for (const TaskCategory* list : board.store.context->categories()) {
+        if (list->name() == name)
+            id = list->id().toString(QUuid::WithoutBraces);
+    }
+    board.controller->selectCategory(id);
+    board.controller->syncModels();
+}
+
+const QString standardColumns = QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3");
+
+} // namespace
+
+class TestBoardController : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    // ---- Keyboard ------------------------------------------------------------------------
+
+    void keys_data() {
+        QTest::addColumn<QString>("list");    // selected list before the key, "" for all
+        QTest::addColumn<QString>("focused"); // focused task before the key
+        QTest::addColumn<bool>("active");     // keyboardActive before the key
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<bool>("handled");
+        QTest::addColumn<QString>("focusAfter");
+        QTest::addColumn<QString>("columnsAfter");
+        QTest::addColumn<QString>("listAfter");
+
+        const int none = Qt::NoModifier;
+        const int ctrl = Qt::ControlModifier;
+        const int alt = Qt::AltModifier;
+        const QString all;
+        const QString same = standardColumns;
+
+        QTest::newRow("other key passes on")
+            << all << "T1" << true << int(Qt::Key_A) << none << false << "T1" << same << all;
+        QTest::newRow("first key only lights the default row")
+            << all << "" << false << int(Qt::Key_Down) << none << true << "T1" << same << all;
+        QTest::newRow("first key keeps a row it can locate")
+            << all << "W2" << false << int(Qt::Key_Down) << none << true << "W2" << same << all;
+        QTest::newRow("down") << all << "T1" << true << int(Qt::Key_Down) << none << true << "T2"
+                              << same << all;
+        QTest::newRow("down stops at the end")
+            << all << "T3" << true << int(Qt::Key_Down) << none << true << "T3" << same << all;
+        QTest::newRow("up stops at the top")
+            << all << "T1" << true << int(Qt::Key_Up) << none << true << "T1" << same << all;
+        QTest::newRow("option up moves the focus too")
+            << all << "T2" << true << int(Qt::Key_Up) << alt << true << "T1" << same << all;
+        QTest::newRow("left keeps the index")
+            << all << "T2" << true << int(Qt::Key_Left) << none << true << "W2" << same << all;
+        QTest::newRow("left into a shorter column takes its last row")
+            << all << "T3" << true << int(Qt::Key_Left) << none << true << "W2" << same << all;
+        QTest::newRow("left of the leftmost column stays")
+            << all << "L2" << true << int(Qt::Key_Left) << none << true << "L2" << same << all;
+        QTest::newRow("right of the rightmost column stays")
+            << all << "T1" << true << int(Qt::Key_Right) << none << true << "T1" << same << all;
+        QTest::newRow("return opens")
+            << all << "T2" << true << int(Qt::Key_Return) << none << true << "T2" << same << all;
+
+        QTest::newRow("move up at the top does nothing")
+            << all << "T1" << true << int(Qt::Key_Up) << ctrl << true << "T1" << same << all;
+        QTest::newRow("move up") << all << "T2" << true << int(Qt::Key_Up) << ctrl << true << "T2"
+                                 << "L1 L2 L3 | W1 W2 | T2 T1 T3" << all;
+        QTest::newRow("move down at the bottom does nothing")
+            << all << "T3" << true << int(Qt::Key_Down) << ctrl << true << "T3" << same << all;
+        QTest::newRow("move down from the last but one")
+            << all << "T2" << true << int(Qt::Key_Down) << ctrl << true << "T2"
+            << "L1 L2 L3 | W1 W2 | T1 T3 T2" << all;
+        QTest::newRow("move down")
+            << all << "T1" << true << int(Qt::Key_Down) << ctrl << true << "T1"
+            << "L1 L2 L3 | W1 W2 | T2 T1 T3" << all;
+        QTest::newRow("move right of today does nothing")
+            << all << "T1" << true << int(Qt::Key_Right) << ctrl << true << "T1" << same << all;
+        QTest::newRow("move left lands on top and keeps the focus")
+            << all << "T2" << true << int(Qt::Key_Left) << ctrl << true << "T2"
+            << "L1 L2 L3 | T2 W1 W2 | T1 T3" << all;
+        QTest::newRow("move right lands on top")
+            << all << "W2" << true << int(Qt::Key_Right) << ctrl << true << "W2"
+            << "L1 L2 L3 | W1 | W2 T1 T2 T3" << all;
+        QTest::newRow("command wins over option")
+            << all << "W1" << true << int(Qt::Key_Right) << (ctrl | alt) << true << "W1"
+            << "L1 L2 L3 | W2 | W1 T1 T2 T3" << all;
+
+        QTest::newRow("next list")
+            << all << "T1" << true << int(Qt::Key_Right) << alt << true << "T1"
+            << "L1 | W1 W2 | T1 T2 T3"
+            << "A";
+        QTest::newRow("previous list from all wraps to the last")
+            << all << "T1" << true << int(Qt::Key_Left) << alt << true << "T1"
+            << "L3 | W1 W2 | T1 T2 T3"
+            << "B";
+        QTest::newRow("next list from the last wraps to all")
+            << "B"
+            << "T1" << true << int(Qt::Key_Right) << alt << true << "T1" << same << all;
+
+        // L2 has no list, so with A selected it cannot be located: the default row is
+        // focused, and the key then acts from there.
+        QTest::newRow("hidden focus falls back to the default")
+            << "A"
+            << "L2" << true << int(Qt::Key_Down) << none << true << "T2"
+            << "L1 | W1 W2 | T1 T2 T3"
+            << "A";
+        QTest::newRow("moving a hidden task does nothing but focus the default")
+            << "A"
+            << "L2" << true << int(Qt::Key_Up) << ctrl << true << "T1"
+            << "L1 | W1 W2 | T1 T2 T3"
+            << "A";
+    }
+
+    void keys() {
+        QFETCH(QString, list);
+        QFETCH(QString, focused);
+        QFETCH(bool, active);
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(bool, handled);
+        QFETCH(QString, focusAfter);
+        QFETCH(QString, columnsAfter);
+        QFETCH(QString, listAfter);
+
+        Board board;
+        fillStandardBoard(board);
+        selectList(board, list);
+        board.focus(focused);
+        board.controller->setKeyboardActive(active);
+
+        QCOMPARE(board.controller->handleBoardKey(key, modifiers), handled);
+        board.controller->syncModels();
+
+        QCOMPARE(board.focusedTitle(), focusAfter);
+        QCOMPARE(board.columns(), columnsAfter);
+        QCOMPARE(listName(board), listAfter);
+        QCOMPARE(board.controller->keyboardActive(), handled || active);
+        // Return opens the focused task; nothing else does.
+        const bool opens = handled && active && key == Qt::Key_Return;
+        QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(focused) : nullptr);
+    }
+
+    void keyboardMovesPlayTheMoveSoundOnlyWhenTheyMove() {
+        Board board;
+        fillStandardBoard(board);
+        board.focus(QStringLiteral("T1"));
+        board.controller->setKeyboardActive(true);
+        board.controller->handleBoardKey(Qt::Key_Up, Qt::ControlModifier);
+        QVERIFY(board.sounds.played.isEmpty());
+        board.controller->handleBoardKey(Qt::Key_Down, Qt::ControlModifier);
+        QCOMPARE(board.sounds.played, QList<AppSound>{AppSound::move});
+    }
+
+    void emptyBoardTakesKeysWithoutEffect() {
+        Board board;
+        QSignalSpy focusSpy(board.controller.get(), &BoardController::focusedTaskIdChanged);
+        for (int key : {Qt::Key_Down, Qt::Key_Up, Qt::Key_Left, Qt::Key_Return}) {
+            QVERIFY(board.controller->handleBoardKey(key, Qt::NoModifier));
+            QVERIFY(board.controller->handleBoardKey(key, Qt::ControlModifier));
+            QVERIFY(board.controller->handleBoardKey(key, Qt::AltModifier));
+        }
+        QCOMPARE(board.controller->focusedTaskId(), QString());
+        QCOMPARE(focusSpy.count(), 0);
+        QCOMPARE(board.controller->editingTask(), nullptr);
+        QVERIFY(board.controller->keyboardActive());
+    }
+
+    void completingMovesTheFocusAtOnce() {
+        Board board;
+        fillStandardBoard(board);
+        board.focus(QStringLiteral("T2"));
+        board.controller->setKeyboardActive(true);
+
+        board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T3"));
+        // The task itself stays in its column, ticked, until the write.
+        QVERIFY(!board.byTitle(QStringLiteral("T2"))->completed());
+        QCOMPARE(board.controller->todayModel()->count(), 3);
+        QCOMPARE(board.controller->todayModel()->data(board.controller->todayModel()->index(1),
+                                                      TaskListModel::CompletingRole),
+                 QVariant(true));
+
+        // The last row of a column hands the focus upwards, to a row that is completing
+        // itself: until the write it is a row like any other.
+        board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
+
+        QTRY_VERIFY(board.byTitle(QStringLiteral("T2"))->completed());
+        QTRY_COMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1"));
+        QCOMPARE(board.controller->doneModel()->count(), 2);
+    }
+
+    void completingTheOnlyRowLeavesNoFocus() {
+        Board board;
+        board.add(QStringLiteral("only"), Bucket::thisWeek);
+        board.add(QStringLiteral("later one"), Bucket::later);
+        board.controller->syncModels();
+        board.focus(QStringLiteral("only"));
+        board.controller->setKeyboardActive(true);
+
+        board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(board.controller->focusedTaskId(), QString());
+        // The next key finds nothing to locate and focuses the default row, then acts.
+        QTRY_VERIFY(board.byTitle(QStringLiteral("only"))->completed());
+        board.controller->handleBoardKey(Qt::Key_Down, Qt::NoModifier);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("later one"));
+    }
+
+    void highlightNeedsFocusAndKeyboard() {
+        Board board;
+        fillStandardBoard(board);
+        BoardController& c = *board.controller;
+        QSignalSpy spy(&c, &BoardController::highlightedTaskIdChanged);
+
+        c.setBoardFocused(true); // nothing located: the default row is taken
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T1"));
+        QCOMPARE(c.highlightedTaskId(), QString());
+
+        c.handleBoardKey(Qt::Key_Down, Qt::NoModifier); // lights only
+        QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T1")));
+        c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
+        QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
+
+        // The mouse hides the highlight but keeps the row; the next key only relights it.
+        c.pointerMoved();
+        QCOMPARE(c.highlightedTaskId(), QString());
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
+        c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
+        QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
+
+        // Losing the focus turns the keyboard off; regaining it keeps a row it can locate.
+        c.setBoardFocused(false);
+        QVERIFY(!c.keyboardActive());
+        QCOMPARE(c.highlightedTaskId(), QString());
+        c.setBoardFocused(true);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
+        QCOMPARE(c.highlightedTaskId(), QString());
+        QCOMPARE(spy.count(), 5);
+    }
+
+    void regainingFocusReplacesARowThatWentAway() {
+        Board board;
+        fillStandardBoard(board);
+        board.focus(QStringLiteral("T2"));
+        board.controller->deleteTask(board.byTitle(QStringLiteral("T2")));
+        board.controller->setBoardFocused(true);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T1"));
+    }
+
+    // ---- Column models -------------------------------------------------------------------
+
+    void columnsShowTheBoardsLists() {
+        Board board;
+        fillStandardBoard(board);
+        board.add(QStringLiteral("D1"), Bucket::done);
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), standardColumns);
+        QCOMPARE(board.controller->doneModel()->count(), 1);
+        QCOMPARE(board.controller->categoriesModel()->count(), 2);
+
+        // A list narrows later alone; the done list and the other columns show every list.
+        selectList(board, QStringLiteral("B"));
+        QCOMPARE(board.columns(), QStringLiteral("L3 | W1 W2 | T1 T2 T3"));
+        QCOMPARE(board.controller->laterModel()->count(), 1);
+        QCOMPARE(board.controller->laterScrollResetKey(), board.controller->selectedCategoryId());
+        selectList(board, QString());
+        QCOMPARE(board.controller->laterScrollResetKey(), QStringLiteral("all"));
+    }
+
+    void rolesCarryTheRecord() {
+        Board board;
+        TaskCategory* work = board.addList(QStringLiteral("工作"));
+        TaskItem* task = board.add(QStringLiteral("写周报"), Bucket::today, work);
+        task->setNote(QStringLiteral("三件事"));
+        task->setReminderAt(local(2026, 6, 17, 15, 30));
+        board.controller->syncModels();
+
+        const TaskListModel& today = *board.controller->todayModel();
+        const QModelIndex row = today.index(0);
+        const QHash<int, QByteArray> names = today.roleNames();
+        auto role = [&](const char* name) { return today.data(row, names.key(name)); };
+        QCOMPARE(role("task").value<TaskItem*>(), task);
+        QCOMPARE(role("taskId").toString(), task->id().toString(QUuid::WithoutBraces));
+        QCOMPARE(role("title").toString(), QStringLiteral("写周报"));
+        QCOMPARE(role("note").toString(), QStringLiteral("三件事"));
+        QCOMPARE(role("hasNote").toBool(), true);
+        QCOMPARE(role("completed").toBool(), false);
+        QCOMPARE(role("dueDate").toDateTime(), board.calendar.startOfDay(wednesday));
+        QCOMPARE(role("reminderAt").toDateTime(), local(2026, 6, 17, 15, 30));
+        QCOMPARE(role("scheduledExplicitly").toBool(), false);
+        QCOMPARE(role("categoryId").toString(), work->id().toString(QUuid::WithoutBraces));
+        QCOMPARE(role("categoryName").toString(), QStringLiteral("工作"));
+        QCOMPARE(role("categoryColorHex").toString(), QStringLiteral("46A758"));
+        QCOMPARE(role("sortIndex").toLongLong(), task->sortIndex());
+        QCOMPARE(role("bucket").toString(), QStringLiteral("today"));
+        QCOMPARE(role("completing").toBool(), false);
+    }
+
+    // Every change of the board arrives as inserts, removals, moves and dataChanged, never as
+    // a reset, and each model stays consistent throughout.
+    void modelsFollowTheBoardRowByRow() {
+        Board board;
+        fillStandardBoard(board);
+        BoardController& c = *board.controller;
+        std::vector<std::unique_ptr<QAbstractItemModelTester>> testers;
+        std::vector<std::unique_ptr<QSignalSpy>> resets;
+        std::vector<std::unique_ptr<ModelMirror>> mirrors;
+        for (QAbstractItemModel* model : std::initializer_list<QAbstractItemModel*>{
+                 c.laterModel(), c.thisWeekModel(), c.todayModel(), c.doneModel(),
+                 c.categoriesModel()}) {
+            testers.push_back(std::make_unique<QAbstractItemModelTester>(
+                model, QAbstractItemModelTester::FailureReportingMode::QtTest));
+            resets.push_back(
+                std::make_unique<QSignalSpy>(model, &QAbstractItemModel::modelAboutToBeReset));
+            mirrors.push_back(std::make_unique<ModelMirror>(model, Qt::DisplayRole));
+        }
+        // What the signals told must be what the board shows.
+        auto mirrorsAgree = [&] {
+            for (int i = 0; i < 4; ++i) {
+                const Bucket bucket = BucketInfo::allCases[size_t(i)];
+                QStringList titles;
+                for (const TaskItem* task : board.model->tasks(bucket))
+                    titles << task->title();
+                if (mirrors[size_t(i)]->rows() != titles) {
+                    qWarning() << BucketInfo::rawValue(bucket) << mirrors[size_t(i)]->rows()
+                               << titles;
+                    return false;
+                }
+            }
+            QStringList names;
+            for (const TaskCategory* list : board.model->categories())
+                names << list->name();
+            return mirrors[4]->rows() == names;
+        };
+        QSignalSpy todayMoves(c.todayModel(), &QAbstractItemModel::rowsMoved);
+        QSignalSpy todayData(c.todayModel(), &QAbstractItemModel::dataChanged);
+
+        // A title edit redraws that row only.
+        board.byTitle(QStringLiteral("T2"))->setTitle(QStringLiteral("T2'"));
+        c.syncModels();
+        QCOMPARE(todayData.count(), 1);
+        QCOMPARE(todayData.first().at(0).toModelIndex().row(), 1);
+        board.byTitle(QStringLiteral("T2'"))->setTitle(QStringLiteral("T2"));
+
+        // Reordering inside a column is one move.
+        board.model->handleReorder(board.byTitle(QStringLiteral("T3"))->id(), Bucket::today,
+                                   board.byTitle(QStringLiteral("T1"))->id());
+        c.syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T3 T1 T2"));
+        QCOMPARE(todayMoves.count(), 1);
+        QVERIFY(mirrorsAgree());
+
+        // Across columns, creation, deletion, completion and lists.
+        board.model->handleReorder(board.byTitle(QStringLiteral("W1"))->id(), Bucket::today,
+                                   std::nullopt);
+        c.createEnhanced(QStringLiteral("N1"), QString(), QString(), QVariant(), QVariant());
+        c.deleteTask(board.byTitle(QStringLiteral("L2")));
+        c.createCategory(QStringLiteral("C"), QStringLiteral("E5484D"));
+        c.syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("N1 L1 L3 | W2 | T3 T1 T2 W1"));
+        QVERIFY(mirrorsAgree());
+        c.toggle(board.byTitle(QStringLiteral("T1")));
+        QTRY_COMPARE(board.columns(), QStringLiteral("N1 L1 L3 | W2 | T3 T2 W1"));
+        QVERIFY(mirrorsAgree());
+        c.toggle(board.byTitle(QStringLiteral("T1"))); // back from the done list at once
+        c.syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("N1 L1 L3 | W2 | T3 T1 T2 W1"));
+        c.deleteCategory(c.categoriesModel()->categories().first()->id().toString());
+        c.syncModels();
+        QCOMPARE(c.categoriesModel()->count(), 2);
+        QVERIFY(mirrorsAgree());
+
+        // The week turns: everything placed by hand falls back to later, which takes the
+        // rows in sortIndex order among its own.
+        board.clock.setNow(local(2026, 6, 22, 9, 0));
+        c.refreshNow();
+        c.syncModels();
+        QCOMPARE(c.laterModel()->count(), 8);
+        QCOMPARE(c.thisWeekModel()->count() + c.todayModel()->count(), 0);
+        QVERIFY(mirrorsAgree());
+
+        for (const auto& spy : resets)
+            QCOMPARE(spy->count(), 0);
+    }
+
+    void completingStateReachesOnlyItsRow() {
+        Board board;
+        fillStandardBoard(board);
+        TaskListModel& today = *board.controller->todayModel();
+        QSignalSpy spy(&today, &QAbstractItemModel::dataChanged);
+        board.controller->toggle(board.byTitle(QStringLiteral("T3")));
+        QCOMPARE(spy.count(), 1);
+        QCOMPARE(spy.first().at(0).toModelIndex().row(), 2);
+        QCOMPARE(spy.first().at(2).value<QList<int>>(), QList<int>{TaskListModel::CompletingRole});
+        QVERIFY(today.data(today.index(2), TaskListModel::CompletingRole).toBool());
+        // A second tick during the wait changes nothing.
+        board.controller->toggle(board.byTitle(QStringLiteral("T3")));
+        QCOMPARE(spy.count(), 1);
+        QTRY_COMPARE(today.count(), 2);
+    }
+
+    void aRemovedRecordLeavesItsRowAtOnce() {
+        Board board;
+        fillStandardBoard(board);
+        TaskItem* task = board.byTitle(QStringLiteral("W1"));
+        QSignalSpy removed(board.controller->thisWeekModel(), &QAbstractItemModel::rowsRemoved);
+        board.store.context->remove(task);
+        // No sync yet: the row must not outlive the record, which a save may free.
+        QCOMPARE(removed.count(), 1);
+        QCOMPARE(board.controller->thisWeekModel()->count(), 1);
+        QVERIFY(board.store.context->save());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W2 | T1 T2 T3"));
+    }
+
+    // ---- Actions from the views ----------------------------------------------------------
+
+    void createTakesDatesAndListsFromQml_data() {
+        QTest::addColumn<QVariant>("dueDate");
+        QTest::addColumn<QVariant>("reminderAt");
+        QTest::addColumn<bool>("withList");
+        QTest::addColumn<QString>("listId"); // used when withList is false
+        QTest::addColumn<QDateTime>("plannedDay");
+        QTest::addColumn<QDateTime>("reminder");
+        QTest::addColumn<QString>("column");
+
+        const QVariant none;
+        const QDateTime friday = local(2026, 6, 19, 0, 0);
+        const QDateTime nextTuesdayAtNine = local(2026, 6, 23, 9, 0);
+        const QDateTime nothing;
+        QTest::newRow("nothing") << none << none << false << "" << nothing << nothing << "later";
+        QTest::newRow("an invalid date is none") << QVariant(QDateTime()) << QVariant(QDateTime())
+                                                 << false << "" << nothing << nothing << "later";
+        QTest::newRow("a string is not a date") << QVariant(QStringLiteral("2026-06-19")) << none
+                                                << false << "" << nothing << nothing << "later";
+        QTest::newRow("a day this week")
+            << QVariant(friday) << none << true << "" << friday << nothing << "thisWeek";
+        QTest::newRow("a reminder alone plans its day")
+            << none << QVariant(nextTuesdayAtNine) << true << "" << local(2026, 6, 23)
+            << nextTuesdayAtNine << "later";
+        QTest::newRow("an unknown list is none")
+            << none << none << false << "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01" << nothing << nothing
+            << "later";
+        QTest::newRow("a malformed list id is none")
+            << none << none << false << "not-a-uuid" << nothing << nothing << "later";
+    }
+
+    void createTakesDatesAndListsFromQml() {
+        QFETCH(QVariant, dueDate);
+        QFETCH(QVariant, reminderAt);
+        QFETCH(bool, withList);
+        QFETCH(QString, listId);
+        QFETCH(QDateTime, plannedDay);
+        QFETCH(QDateTime, reminder);
+        QFETCH(QString, column);
+
+        Board board;
+        TaskCategory* list = board.addList(QStringLiteral("工作"));
+        const QString id = withList ? list->id().toString(QUuid::WithoutBraces) : listId;
+        board.controller->createEnhanced(QStringLiteral("  新任务 "), QStringLiteral("备注"), id,
+                                         dueDate, reminderAt);
+        board.controller->syncModels();
+
+        TaskItem* task = board.byTitle(QStringLiteral("新任务"));
+        QVERIFY(task);
+        QCOMPARE(task->note(), QStringLiteral("备注"));
+        QCOMPARE(task->category(), withList ? list : nullptr);
+        QCOMPARE(task->dueDate(), plannedDay);
+        QCOMPARE(task->scheduledExplicitly(), plannedDay.isValid());
+        QCOMPARE(task->reminderAt(), reminder);
+        QCOMPARE(board.controller->columnModel(*BucketInfo::fromRawValue(column))->count(), 1);
+    }
+
+    void editingFollowsTheDialog() {
+        Board board;
+        fillStandardBoard(board);
+        BoardController& c = *board.controller;
+        QSignalSpy spy(&c, &BoardController::editingTaskChanged);
+        TaskItem* t2 = board.byTitle(QStringLiteral("T2"));
+
+        c.beginEditing(t2);
+        QCOMPARE(c.editingTask(), t2);
+        QCOMPARE(c.editingTaskId(), board.idOf(QStringLiteral("T2")));
+        c.saveEdit(t2, QStringLiteral("T2 renamed"), QString(), QString(), QVariant(t2->dueDate()),
+                   QVariant());
+        QCOMPARE(t2->title(), QStringLiteral("T2 renamed"));
+        // A task placed in today by hand and saved with its day untouched stays as it was.
+        QVERIFY(!t2->scheduledExplicitly());
+        QCOMPARE(board.model->bucketOf(*t2), Bucket::today);
+        c.endEditing();
+        QCOMPARE(c.editingTask(), nullptr);
+        QCOMPARE(c.editingTaskId(), QString());
+
+        // A task deleted while it is open closes the edit.
+        TaskItem* t3 = board.byTitle(QStringLiteral("T3"));
+        c.beginEditing(t3);
+        c.deleteTask(t3);
+        QCOMPARE(c.editingTask(), nullptr);
+        QCOMPARE(spy.count(), 4);
+        // A deleted record cannot be opened.
+        c.beginEditing(t3);
+        QCOMPARE(c.editingTask(), nullptr);
+    }
+
+    void listActionsFromTheStripAndTheRows() {
+        Board board;
+        fillStandardBoard(board);
+        BoardController& c = *board.controller;
+        const QString a = c.categoriesModel()->categories().at(0)->id().toString();
+        TaskItem* w1 = board.byTitle(QStringLiteral("W1"));
+
+        c.assignTaskCategory(w1, a);
+        QCOMPARE(w1->category()->name(), QStringLiteral("A"));
+        c.assignTaskCategory(w1, QString());
+        QCOMPARE(w1->category(), nullptr);
+
+        QSignalSpy selection(&c, &BoardController::selectedCategoryIdChanged);
+        c.selectCategory(a);
+        QCOMPARE(board.store.preferences->selectedListId(),
+                 QUuid::fromString(a).toString(QUuid::WithoutBraces).toUpper());
+        c.deleteCategory(a);
+        QCOMPARE(c.selectedCategoryId(), QString());
+        QCOMPARE(board.store.preferences->selectedListId(), QString());
+        QCOMPARE(selection.count(), 2);
+        c.syncModels();
+        QCOMPARE(c.categoriesModel()->count(), 1);
+        // Deleting a list that is already gone, or none, does nothing.
+        c.deleteCategory(a);
+        c.deleteCategory(QString());
+        QCOMPARE(c.categoriesModel()->count(), 1);
+    }
+
+    void viewModeFlipsAndPersists() {
+        Board board;
+        QSignalSpy spy(board.controller.get(), &BoardController::compactRowsChanged);
+        board.controller->toggleViewMode();
+        QVERIFY(board.controller->compactRows());
+        QVERIFY(board.store.preferences->compactRows());
+        board.controller->toggleViewMode();
+        QVERIFY(!board.controller->compactRows());
+        QCOMPARE(spy.count(), 2);
+    }
+
+    // ---- Reactions -----------------------------------------------------------------------
+
+    void openTaskNotification_data() {
+        QTest::addColumn<QString>("taskId"); // "T2", or a raw value when not a title
+        QTest::addColumn<bool>("opens");
+
+        QTest::newRow("a task on the board") << "T2" << true;
+        QTest::newRow("a finished task") << "D1" << true;
+        QTest::newRow("an unknown id") << "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01" << false;
+        QTest::newRow("not an id") << "tomorrow" << false;
+        QTest::newRow("no id") << "" << false;
+        QTest::newRow("a deleted task") << "T3" << false;
+    }
+
+    void openTaskNotification() {
+        QFETCH(QString, taskId);
+        QFETCH(bool, opens);
+
+        Board board;
+        fillStandardBoard(board);
+        TaskItem* done = board.add(QStringLiteral("D1"), Bucket::done);
+        TaskItem* deleted = board.byTitle(QStringLiteral("T3"));
+        const QString id = board.byTitle(taskId) ? board.idOf(taskId) : taskId;
+        board.controller->deleteTask(deleted);
+        board.clock.advance(3600 * 1000);
+
+        QVariantMap info;
+        if (!taskId.isEmpty())
+            info.insert(QStringLiteral("taskId"), id.toUpper());
+        board.hub.post(TavikNotification::openTask, info);
+
+        QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
+        QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
+        QVERIFY(done->completed());
+    }
+
+    void updateAvailabilityFollowsTheNotification() {
+        Board board;
+        QSignalSpy spy(board.controller.get(), &BoardController::updateAvailableChanged);
+        board.hub.post(TavikNotification::updateAvailabilityChanged,
+                       {{QStringLiteral("available"), true}});
+        QVERIFY(board.controller->updateAvailable());
+        board.hub.post(TavikNotification::updateAvailabilityChanged,
+                       {{QStringLiteral("available"), true}});
+        board.hub.post(TavikNotification::updateAvailabilityChanged, {});
+        QVERIFY(!board.controller->updateAvailable());
+        QCOMPARE(spy.count(), 2);
+    }
+
+    void postsAndBlurs() {
+        Board board;
+        QSignalSpy posted(&board.hub, &NotificationHub::posted);
+        QSignalSpy blur(board.controller.get(), &BoardController::blurInput);
+        board.controller->requestBlurInput();
+        board.controller->checkForUpdates();
+        QCOMPARE(posted.count(), 2);
+        QCOMPARE(posted.at(0).at(0).toString(), TavikNotification::blurInput);
+        QCOMPARE(posted.at(1).at(0).toString(), TavikNotification::checkForUpdates);
+        QVERIFY(posted.at(0).at(1).toMap().isEmpty());
+        // Whoever posts tavikBlurInput, the views hear it.
+        board.hub.post(TavikNotification::blurInput);
+        QCOMPARE(blur.count(), 2);
+    }
+
+    void appearingRefreshesNowAndRestoresTheList() {
+        Board board;
+        fillStandardBoard(board);
+        const QUuid b = board.store.context->categories().at(1)->id();
+        board.store.preferences->setSelectedListId(b.toString(QUuid::WithoutBraces).toUpper());
+        board.clock.setNow(local(2026, 6, 18, 8, 0));
+
+        board.controller->boardAppeared();
+        QCOMPARE(board.controller->now(), board.clock.now());
+        QCOMPARE(listName(board), QStringLiteral("B"));
+        // A day later the tasks placed in today by hand have gone back to this week.
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L3 | W1 W2 T1 T2 T3 | "));
+    }
+
+    void debugSwitches() {
+        {
+            Board board({QStringLiteral("tavik"), QStringLiteral("--debug-done-open")});
+            QVERIFY(board.controller->showDone());
+        }
+        {
+            Board board({QStringLiteral("tavik"), QStringLiteral("--debug-open-editor")});
+            fillStandardBoard(board);
+            QVERIFY(!board.controller->showDone());
+            board.controller->boardAppeared();
+            QTest::qWait(BoardController::debugOpenEditorDelayMs / 2);
+            QCOMPARE(board.controller->editingTask(), nullptr);
+            // The first of all tasks: the largest sortIndex.
+            QTRY_COMPARE(board.controller->editingTask(), board.byTitle(QStringLiteral("L1")));
+        }
+        {
+            Board board({QStringLiteral("--debug-open-editor")});
+            board.controller->boardAppeared();
+            QTest::qWait(BoardController::debugOpenEditorDelayMs + 100);
+            QCOMPARE(board.controller->editingTask(), nullptr);
+        }
+        {
+            Board board;
+            fillStandardBoard(board);
+            board.controller->boardAppeared();
+            QTest::qWait(BoardController::debugOpenEditorDelayMs + 100);
+            QCOMPARE(board.controller->editingTask(), nullptr);
+        }
+    }
+};
+
+QTEST_MAIN(TestBoardController)
+#include "tst_boardcontroller.moc"
