@@ -1,8 +1,11 @@
+#include "BoardApp.h"
 #include "Clock.h"
 #include "CommandLine.h"
 
 #include <QCoreApplication>
 
+// The composition root: a command (print, count, export, import) runs headless and exits;
+// anything else runs the board, in the tray, with its window.
 int main(int argc, char* argv[]) {
     QCoreApplication::setApplicationName(QStringLiteral("tavik"));
 
@@ -10,13 +13,10 @@ int main(int argc, char* argv[]) {
     for (int i = 0; i < argc; ++i)
         arguments << QString::fromLocal8Bit(argv[i]);
 
-    const SystemClock clock;
     if (CommandLine::isCommand(arguments)) {
         QCoreApplication app(argc, argv);
+        const SystemClock clock;
         return CommandLine::run(app.arguments(), clock);
     }
-
-    // Until the board window exists, a plain launch prints today's board.
-    QCoreApplication app(argc, argv);
-    return CommandLine::run(CommandLine::todayListArguments(app.arguments()), clock);
+    return runBoard(argc, argv);
 }

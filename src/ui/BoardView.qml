@@ -75,8 +75,16 @@ FocusScope {
         }
 
         // The first movement of the mouse turns the keyboard highlight off.
+        // Qt Quick re-sends a hover at the same place on every frame while the pointer rests
+        // over the window; only a real move counts.
         HoverHandler {
+            property point lastPosition: Qt.point(-1, -1)
+
             onPointChanged: {
+                const position = point.position
+                if (position.x === lastPosition.x && position.y === lastPosition.y)
+                    return
+                lastPosition = position
                 if (boardView.controller.keyboardActive)
                     boardView.controller.pointerMoved()
             }

@@ -1,0 +1,338 @@
+#include "AppDelegate.h"
+
+#include "AppVersion.h"
+#include "BoardController.h"
+#include "BoardModel.h"
+#include "DayChangeWatcher.h"
+#include "DemoData.h"
+#include "GlobalHotKey.h"
+#include "NotificationCenter.h"
+#include "Notifications.h"
+#include "ReminderActions.h"
+#include "ReminderResponseRouter.h"
+#include "ReminderScheduler.h"
+#include "ScheduleReconciler.h"
+#include "SettingsWindowController.h"
+#include "SoundPlayer.h"
+#include "StatusItem.h"
+#include "TavikPersistence.h"
+#include "TodayOpenCount.h"
+#include "UpdateCheckResult.h"
+#include "UpdateDialogController.h"
+#include "UpdaterController.h"
+
+#include <QApplication>
+#include <QGuiApplication>
+#include <QLoggingCategory>
+#include <QMessageBox>
+#include <QNetworkAccessManager>
+#include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QSettings>
+
+Q_LOGGING_CATEGORY(lcApp, "dev.orlen.tavik.app")
+
+namespace {
+const QString kFrameGroup = QStringLiteral("TavikBoard");
+constexpr int kWindowWidth = 1158;
+constexpr int kWindowHeight = 720;
+} // namespace
+
+AppDelegate::AppDelegate(std::unique_ptr<ModelContainer> container, QStringList arguments,
+                         NotificationHub& hub, QObject* parent)
+    : QObject(parent)
+    , m_container(std::move(container))
+    , m_arguments(std::move(arguments))
+    , m_hub(hub)
+    , m_debugFrame(m_arguments.contains(QStringLiteral("--debug-frame"))) {
+    m_frameSaver.setSingleShot(true);
+    m_frameSaver.setInterval(400);
+    connect(&m_frameSaver, &QTimer::timeout, this, &AppDelegate::saveFrame);
+}
+
+AppDelegate::~AppDelegate() {
+    // Windows made by the engine go before it, and the views before the board they show.
+    m_settings.reset();
+    m_updateDialog.reset();
+    m_engine.reset();
+    if (SoundPlayer::shared() == m_sounds.get())
+        SoundPlayer::setShared(nullptr);
+    if (UpdaterController::shared() == m_updater.get())
+        UpdaterController::setShared(nullptr);
+}
+
+bool AppDelegate::hasArgument(const QString& name) const {
+    return m_arguments.contains(name);
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    ModelContext& context = m_container->mainContext();
+
+    // 1. Demo content, before anything reads the store.
+    if (hasArgument(QStringLiteral("--seed-demo")))
+        DemoData::seedIfEmpty(context, m_clock.now());
+
+    // 2. The menu's actions are window shortcuts (BoardWindow.qml).
+
+    // 3. Notification responses arrive here, on the main thread.
+    m_notificationCenter = std::make_unique<NotificationCenter>(m_clock);
+    m_reminders = std::make_unique<ReminderScheduler>(*m_notificationCenter, m_clock);
+    m_responses = std::make_unique<ReminderResponseRouter>(
+        ReminderActions::Environment{context, *m_reminders, m_hub, m_clock});
+    m_responses->setShowBoard([this] { showWindow(); });
+    connect(m_notificationCenter.get(), &NotificationCenter::responseReceived, m_responses.get(),
+            &ReminderResponseRouter::didReceive);
+
+    // 4. The reminder category and its actions.
+    m_reminders->registerCategories();
+
+    // 5-6. The sync monitor and its self-test join with the CalDAV mirror.
+
+    // 7. One pending reminder per task, and none for tasks that are gone.
+    m_reminders->syncAll(context);
+
+    // 8. Daily reconciliation. Its changes wait for the first refreshMenuBarCount's save.
+    ScheduleReconciler::reconcile(context, m_clock.now(), m_preferences, m_hub);
+
+    // The board's model, with its reminders and sounds.
+    m_sounds = std::make_unique<SoundPlayer>();
+    SoundPlayer::setShared(m_sounds.get());
+    m_boardModel = std::make_unique<BoardModel>(context, m_preferences, m_clock, m_hub);
+    m_boardModel->setReminderSink(m_reminders.get());
+    m_boardModel->setSoundSink(m_sounds.get());
+    m_board = std::make_unique<BoardController>(*m_boardModel, m_clock, m_hub, m_arguments);
+
+    // 9. The tray item.
+    m_statusItem = std::make_unique<StatusItem>();
+    connect(m_statusItem.get(), &StatusItem::toggleRequested, this, &AppDelegate::toggleWindow);
+    connect(m_statusItem.get(), &StatusItem::openBoardRequested, this, &AppDelegate::showWindow);
+    connect(m_statusItem.get(), &StatusItem::settingsRequested, this, &AppDelegate::openSettings);
+    connect(m_statusItem.get(), &StatusItem::quitRequested, qApp, &QCoreApplication::quit);
+    m_statusItem->show();
+
+    // 10. Alt+J, system-wide.
+    setupHotKey();
+
+    // 11. Observers.
+    observeTaskChanges();
+
+    // 12. The count.
+    updateMenuBarCount();
+
+    // 13. Updates.
+    setupUpdater();
+
+    // 14. The board, unless started in the background (the autostart entry).
+    if (!hasArgument(QStringLiteral("--background")))
+        showWindow();
+}
+
+void AppDelegate::setupHotKey() {
+    QPointer<AppDelegate> self(this);
+    m_toggleHotKey = std::make_unique<GlobalHotKey>(Qt::Key_J, Qt::AltModifier, [self] {
+        if (self)
+            self->toggleWindow();
+    });
+}
+
+void AppDelegate::setupUpdater() {
+    m_network = std::make_unique<QNetworkAccessManager>();
+    m_updater = std::make_unique<UpdaterController>(m_network.get(), m_hub,
+                                                    UpdaterController::Options::fromBuild());
+    UpdaterController::setShared(m_updater.get());
+    connect(m_updater.get(), &UpdaterController::checkingChanged, this, [this] {
+        if (m_updater->isChecking()) {
+            ensureEngine();
+            if (!m_updateDialog) {
+                m_updateDialog = std::make_unique<UpdateDialogController>(m_engine.get());
+                m_updateDialog->setCurrentVersion(AppVersion::shortVersion());
+                connect(m_updateDialog.get(), &UpdateDialogController::cancelRequested,
+                        m_updater.get(), &UpdaterController::cancelCheck);
+            }
+            m_updateDialog->showChecking();
+        }
+    });
+    connect(m_updater.get(), &UpdaterController::checkFinished, this,
+            &AppDelegate::showUpdateResult);
+    m_updater->start();
+}
+
+void AppDelegate::showUpdateResult(const UpdateCheckResult& result) {
+    if (!m_updateDialog)
+        return;
+    switch (result.kind) {
+    case UpdateCheckResult::Kind::UpdateFound:
+        m_updateDialog->showUpdateFound(result.version, result.build, result.notes,
+                                        result.downloadUrl);
+        break;
+    case UpdateCheckResult::Kind::UpToDate:
+        m_updateDialog->showUpToDate(result.message);
+        break;
+    case UpdateCheckResult::Kind::Failed:
+        m_updateDialog->showFailed(result.message);
+        break;
+    case UpdateCheckResult::Kind::Cancelled:
+        m_updateDialog->dismiss();
+        break;
+    }
+}
+
+void AppDelegate::observeTaskChanges() {
+    m_hub.observe(TavikNotification::tasksChanged, this,
+                  [this](const QVariantMap&) { refreshMenuBarCount(); });
+    m_hub.observe(TavikNotification::saveFailed, this,
+                  [this](const QVariantMap& userInfo) { saveDidFail(userInfo); });
+    connect(qApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState state) {
+                if (state == Qt::ApplicationActive)
+                    refreshMenuBarCount();
+            });
+    m_dayWatcher = std::make_unique<DayChangeWatcher>();
+    connect(m_dayWatcher.get(), &DayChangeWatcher::dayChanged, this, [this] {
+        m_board->refreshNow();
+        refreshMenuBarCount();
+    });
+    connect(m_dayWatcher.get(), &DayChangeWatcher::woke, this, &AppDelegate::refreshMenuBarCount);
+}
+
+void AppDelegate::refreshMenuBarCount() {
+    ModelContext& context = m_container->mainContext();
+    ScheduleReconciler::reconcile(context, m_clock.now(), m_preferences, m_hub);
+    TavikPersistence::save(context, QStringLiteral("tasksChanged"), m_hub);
+    updateMenuBarCount();
+}
+
+void AppDelegate::updateMenuBarCount() {
+    if (m_statusItem)
+        m_statusItem->setCount(todayOpenCount());
+}
+
+int AppDelegate::todayOpenCount() const {
+    return ::todayOpenCount(m_container->mainContext(), m_clock.now());
+}
+
+void AppDelegate::saveDidFail(const QVariantMap& userInfo) {
+    const QVariant error = userInfo.value(QStringLiteral("error"));
+    const QString text =
+        error.typeId() == QMetaType::QString ? error.toString() : QStringLiteral("未知错误");
+    QMessageBox alert(QMessageBox::Critical, QStringLiteral("Tavik"),
+                      QStringLiteral("任务保存失败"), QMessageBox::NoButton);
+    alert.setInformativeText(
+        QStringLiteral("刚才的改动没能写入本地数据库，目前只存在于内存中。请截图此错误，然后重启 "
+                       "Tavik（改动可能丢失，但能避免继续丢更多）。\n\n") +
+        text);
+    alert.addButton(QStringLiteral("好"), QMessageBox::AcceptRole);
+    if (m_window)
+        m_window->requestActivate();
+    alert.exec();
+}
+
+void AppDelegate::ensureEngine() {
+    if (m_engine)
+        return;
+    m_engine = std::make_unique<QQmlApplicationEngine>();
+    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+}
+
+void AppDelegate::buildWindow() {
+    ensureEngine();
+    m_engine->setInitialProperties({{QStringLiteral("board"), QVariant::fromValue(m_board.get())},
+                                    {QStringLiteral("app"), QVariant::fromValue(this)}});
+    m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/BoardWindow.qml")));
+    if (m_engine->rootObjects().isEmpty()) {
+        qCCritical(lcApp) << "the board window failed to load";
+        return;
+    }
+    m_window = qobject_cast<QQuickWindow*>(m_engine->rootObjects().constFirst());
+    if (!m_window)
+        return;
+    m_window->setTitle(QStringLiteral("Tavik"));
+    m_window->resize(kWindowWidth, kWindowHeight);
+    m_window->setMinimumSize(QSize(760, 460));
+    restoreFrame();
+    if (!m_debugFrame) {
+        connect(m_window, &QWindow::xChanged, &m_frameSaver, qOverload<>(&QTimer::start));
+        connect(m_window, &QWindow::yChanged, &m_frameSaver, qOverload<>(&QTimer::start));
+        connect(m_window, &QWindow::widthChanged, &m_frameSaver, qOverload<>(&QTimer::start));
+        connect(m_window, &QWindow::heightChanged, &m_frameSaver, qOverload<>(&QTimer::start));
+    }
+}
+
+void AppDelegate::restoreFrame() {
+    QScreen* screen = m_window->screen() ? m_window->screen() : QGuiApplication::primaryScreen();
+    if (m_debugFrame && screen) {
+        const QRect visible = screen->availableGeometry();
+        m_window->setPosition(visible.left() + 40, visible.top() + 40);
+        return;
+    }
+    QSettings& settings = m_preferences.settings();
+    settings.beginGroup(kFrameGroup);
+    const QRect saved = settings.value(QStringLiteral("frame")).toRect();
+    settings.endGroup();
+    if (saved.isValid() && saved.width() >= 760 && saved.height() >= 460) {
+        m_window->setGeometry(saved);
+        return;
+    }
+    if (screen) {
+        const QRect visible = screen->availableGeometry();
+        m_window->setPosition(visible.center().x() - m_window->width() / 2,
+                              visible.center().y() - m_window->height() / 2);
+    }
+}
+
+void AppDelegate::saveFrame() {
+    if (!m_window || m_debugFrame || !m_window->isVisible())
+        return;
+    QSettings& settings = m_preferences.settings();
+    settings.beginGroup(kFrameGroup);
+    settings.setValue(QStringLiteral("frame"), m_window->geometry());
+    settings.endGroup();
+}
+
+void AppDelegate::showWindow() {
+    if (!m_window)
+        buildWindow();
+    if (!m_window)
+        return;
+    m_window->show();
+    m_window->raise();
+    m_window->requestActivate();
+    // Observers run after this turn of the loop, once the window is up.
+    QTimer::singleShot(0, this, [this] { m_hub.post(TavikNotification::windowShown); });
+}
+
+void AppDelegate::hideWindow() {
+    if (!m_window)
+        return;
+    saveFrame();
+    m_window->hide();
+}
+
+void AppDelegate::toggleWindow() {
+    if (m_window && m_window->isVisible() && m_window->isActive()) {
+        hideWindow();
+        return;
+    }
+    showWindow();
+}
+
+void AppDelegate::openSettings() {
+    ensureEngine();
+    if (!m_settings) {
+        m_settings = std::make_unique<SettingsWindowController>(m_engine.get());
+        m_settings->setVersionLine(
+            AppVersion::versionLine(AppVersion::shortVersion(), AppVersion::buildNumber()));
+        connect(m_settings.get(), &SettingsWindowController::checkForUpdatesRequested,
+                m_updater.get(), &UpdaterController::checkForUpdates);
+    }
+    // Each opening comes back to General, centred.
+    m_settings->openGeneral();
+}
+
+void AppDelegate::handleArguments(const QStringList& arguments) {
+    if (arguments.contains(QStringLiteral("--toggle")))
+        toggleWindow();
+    else
+        showWindow();
+}
