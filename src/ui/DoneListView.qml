@@ -77,7 +77,7 @@ Column {
             MouseArea {
                 anchors.fill: parent
                 acceptedButtons: Qt.RightButton
-                onPressed: lineMenu.popup()
+                onPressed: mouse => lineMenu.popup(line, mouse.x, mouse.y)
             }
 
             TaskCheckbox {

@@ -4,7 +4,9 @@ import TavikUi
 
 // The context menu of a task row: edit, file under a list, delete.
 Menu {
-    id: menu
+    // Not `menu`: inside an entry that name is the entry's own MenuItem.menu, which for the
+    // list submenu's entries is the submenu.
+    id: contextMenu
 
     // The lists on offer (CategoryListModel) and the task's own list ("" for none).
     property var categories: null
@@ -19,7 +21,7 @@ Menu {
     SymbolMenuItem {
         text: "编辑"
         symbol: "pencil"
-        onTriggered: menu.editRequested()
+        onTriggered: contextMenu.editRequested()
     }
     MenuSeparator {}
     Menu {
@@ -32,8 +34,8 @@ Menu {
 
         SymbolMenuItem {
             text: "无"
-            symbol: menu.categoryId === "" ? "checkmark" : ""
-            onTriggered: menu.assignRequested("")
+            symbol: contextMenu.categoryId === "" ? "checkmark" : ""
+            onTriggered: contextMenu.assignRequested("")
         }
         MenuSeparator {
             visible: listEntries.count > 0
@@ -41,14 +43,14 @@ Menu {
         }
         Instantiator {
             id: listEntries
-            model: menu.categories
+            model: contextMenu.categories
             delegate: SymbolMenuItem {
                 required property string categoryId
                 required property string name
 
                 text: name
-                symbol: categoryId === menu.categoryId ? "checkmark" : ""
-                onTriggered: menu.assignRequested(categoryId)
+                symbol: categoryId === contextMenu.categoryId ? "checkmark" : ""
+                onTriggered: contextMenu.assignRequested(categoryId)
             }
             onObjectAdded: (index, object) => listMenu.insertItem(index + 2, object)
             onObjectRemoved: (index, object) => listMenu.removeItem(object)
@@ -59,6 +61,6 @@ Menu {
         text: "删除"
         symbol: "trash"
         destructive: true
-        onTriggered: menu.deleteRequested()
+        onTriggered: contextMenu.deleteRequested()
     }
 }

@@ -49,10 +49,8 @@ Item {
     MouseArea {
         anchors.fill: parent
         acceptedButtons: Qt.RightButton
-        onPressed: {
-            const menu = contextMenu.createObject(row)
-            menu.popup()
-        }
+        // At the pointer, which is where the press was, not where the cursor is now.
+        onPressed: mouse => contextMenu.createObject(row).popup(row, mouse.x, mouse.y)
     }
 
     TaskCheckbox {

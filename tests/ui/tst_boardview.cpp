@@ -9,6 +9,7 @@
 #include "DemoData.h"
 #include "Notifications.h"
 #include "Radix.h"
+#include "TaskCategory.h"
 #include "UiClock.h"
 
 #include <QDir>
@@ -242,6 +243,49 @@ private slots:
         QVERIFY(screen.controller->editingTask());
         QCOMPARE(screen.controller->editingTask()->title(), QStringLiteral("预约牙医"));
         QTRY_VERIFY(row->property("isEditing").toBool());
+    }
+
+    void contextMenuFilesAndDeletes() {
+        Screen screen;
+        QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
+        QQuickItem* row = screen.row(QStringLiteral("预约牙医"));
+        QVERIFY(row);
+        auto menuEntry = [&](const QString& text) {
+            return findAll(screen.view->contentItem(),
+                           [&text](QQuickItem* item) {
+                               return isA(item, "SymbolMenuItem") && item->isVisible() &&
+                                      item->property("text").toString() == text;
+                           })
+                .value(0);
+        };
+
+        QTest::mouseClick(screen.view.get(), Qt::RightButton, {}, centerOf(row));
+        QTRY_VERIFY(menuEntry(QStringLiteral("编辑")));
+        QVERIFY(menuEntry(QStringLiteral("清单")));
+        QVERIFY(menuEntry(QStringLiteral("删除")));
+
+        // The list submenu: 无 first, then every list; the task's own list is ticked.
+        QTest::mouseClick(screen.view.get(), Qt::LeftButton, {},
+                          centerOf(menuEntry(QStringLiteral("清单"))));
+        QTRY_VERIFY(menuEntry(QStringLiteral("工作")));
+        QVERIFY(menuEntry(QStringLiteral("无")));
+        QCOMPARE(menuEntry(QStringLiteral("个人"))->property("symbol").toString(),
+                 QStringLiteral("checkmark"));
+        QCOMPARE(menuEntry(QStringLiteral("无"))->property("symbol").toString(), QString());
+        screen.save(QStringLiteral("board-light-menu.png"));
+        QTest::mouseClick(screen.view.get(), Qt::LeftButton, {},
+                          centerOf(menuEntry(QStringLiteral("工作"))));
+        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
+        QCOMPARE(task->title(), QStringLiteral("预约牙医"));
+        QCOMPARE(task->category()->name(), QStringLiteral("工作"));
+
+        // Deleting from the menu takes the row away.
+        QTRY_VERIFY(!menuEntry(QStringLiteral("编辑")));
+        QTest::mouseClick(screen.view.get(), Qt::RightButton, {}, centerOf(row));
+        QTRY_VERIFY(menuEntry(QStringLiteral("删除")));
+        QTest::mouseClick(screen.view.get(), Qt::LeftButton, {},
+                          centerOf(menuEntry(QStringLiteral("删除"))));
+        QTRY_COMPARE(screen.controller->thisWeekModel()->count(), 1);
     }
 
     void clickOnEmptyBoardBlursAndTakesTheKeyboard() {
