@@ -35,7 +35,13 @@ Item {
     signal assignRequested(TaskItem task, string categoryId)
     signal editRequested(TaskItem task)
 
-    onScrollResetKeyChanged: list.positionViewAtBeginning()
+    // The first row 12 below the chrome, as at rest.
+    function scrollToTop() {
+        list.contentY = list.originY - list.topMargin
+    }
+
+    // After the rows of the new selection have arrived, not before.
+    onScrollResetKeyChanged: Qt.callLater(scrollToTop)
     onFocusedTaskIdChanged: {
         const row = tasks.indexOfId(focusedTaskId)
         if (row >= 0)
