@@ -73,8 +73,8 @@ shot demo-board
 
 # Keyboard: the first arrow only lights a row (the first of 今天), the next moves the focus.
 second_today=$(titles today | sed -n 2p)
-# The pointer rests over the window, as a person's would; keys must still work.
-xdotool mousemove --window "$WIN" 600 650
+# The pointer parks outside the board while the keyboard works.
+xdotool mousemove 1395 895
 sleep 0.3
 key Down
 key Down
@@ -92,7 +92,7 @@ check "the completed task has left 本周" bash -c "! titles thisWeek | grep -qx
 # Ctrl+N, a Chinese title typed into the field, Return: a new task in 稍后.
 key ctrl+n
 sleep 0.5
-xdotool type --delay 60 "整理书架"
+xdotool type --delay 250 "整理书架"
 sleep 0.3
 shot dialog-typed
 key Return
