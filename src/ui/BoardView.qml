@@ -11,6 +11,8 @@ FocusScope {
     required property BoardController controller
     // The shell sets this when the window is translucent and the compositor blurs behind it.
     property bool translucent: false
+    // The task whose detail card is open over the board, or null.
+    property TaskItem drawerTask: null
 
     readonly property alias columnsRow: columnsRow
     readonly property alias doneButton: doneButton
@@ -155,6 +157,7 @@ FocusScope {
                         onAssignRequested: (task, categoryId) => boardView.controller
                                            .assignTaskCategory(task, categoryId)
                         onEditRequested: task => boardView.controller.beginEditing(task)
+                        onDetailsRequested: task => boardView.drawerTask = task
                     }
                 }
             }
@@ -354,6 +357,17 @@ FocusScope {
                     }
                 }
             }
+        }
+    }
+
+    // The detail card, over everything else on the board.
+    TaskDrawerOverlay {
+        anchors.fill: parent
+        task: boardView.drawerTask
+        board: boardView.controller
+        onCloseRequested: {
+            boardView.drawerTask = null
+            boardView.forceActiveFocus()
         }
     }
 }

@@ -34,6 +34,7 @@ Item {
     signal deleteRequested(TaskItem task)
     signal assignRequested(TaskItem task, string categoryId)
     signal editRequested(TaskItem task)
+    signal detailsRequested(TaskItem task)
 
     // The first row 12 below the chrome, as at rest.
     function scrollToTop() {
@@ -71,6 +72,7 @@ Item {
             onDeleteRequested: column.deleteRequested(task)
             onAssignRequested: categoryId => column.assignRequested(task, categoryId)
             onEditRequested: column.editRequested(task)
+            onDetailsRequested: column.detailsRequested(task)
         }
 
         // Rows come in by opacity, leave shrinking to 0.96 about their top left corner and

@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import TavikUi
 
-// The context menu of a task row: edit, file under a list, delete.
+// The context menu of a task row: edit, details, file under a list, delete.
 Menu {
     // Not `menu`: inside an entry that name is the entry's own MenuItem.menu, which for the
     // list submenu's entries is the submenu.
@@ -13,6 +13,7 @@ Menu {
     property string categoryId: ""
 
     signal editRequested
+    signal detailsRequested
     signal assignRequested(string categoryId)
     signal deleteRequested
 
@@ -22,6 +23,11 @@ Menu {
         text: "编辑"
         symbol: "pencil"
         onTriggered: contextMenu.editRequested()
+    }
+    SymbolMenuItem {
+        text: "详情"
+        symbol: "info.circle"
+        onTriggered: contextMenu.detailsRequested()
     }
     MenuSeparator {}
     Menu {
