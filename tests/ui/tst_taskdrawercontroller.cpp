@@ -73,6 +73,7 @@ private slots:
     void cardOnScreen();
     void overlayCloses();
     void schedulePopoverWritesTheTask();
+    void rowMenuOpensTheCardOverTheBoard();
 
 private:
     void attach(TaskDrawerController& drawer, TaskItem* task);
@@ -453,6 +454,60 @@ void TestTaskDrawerController::schedulePopoverWritesTheTask() {
 
     QTest::keyClick(m_view.get(), Qt::Key_Escape);
     QTRY_VERIFY(!controller->scheduleOpen());
+}
+
+// The first visible item of the QML type `type` for which `match` holds.
+template <typename Match>
+static QQuickItem* findTyped(QQuickItem* root, const char* type, Match match) {
+    if (root->isVisible() && QByteArray(root->metaObject()->className()).startsWith(type) &&
+        match(root))
+        return root;
+    const auto children = root->childItems();
+    for (QQuickItem* child : children) {
+        if (QQuickItem* found = findTyped(child, type, match))
+            return found;
+    }
+    return nullptr;
+}
+
+void TestTaskDrawerController::rowMenuOpensTheCardOverTheBoard() {
+    BoardModel model(*m_store->context, *m_store->preferences, m_clock, m_hub);
+    BoardController board(model, m_clock, m_hub, {});
+    TaskItem* task = m_store->addTask(QStringLiteral("看详情"), 1, kNow);
+    task->move(Bucket::today, kNow, IsoCalendar());
+    m_view = std::make_unique<QQuickView>();
+    m_view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    m_view->setInitialProperties({{QStringLiteral("controller"), QVariant::fromValue(&board)}});
+    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view->setSource(QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/BoardView.qml")));
+    QCOMPARE(m_view->status(), QQuickView::Ready);
+    m_view->resize(1100, 720);
+    m_view->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_view.get()));
+
+    QQuickItem* row = nullptr;
+    QTRY_VERIFY((row = findTyped(m_view->rootObject(), "TaskRow", [](QQuickItem* item) {
+                     return item->property("title").toString() == QStringLiteral("看详情");
+                 })));
+    auto centre = [](QQuickItem* item) {
+        return item->mapToScene({item->width() / 2, item->height() / 2}).toPoint();
+    };
+    QTest::mouseClick(m_view.get(), Qt::RightButton, {}, centre(row));
+    QQuickItem* details = nullptr;
+    QTRY_VERIFY((details = findTyped(m_view->contentItem(), "SymbolMenuItem", [](QQuickItem* i) {
+                     return i->property("text").toString() == QStringLiteral("详情");
+                 })));
+    QTest::mouseClick(m_view.get(), Qt::LeftButton, {}, centre(details));
+
+    QTRY_COMPARE(m_view->rootObject()->property("drawerTask").value<TaskItem*>(), task);
+    QQuickItem* card = nullptr;
+    QTRY_VERIFY(
+        (card = findTyped(m_view->rootObject(), "TaskDrawer_", [](QQuickItem*) { return true; })));
+    QCOMPARE(card->property("maxHeight").toReal(), 720.0 - 80);
+    QTest::keyClick(m_view.get(), Qt::Key_Escape);
+    QTRY_VERIFY(!m_view->rootObject()->property("drawerTask").value<TaskItem*>());
+    QVERIFY(!task->noteData().isEmpty());
+    m_view.reset(); // before the board it shows
 }
 
 QTEST_MAIN(TestTaskDrawerController)
