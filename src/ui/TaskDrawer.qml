@@ -79,7 +79,8 @@ FocusScope {
         id: glass
         anchors.fill: parent
         radius: 22
-        color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.94) : Qt.rgba(1, 1, 1, 0.9)
+        // Opaque: the card stands over the columns, which must not show through the note.
+        color: Radix.dark ? "#232321" : Radix.sand1
         border.width: 1
         border.color: Radix.sandA4
     }

@@ -504,6 +504,11 @@ void TestTaskDrawerController::rowMenuOpensTheCardOverTheBoard() {
     QTRY_VERIFY(
         (card = findTyped(m_view->rootObject(), "TaskDrawer_", [](QQuickItem*) { return true; })));
     QCOMPARE(card->property("maxHeight").toReal(), 720.0 - 80);
+    if (const QString folder = qEnvironmentVariable("TAVIK_ARTIFACTS"); !folder.isEmpty()) {
+        QTest::qWait(200); // the scrim's fade
+        QVERIFY(m_view->grabWindow().save(
+            QDir(folder).filePath(QStringLiteral("drawer-over-board.png"))));
+    }
     QTest::keyClick(m_view.get(), Qt::Key_Escape);
     QTRY_VERIFY(!m_view->rootObject()->property("drawerTask").value<TaskItem*>());
     QVERIFY(!task->noteData().isEmpty());
