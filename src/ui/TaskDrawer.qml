@@ -268,6 +268,13 @@ FocusScope {
                     selectByMouse: true
                     persistentSelection: true
                     onCursorRectangleChanged: noteScroller.ensureVisible(cursorRectangle)
+                    // Escape during a composition belongs to the input method, not the card.
+                    Keys.onEscapePressed: event => {
+                        if (inputMethodComposing)
+                            Qt.inputMethod.reset()
+                        else
+                            event.accepted = false
+                    }
 
                     RichTextDocument {
                         id: noteDocument

@@ -10,6 +10,7 @@
 #include "UiClock.h"
 
 #include <QDir>
+#include <QInputMethodEvent>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -404,6 +405,14 @@ void TestTaskDrawerController::overlayCloses() {
     editor->forceActiveFocus();
     QTest::keyClick(m_view.get(), 'a');
     QVERIFY(task->note().isEmpty());
+    // Escape while an input method composes in the note leaves the card open.
+    QInputMethodEvent compose(QStringLiteral("zhong"), {});
+    QCoreApplication::sendEvent(editor, &compose);
+    QVERIFY(editor->property("inputMethodComposing").toBool());
+    QTest::keyClick(m_view.get(), Qt::Key_Escape);
+    QCOMPARE(closeRequested.size(), 2);
+    QInputMethodEvent cancel;
+    QCoreApplication::sendEvent(editor, &cancel);
     overlay->setProperty("task", QVariant::fromValue<TaskItem*>(nullptr));
     QCOMPARE(task->note(), QStringLiteral("a"));
 }
