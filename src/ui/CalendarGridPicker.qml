@@ -117,6 +117,7 @@ Item {
                     required property bool isSelected
                     required property bool isToday
 
+                    objectName: "cell_" + Qt.formatDate(date, "yyyy-MM-dd")
                     width: 30
                     height: 30
                     padding: 0

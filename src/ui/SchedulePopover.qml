@@ -47,6 +47,7 @@ Item {
             spacing: 6
 
             DialogChip {
+                objectName: "todayChip"
                 text: "今天"
                 horizontalPadding: 12
                 verticalPadding: 6
@@ -54,6 +55,7 @@ Item {
                 onClicked: draft.chooseToday()
             }
             DialogChip {
+                objectName: "tomorrowChip"
                 text: "明天"
                 horizontalPadding: 12
                 verticalPadding: 6
@@ -74,6 +76,7 @@ Item {
             }
             CompactDateField {
                 id: dateField
+                objectName: "dateField"
                 anchors.right: parent.right
                 value: draft.dateFieldValue
                 // The lower limit is today as the panel is drawn.
@@ -85,6 +88,7 @@ Item {
         Divider {}
 
         ReminderSwitch {
+            objectName: "reminderSwitch"
             width: layout.width - 28
             text: "到点提醒我"
             checked: draft.hasTime
@@ -92,6 +96,7 @@ Item {
         }
 
         Item {
+            objectName: "timeRow"
             visible: draft.hasTime
             width: layout.width - 28
             implicitHeight: timeField.implicitHeight
@@ -111,6 +116,7 @@ Item {
         }
 
         Row {
+            objectName: "passedWarning"
             visible: draft.hasTime && draft.reminderPassed
             spacing: 4
 
@@ -128,6 +134,7 @@ Item {
         }
 
         Text {
+            objectName: "notificationHint"
             visible: draft.hasTime
             width: layout.width - 28
             text: "提示：在通知设置中将 Tavik 设为「提醒」，提醒会一直停留在屏幕上，直到你手动关闭。"
@@ -158,6 +165,7 @@ Item {
 
         DialogChip {
             id: clearButton
+            objectName: "clearButton"
             visible: draft.showClear
             text: "清除"
             horizontalPadding: 0
