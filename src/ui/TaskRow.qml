@@ -29,10 +29,28 @@ Item {
     signal deleteRequested
     signal assignRequested(string categoryId)
     signal editRequested
-    signal detailsRequested
 
     implicitHeight: compact ? compactBlock.implicitHeight : fullBlock.implicitHeight
     opacity: isDragging ? 0.35 : 1
+    // A switch of density springs the rows to their new heights; nothing else does.
+    clip: densitySpring.running
+
+    onCompactChanged: densitySpring.restart()
+
+    Timer {
+        id: densitySpring
+        interval: 500
+    }
+
+    Behavior on implicitHeight {
+        enabled: densitySpring.running
+
+        SpringMotion {
+            response: 0.25
+            dampingFraction: 1.0
+            epsilon: 0.25
+        }
+    }
 
     FontMetrics {
         id: metrics
@@ -182,7 +200,6 @@ Item {
             categories: row.categories
             categoryId: row.categoryId
             onEditRequested: row.editRequested()
-            onDetailsRequested: row.detailsRequested()
             onAssignRequested: categoryId => row.assignRequested(categoryId)
             onDeleteRequested: row.deleteRequested()
             onClosed: destroy()
