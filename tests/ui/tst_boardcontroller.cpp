@@ -27,14 +27,12 @@ struct Board {
     Store store;
     ManualClock clock{wednesday};
     NotificationHub hub;
-    RecordingSoundSink sounds;
     std::unique_ptr<BoardModel> model;
     std::unique_ptr<BoardController> controller;
     IsoCalendar calendar;
 
     explicit Board(const QStringList& arguments = {}) {
         model = std::make_unique<BoardModel>(*store.context, *store.preferences, clock, hub);
-        model->setSoundSink(&sounds);
         controller = std::make_unique<BoardController>(*model, clock, hub, arguments);
     }
 
@@ -258,17 +256,6 @@ private slots:
         QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(focused) : nullptr);
     }
 
-    void keyboardMovesPlayTheMoveSoundOnlyWhenTheyMove() {
-        Board board;
-        fillStandardBoard(board);
-        board.focus(QStringLiteral("T1"));
-        board.controller->setKeyboardActive(true);
-        board.controller->handleBoardKey(Qt::Key_Up, Qt::ControlModifier);
-        QVERIFY(board.sounds.played.isEmpty());
-        board.controller->handleBoardKey(Qt::Key_Down, Qt::ControlModifier);
-        QCOMPARE(board.sounds.played, QList<AppSound>{AppSound::move});
-    }
-
     void emptyBoardTakesKeysWithoutEffect() {
         Board board;
         QSignalSpy focusSpy(board.controller.get(), &BoardController::focusedTaskIdChanged);
@@ -383,35 +370,6 @@ private slots:
         QCOMPARE(board.controller->laterScrollResetKey(), board.controller->selectedCategoryId());
         selectList(board, QString());
         QCOMPARE(board.controller->laterScrollResetKey(), QStringLiteral("all"));
-    }
-
-    void rolesCarryTheRecord() {
-        Board board;
-        TaskCategory* work = board.addList(QStringLiteral("工作"));
-        TaskItem* task = board.add(QStringLiteral("写周报"), Bucket::today, work);
-        task->setNote(QStringLiteral("三件事"));
-        task->setReminderAt(local(2026, 6, 17, 15, 30));
-        board.controller->syncModels();
-
-        const TaskListModel& today = *board.controller->todayModel();
-        const QModelIndex row = today.index(0);
-        const QHash<int, QByteArray> names = today.roleNames();
-        auto role = [&](const char* name) { return today.data(row, names.key(name)); };
-        QCOMPARE(role("task").value<TaskItem*>(), task);
-        QCOMPARE(role("taskId").toString(), task->id().toString(QUuid::WithoutBraces));
-        QCOMPARE(role("title").toString(), QStringLiteral("写周报"));
-        QCOMPARE(role("note").toString(), QStringLiteral("三件事"));
-        QCOMPARE(role("hasNote").toBool(), true);
-        QCOMPARE(role("completed").toBool(), false);
-        QCOMPARE(role("dueDate").toDateTime(), board.calendar.startOfDay(wednesday));
-        QCOMPARE(role("reminderAt").toDateTime(), local(2026, 6, 17, 15, 30));
-        QCOMPARE(role("scheduledExplicitly").toBool(), false);
-        QCOMPARE(role("categoryId").toString(), work->id().toString(QUuid::WithoutBraces));
-        QCOMPARE(role("categoryName").toString(), QStringLiteral("工作"));
-        QCOMPARE(role("categoryColorHex").toString(), QStringLiteral("46A758"));
-        QCOMPARE(role("sortIndex").toLongLong(), task->sortIndex());
-        QCOMPARE(role("bucket").toString(), QStringLiteral("today"));
-        QCOMPARE(role("completing").toBool(), false);
     }
 
     // Every change of the board arrives as inserts, removals, moves and dataChanged, never as
@@ -647,17 +605,6 @@ private slots:
         c.deleteCategory(a);
         c.deleteCategory(QString());
         QCOMPARE(c.categoriesModel()->count(), 1);
-    }
-
-    void viewModeFlipsAndPersists() {
-        Board board;
-        QSignalSpy spy(board.controller.get(), &BoardController::compactRowsChanged);
-        board.controller->toggleViewMode();
-        QVERIFY(board.controller->compactRows());
-        QVERIFY(board.store.preferences->compactRows());
-        board.controller->toggleViewMode();
-        QVERIFY(!board.controller->compactRows());
-        QCOMPARE(spy.count(), 2);
     }
 
     // ---- Reactions -----------------------------------------------------------------------

@@ -1,9 +1,7 @@
 // The list models announce every change as the right inserts, removals and moves: a copy
 // kept only from their signals always equals the list they were given.
-#include "CategoryListModel.h"
 #include "ListDiff.h"
 #include "ModelMirror.h"
-#include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskListModel.h"
 
@@ -182,33 +180,6 @@ private slots:
         QCOMPARE(model.indexOfId(tasks[2]->id().toString()), 1);
         QCOMPARE(model.indexOfId(QStringLiteral("not an id")), -1);
         QCOMPARE(model.taskAt(5), nullptr);
-    }
-
-    void listsOfListsToo() {
-        std::vector<std::unique_ptr<TaskCategory>> lists;
-        QList<TaskCategory*> all;
-        const QDateTime now = QDateTime::currentDateTimeUtc();
-        for (const char* name : {"工作", "家", "杂项", "读书"}) {
-            lists.push_back(
-                std::make_unique<TaskCategory>(QString::fromUtf8(name), "E5484D", 0, now));
-            all << lists.back().get();
-        }
-        CategoryListModel model;
-        QAbstractItemModelTester tester(&model,
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
-        ModelMirror mirror(&model, CategoryListModel::NameRole);
-        const QList<QList<TaskCategory*>> steps{
-            {all[0], all[1], all[2]}, {all[2], all[0], all[1]}, {all[3], all[2]}, {}, all};
-        for (const QList<TaskCategory*>& next : steps) {
-            model.setCategories(next);
-            QStringList names;
-            for (const TaskCategory* list : next)
-                names << list->name();
-            QCOMPARE(mirror.rows(), names);
-        }
-        QCOMPARE(model.indexOfId(all[2]->id().toString(QUuid::WithoutBraces)), 2);
-        QCOMPARE(model.data(model.index(1), CategoryListModel::ColorHexRole).toString(),
-                 QStringLiteral("E5484D"));
     }
 };
 
