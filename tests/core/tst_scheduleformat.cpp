@@ -37,12 +37,9 @@ void TestScheduleFormat::day_data() {
     const QDateTime wed = local(2024, 6, 12, 10, 0);
     QTest::newRow("start of today") << wed << local(2024, 6, 12) << "今天";
     QTest::newRow("last minute of today") << wed << local(2024, 6, 12, 23, 59, 59) << "今天";
-    QTest::newRow("earlier today") << wed << local(2024, 6, 12, 0, 1) << "今天";
     QTest::newRow("start of tomorrow") << wed << local(2024, 6, 13) << "明天";
-    QTest::newRow("late tomorrow") << wed << local(2024, 6, 13, 23, 59) << "明天";
     QTest::newRow("day after tomorrow") << wed << local(2024, 6, 14) << "6月14日";
     QTest::newRow("yesterday has no word") << wed << local(2024, 6, 11, 23, 59) << "6月11日";
-    QTest::newRow("later this week") << wed << local(2024, 6, 16) << "6月16日";
     QTest::newRow("next week") << wed << local(2024, 6, 17) << "6月17日";
     QTest::newRow("single-digit month and day") << wed << local(2024, 7, 5) << "7月5日";
     QTest::newRow("next year shows no year") << wed << local(2025, 1, 5) << "1月5日";
@@ -76,7 +73,6 @@ void TestScheduleFormat::time_data() {
 
     QTest::newRow("morning, two-digit hour") << local(2024, 6, 12, 9, 0) << "09:00";
     QTest::newRow("afternoon, 24-hour clock") << local(2024, 6, 12, 15, 30) << "15:30";
-    QTest::newRow("midnight") << local(2024, 6, 12, 0, 0) << "00:00";
     QTest::newRow("last minute") << local(2024, 6, 12, 23, 59) << "23:59";
     QTest::newRow("seconds are not shown") << local(2024, 6, 12, 9, 5, 59) << "09:05";
     QTest::newRow("none") << QDateTime() << "";
@@ -98,14 +94,10 @@ void TestScheduleFormat::shortLabel_data() {
 
     QTest::newRow("reminder today: the time alone")
         << local(2024, 6, 12) << local(2024, 6, 12, 15, 30) << true << "15:30";
-    QTest::newRow("reminder today, passed already")
-        << QDateTime() << local(2024, 6, 12, 8, 0) << true << "08:00";
     QTest::newRow("reminder tomorrow")
         << local(2024, 6, 13) << local(2024, 6, 13, 9, 0) << true << "明天 09:00";
     QTest::newRow("reminder on another day")
         << QDateTime() << local(2024, 6, 20, 9, 0) << true << "6月20日 09:00";
-    QTest::newRow("reminder yesterday")
-        << QDateTime() << local(2024, 6, 11, 21, 45) << true << "6月11日 21:45";
     QTest::newRow("reminder outweighs the due date")
         << local(2024, 6, 20) << local(2024, 6, 13, 9, 0) << true << "明天 09:00";
     QTest::newRow("due date alone, today") << local(2024, 6, 12) << QDateTime() << true << "今天";

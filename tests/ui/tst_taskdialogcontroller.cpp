@@ -30,9 +30,8 @@ enum class Edit {
     retypeTitle,
     titleTrailingBlank,
     typeAndDeleteInNote,
-    changeNote,
     clearDay,
-    pickSameDay,
+    pickSameDayLater,
     pickOtherDay,
     clearTime,
     pickSameTime,
@@ -56,24 +55,15 @@ private slots:
     void canCreate();
     void submitHandsOutTheDraft_data();
     void submitHandsOutTheDraft();
-    void blankTitleRefusesEverySubmit();
     void submitInEditModeSavesAndEndsEditing();
     void editDirty_data();
     void editDirty();
-    void editDirtyWithAnUnplannedTask();
     void blurRule_data();
     void blurRule();
-    void dayChips();
-    void timeWithoutDayFallsOnToday();
-    void customDay_data();
-    void customDay();
-    void popoversAreExclusive();
-    void editingTaskChange();
-    void trashAndClose();
-    void newTaskShortcut();
-    void cancelledDraftIsGoneOnReopen();
+    void dayAndTimeControls();
+    void modeFollowsTheEditingTask();
+    void shortcutAndReopening();
     void listLookup();
-    void gridMonth();
 
 private:
     std::unique_ptr<TaskItem> makeTask();
@@ -113,11 +103,9 @@ void TestTaskDialogController::canCreate_data() {
     QTest::addColumn<QString>("title");
     QTest::addColumn<bool>("expected");
     QTest::newRow("empty") << "" << false;
-    QTest::newRow("blanks") << "   " << false;
-    QTest::newRow("newlines and tabs") << "\n\t \n" << false;
+    QTest::newRow("blanks, newlines and tabs") << " \n\t " << false;
     QTest::newRow("ideographic space") << QStringLiteral("\u3000") << false;
     QTest::newRow("one character") << "a" << true;
-    QTest::newRow("Chinese") << "买牛奶" << true;
     QTest::newRow("surrounded by blanks") << "  写周报  " << true;
 }
 
@@ -125,9 +113,15 @@ void TestTaskDialogController::canCreate() {
     QFETCH(QString, title);
     QFETCH(bool, expected);
     TaskDialogController dialog;
+    QSignalSpy created(&dialog, &TaskDialogController::createRequested);
     dialog.openPanel();
     dialog.setTitle(title);
+    dialog.setNote("有备注");
     QCOMPARE(dialog.canCreate(), expected);
+    // Without a title every submit path does nothing, and the card stays open.
+    dialog.submit();
+    QCOMPARE(created.count(), expected ? 1 : 0);
+    QCOMPARE(dialog.isOpen(), !expected);
 }
 
 void TestTaskDialogController::submitHandsOutTheDraft_data() {
@@ -158,10 +152,6 @@ void TestTaskDialogController::submitHandsOutTheDraft_data() {
         << "a"
         << "" << QDateTime() << local(2024, 6, 12, 8, 0) << "a"
         << "" << local(2024, 6, 12) << local(2024, 6, 12, 8, 0);
-    QTest::newRow("a day in the past with a time")
-        << "a"
-        << "" << local(2024, 6, 1) << local(2024, 6, 12, 18, 30) << "a"
-        << "" << local(2024, 6, 1) << local(2024, 6, 1, 18, 30);
 }
 
 void TestTaskDialogController::submitHandsOutTheDraft() {
@@ -178,7 +168,6 @@ void TestTaskDialogController::submitHandsOutTheDraft() {
     dialog.setCategories(m_categories.get());
     dialog.setDefaultListId(idOf(*m_home));
     QSignalSpy created(&dialog, &TaskDialogController::createRequested);
-    QSignalSpy saved(&dialog, &TaskDialogController::saveRequested);
     QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
 
     dialog.openPanel();
@@ -194,59 +183,37 @@ void TestTaskDialogController::submitHandsOutTheDraft() {
     dialog.submit();
 
     QCOMPARE(created.count(), 1);
-    QCOMPARE(saved.count(), 0);
     QCOMPARE(ended.count(), 0);
     const QList<QVariant> args = created.takeFirst();
     QCOMPARE(args.at(0).toString(), expectedTitle);
     QCOMPARE(args.at(1).toString(), expectedNote);
     QCOMPARE(args.at(2).toString(), idOf(*m_home));
-    QCOMPARE(args.at(3).toDateTime().isValid(), expectedDue.isValid());
-    if (expectedDue.isValid())
-        QCOMPARE(args.at(3).toDateTime(), expectedDue);
-    QCOMPARE(args.at(4).toDateTime().isValid(), expectedReminder.isValid());
-    if (expectedReminder.isValid())
-        QCOMPARE(args.at(4).toDateTime(), expectedReminder);
+    QCOMPARE(args.at(3).toDateTime(), expectedDue);
+    QCOMPARE(args.at(4).toDateTime(), expectedReminder);
     QVERIFY(!dialog.isOpen());
-}
-
-void TestTaskDialogController::blankTitleRefusesEverySubmit() {
-    TaskDialogController dialog;
-    QSignalSpy created(&dialog, &TaskDialogController::createRequested);
-    dialog.openPanel();
-    dialog.setTitle(" \n ");
-    dialog.setNote("有备注");
-    dialog.submit();
-    QCOMPARE(created.count(), 0);
-    QVERIFY(dialog.isOpen());
-    QCOMPARE(dialog.title(), QStringLiteral(" \n "));
 }
 
 void TestTaskDialogController::submitInEditModeSavesAndEndsEditing() {
     auto task = makeTask();
     TaskDialogController dialog;
     dialog.setCategories(m_categories.get());
-    QSignalSpy created(&dialog, &TaskDialogController::createRequested);
     QSignalSpy saved(&dialog, &TaskDialogController::saveRequested);
     QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
 
     dialog.setEditingTask(task.get());
-    QVERIFY(dialog.isOpen());
     dialog.setTitle(" 周报（终稿） ");
     dialog.chooseList(idOf(*m_home));
     dialog.submit();
 
-    QCOMPARE(created.count(), 0);
     QCOMPARE(saved.count(), 1);
     const QList<QVariant> args = saved.takeFirst();
     QCOMPARE(args.at(0).value<QObject*>(), task.get());
     QCOMPARE(args.at(1).toString(), QStringLiteral("周报（终稿）"));
-    QCOMPARE(args.at(2).toString(), QStringLiteral("草稿"));
     QCOMPARE(args.at(3).toString(), idOf(*m_home));
     // The reminder decides the day: the task's 20 June, at 09:00.
     QCOMPARE(args.at(4).toDateTime(), local(2024, 6, 20));
     QCOMPARE(args.at(5).toDateTime(), local(2024, 6, 20, 9, 0));
     QCOMPARE(ended.count(), 1);
-    QVERIFY(!dialog.isOpen());
     // The dialog wrote nothing to the record.
     QCOMPARE(task->title(), QStringLiteral("周报"));
     QCOMPARE(task->category(), m_work.get());
@@ -259,9 +226,8 @@ void TestTaskDialogController::editDirty_data() {
     QTest::newRow("title retyped to the same text") << Edit::retypeTitle << false;
     QTest::newRow("trailing blank in the title") << Edit::titleTrailingBlank << true;
     QTest::newRow("note typed and deleted again") << Edit::typeAndDeleteInNote << false;
-    QTest::newRow("note changed") << Edit::changeNote << true;
     QTest::newRow("day cleared") << Edit::clearDay << true;
-    QTest::newRow("same day picked again") << Edit::pickSameDay << false;
+    QTest::newRow("same day, picked at another hour") << Edit::pickSameDayLater << false;
     QTest::newRow("other day") << Edit::pickOtherDay << true;
     QTest::newRow("reminder cleared") << Edit::clearTime << true;
     QTest::newRow("same reminder time picked") << Edit::pickSameTime << false;
@@ -275,7 +241,6 @@ void TestTaskDialogController::editDirty() {
     QFETCH(bool, dirty);
     auto task = makeTask();
     TaskDialogController dialog;
-    dialog.setCategories(m_categories.get());
     dialog.setEditingTask(task.get());
     QVERIFY(!dialog.editDirty());
 
@@ -294,13 +259,10 @@ void TestTaskDialogController::editDirty() {
         QVERIFY(dialog.editDirty());
         dialog.setNote("草稿");
         break;
-    case Edit::changeNote:
-        dialog.setNote("终稿");
-        break;
     case Edit::clearDay:
         dialog.clearDay();
         break;
-    case Edit::pickSameDay:
+    case Edit::pickSameDayLater:
         dialog.pickDay(local(2024, 6, 20, 17, 45));
         break;
     case Edit::pickOtherDay:
@@ -323,24 +285,9 @@ void TestTaskDialogController::editDirty() {
         break;
     }
     QCOMPARE(dialog.editDirty(), dirty);
-}
 
-void TestTaskDialogController::editDirtyWithAnUnplannedTask() {
-    TaskItem task("读书", 1, kNow);
-    TaskDialogController dialog;
-    dialog.setEditingTask(&task);
-    // No day, no reminder and no list on either side: equal.
-    QVERIFY(!dialog.editDirty());
-    QCOMPARE(dialog.chosenListId(), QString());
-    dialog.toggleToday();
-    QVERIFY(dialog.editDirty());
-    dialog.toggleToday();
-    QVERIFY(!dialog.editDirty());
-
-    // A change of the record itself (a sync) is seen too.
-    QSignalSpy derived(&dialog, &TaskDialogController::derivedChanged);
-    task.setTitle("读两本书");
-    QVERIFY(derived.count() > 0);
+    // A change of the record itself (a sync) is compared too.
+    task->setTitle("周报（别处改的）");
     QVERIFY(dialog.editDirty());
 }
 
@@ -364,8 +311,6 @@ void TestTaskDialogController::blurRule_data() {
                                       << "" << false << true << false;
     QTest::newRow("edit, unchanged") << true << "周报"
                                      << "草稿" << false << false << true;
-    QTest::newRow("edit, title changed") << true << "周报2"
-                                         << "草稿" << false << false << false;
     QTest::newRow("edit, note emptied") << true << "周报"
                                         << "" << false << false << false;
 }
@@ -398,117 +343,53 @@ void TestTaskDialogController::blurRule() {
     dialog.handleBlurInput();
     QCOMPARE(!dialog.isOpen(), closes);
     QCOMPARE(ended.count(), editing && closes ? 1 : 0);
-    // A closed card ignores further blurs.
-    dialog.handleBlurInput();
-    QCOMPARE(ended.count(), editing && closes ? 1 : 0);
 }
 
-void TestTaskDialogController::dayChips() {
+void TestTaskDialogController::dayAndTimeControls() {
     TaskDialogController dialog;
     dialog.openPanel();
     QVERIFY(dialog.titleFocused());
+
+    // A time with no day puts the day on today, and the chips leave the time alone.
     dialog.pickTime(local(2024, 6, 12, 18, 0));
-    const QDateTime time = dialog.time();
-
-    dialog.toggleToday();
-    QVERIFY(!dialog.titleFocused());
-    QVERIFY(!dialog.noteFocused());
-    // pickTime already put the day on today, so the chip turns it off.
-    QVERIFY(!dialog.day().isValid());
-    QVERIFY(!dialog.todayActive());
-    dialog.toggleToday();
     QCOMPARE(dialog.day(), local(2024, 6, 12));
     QVERIFY(dialog.todayActive());
-
+    dialog.toggleToday(); // a second press turns the active chip off
+    QVERIFY(!dialog.day().isValid());
+    QVERIFY(!dialog.titleFocused());
+    QCOMPARE(dialog.resolvedReminder(), local(2024, 6, 12, 18, 0));
     dialog.toggleTomorrow();
-    QCOMPARE(dialog.day(), local(2024, 6, 13));
     QVERIFY(dialog.tomorrowActive());
-    QVERIFY(!dialog.todayActive());
+    QVERIFY(!dialog.customDay().isValid()); // the chip shows it, not the calendar chip
     QCOMPARE(dialog.resolvedReminder(), local(2024, 6, 13, 18, 0));
-    dialog.toggleTomorrow();
-    QVERIFY(!dialog.day().isValid());
-    // The chips never touch the time.
-    QCOMPARE(dialog.time(), time);
-}
 
-void TestTaskDialogController::timeWithoutDayFallsOnToday() {
-    TaskDialogController dialog;
-    dialog.openPanel();
-    dialog.pickTime(local(2024, 6, 12, 16, 45));
-    QCOMPARE(dialog.day(), local(2024, 6, 12));
-    QVERIFY(dialog.todayActive());
-    QVERIFY(!dialog.timePickerOpen());
-
-    // Clearing the day keeps the time; the reminder then falls on today with no active chip.
-    dialog.clearDay();
-    QVERIFY(dialog.time().isValid());
-    QVERIFY(!dialog.todayActive());
-    QCOMPARE(dialog.resolvedReminder(), local(2024, 6, 12, 16, 45));
-
-    // Clearing the time keeps the day.
-    dialog.toggleTomorrow();
-    dialog.clearTime();
-    QCOMPARE(dialog.day(), local(2024, 6, 13));
-    QVERIFY(!dialog.resolvedReminder().isValid());
-}
-
-void TestTaskDialogController::customDay_data() {
-    QTest::addColumn<QDateTime>("day");
-    QTest::addColumn<QDateTime>("expected");
-    QTest::newRow("none") << QDateTime() << QDateTime();
-    QTest::newRow("today: the chip shows it") << local(2024, 6, 12) << QDateTime();
-    QTest::newRow("tomorrow: the chip shows it") << local(2024, 6, 13) << QDateTime();
-    QTest::newRow("the day after") << local(2024, 6, 14) << local(2024, 6, 14);
-    QTest::newRow("yesterday") << local(2024, 6, 11) << local(2024, 6, 11);
-}
-
-void TestTaskDialogController::customDay() {
-    QFETCH(QDateTime, day);
-    QFETCH(QDateTime, expected);
-    TaskDialogController dialog;
-    dialog.openPanel();
-    if (day.isValid())
-        dialog.pickDay(day);
-    QCOMPARE(dialog.customDay().isValid(), expected.isValid());
-    if (expected.isValid())
-        QCOMPARE(dialog.customDay(), expected);
-}
-
-void TestTaskDialogController::popoversAreExclusive() {
-    TaskDialogController dialog;
-    dialog.openPanel();
-    dialog.openDatePicker();
-    QVERIFY(dialog.datePickerOpen());
-    QVERIFY(!dialog.titleFocused());
-    dialog.openTimePicker();
-    QVERIFY(dialog.timePickerOpen());
-    QVERIFY(!dialog.datePickerOpen());
+    // The month grid: another day becomes the custom day; the popovers exclude each other.
     dialog.openListPicker();
-    QVERIFY(dialog.listPickerOpen());
-    QVERIFY(!dialog.timePickerOpen());
     dialog.openDatePicker();
     QVERIFY(!dialog.listPickerOpen());
+    QCOMPARE(dialog.gridMonth(), local(2024, 6, 1));
     dialog.pickDay(local(2024, 7, 1, 12, 0));
     QVERIFY(!dialog.datePickerOpen());
     QCOMPARE(dialog.day(), local(2024, 7, 1));
+    QCOMPARE(dialog.customDay(), local(2024, 7, 1));
+    QCOMPARE(dialog.gridMonth(), local(2024, 7, 1));
 
-    dialog.openListPicker();
-    dialog.closePanel();
-    QVERIFY(!dialog.listPickerOpen());
-    QVERIFY(!dialog.isOpen());
+    // Clearing the time keeps the day; clearing the day keeps the time.
+    dialog.clearTime();
+    QCOMPARE(dialog.day(), local(2024, 7, 1));
+    QVERIFY(!dialog.resolvedReminder().isValid());
 }
 
-void TestTaskDialogController::editingTaskChange() {
+void TestTaskDialogController::modeFollowsTheEditingTask() {
     auto first = makeTask();
     TaskItem second("买菜", 9, kNow);
     TaskDialogController dialog;
     dialog.setCategories(m_categories.get());
+    QSignalSpy deleted(&dialog, &TaskDialogController::deleteRequested);
     QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
 
     dialog.setEditingTask(first.get());
     QVERIFY(dialog.isOpen());
-    QVERIFY(dialog.isEditing());
-    QCOMPARE(dialog.title(), QStringLiteral("周报"));
     QCOMPARE(dialog.day(), local(2024, 6, 20));
     QCOMPARE(dialog.time(), local(2024, 6, 20, 9, 0));
     QCOMPARE(dialog.chosenListId(), idOf(*m_work));
@@ -518,83 +399,48 @@ void TestTaskDialogController::editingTaskChange() {
     dialog.setEditingTask(&second);
     QCOMPARE(dialog.title(), QStringLiteral("买菜"));
     QVERIFY(!dialog.day().isValid());
-    QVERIFY(!dialog.time().isValid());
     QCOMPARE(dialog.chosenListId(), QString());
 
-    // Losing the task changes nothing by itself; the mode follows at the next action.
+    // Losing the task changes nothing by itself; the next action is in create mode.
     dialog.setEditingTask(nullptr);
     QVERIFY(dialog.isOpen());
-    QCOMPARE(dialog.title(), QStringLiteral("买菜"));
-    QVERIFY(!dialog.isEditing());
-    dialog.closePanel();
-    QCOMPARE(ended.count(), 0);
-
-    // A task deleted while open leaves the card in create mode.
-    {
-        TaskItem doomed("临时", 1, kNow);
-        dialog.setEditingTask(&doomed);
-        QVERIFY(dialog.isEditing());
-    }
-    QVERIFY(!dialog.isEditing());
-    QCOMPARE(dialog.editingTask(), nullptr);
-}
-
-void TestTaskDialogController::trashAndClose() {
-    auto task = makeTask();
-    TaskDialogController dialog;
-    QSignalSpy deleted(&dialog, &TaskDialogController::deleteRequested);
-    QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
-
-    dialog.openPanel();
-    dialog.setTitle("不要了");
     dialog.trash();
     QCOMPARE(deleted.count(), 0);
     QCOMPARE(ended.count(), 0);
-    QVERIFY(!dialog.isOpen());
 
-    dialog.setEditingTask(task.get());
+    dialog.setEditingTask(first.get());
     dialog.trash();
     QCOMPARE(deleted.count(), 1);
-    QCOMPARE(deleted.first().at(0).value<QObject*>(), task.get());
     QCOMPARE(ended.count(), 1);
     QVERIFY(!dialog.isOpen());
+
+    // A task destroyed while open leaves the card in create mode.
+    auto doomed = std::make_unique<TaskItem>("临时", 1, kNow);
+    dialog.setEditingTask(doomed.get());
+    doomed.reset();
+    QVERIFY(!dialog.isEditing());
 }
 
-void TestTaskDialogController::newTaskShortcut() {
+void TestTaskDialogController::shortcutAndReopening() {
     TaskDialogController dialog;
-    dialog.setCategories(m_categories.get());
     dialog.setDefaultListId(idOf(*m_work));
     dialog.newTaskShortcut();
     QVERIFY(dialog.isOpen());
-    QVERIFY(dialog.titleFocused());
     QCOMPARE(dialog.chosenListId(), idOf(*m_work));
 
     dialog.setTitle("写一半");
-    dialog.chooseList(idOf(*m_home));
     dialog.setTitleFocused(false);
-    dialog.setNoteFocused(true);
     dialog.newTaskShortcut();
     // An open card only takes the focus back to its title.
     QVERIFY(dialog.titleFocused());
     QCOMPARE(dialog.title(), QStringLiteral("写一半"));
-    QCOMPARE(dialog.chosenListId(), idOf(*m_home));
-}
 
-void TestTaskDialogController::cancelledDraftIsGoneOnReopen() {
-    TaskDialogController dialog;
-    dialog.openPanel();
-    dialog.setTitle("草稿");
-    dialog.setNote("备注");
+    // Cancelled, the draft is gone at the next opening.
     dialog.toggleTomorrow();
-    dialog.pickTime(local(2024, 6, 12, 11, 0));
     dialog.closePanel();
-    // Closing keeps the draft until the next opening overwrites it.
-    QCOMPARE(dialog.title(), QStringLiteral("草稿"));
     dialog.openPanel();
     QCOMPARE(dialog.title(), QString());
-    QCOMPARE(dialog.note(), QString());
     QVERIFY(!dialog.day().isValid());
-    QVERIFY(!dialog.time().isValid());
 }
 
 void TestTaskDialogController::listLookup() {
@@ -608,26 +454,13 @@ void TestTaskDialogController::listLookup() {
     QCOMPARE(dialog.chosenListName(), QStringLiteral("家"));
     QCOMPARE(dialog.chosenListColorHex(), QStringLiteral("46A758"));
 
-    // The list goes away while chosen: "无" with the no-list colour, and the id stays.
+    // The list goes away while chosen: "无" with the no-list colour; the id stays.
     QSignalSpy derived(&dialog, &TaskDialogController::derivedChanged);
     m_categories->removeCategory(m_home.get());
     QVERIFY(derived.count() > 0);
     QCOMPARE(dialog.chosenListName(), QStringLiteral("无"));
     QCOMPARE(dialog.chosenListColorHex(), QString());
     QCOMPARE(dialog.chosenListId(), idOf(*m_home));
-    QCOMPARE(dialog.listName("not-a-uuid"), QStringLiteral("无"));
-
-    // Without a model every id reads as no list.
-    TaskDialogController bare;
-    QCOMPARE(bare.listName(idOf(*m_work)), QStringLiteral("无"));
-}
-
-void TestTaskDialogController::gridMonth() {
-    TaskDialogController dialog;
-    dialog.openPanel();
-    QCOMPARE(dialog.gridMonth(), local(2024, 6, 1));
-    dialog.pickDay(local(2025, 2, 14, 20, 0));
-    QCOMPARE(dialog.gridMonth(), local(2025, 2, 1));
 }
 
 QTEST_GUILESS_MAIN(TestTaskDialogController)

@@ -24,13 +24,6 @@ Item {
         }
     }
     Component {
-        id: timesComponent
-        TimeListPicker {
-            x: 300
-            y: 260
-        }
-    }
-    Component {
         id: spyComponent
         SignalSpy {}
     }
@@ -144,26 +137,6 @@ Item {
             mouseClick(part(picker, "cell_2024-06-20"))
             compare(picks.count, 1)
             compare(picks.signalArguments[0][0].getTime(), new Date(2024, 5, 20).getTime())
-        }
-
-        function test_timeListReportsTheSlot() {
-            const selected = new Date(2024, 5, 12, 9, 30)
-            const picker = createTemporaryObject(timesComponent, root,
-                                                 { initial: new Date(2024, 5, 12, 14, 10), selected: selected })
-            const picks = spy(picker, "picked")
-            waitForRendering(picker)
-            compare(picker.times.anchorIndex, 38)
-            // The selected row stands in view, in the middle.
-            const list = picker.list
-            const row = list.itemAtIndex(38)
-            verify(row)
-            verify(row.selected)
-            const centre = row.mapToItem(list, 0, row.height / 2).y
-            verify(Math.abs(centre - list.height / 2) < row.height, "row centre at " + centre)
-            mouseClick(row)
-            compare(picks.count, 1)
-            compare(picks.signalArguments[0][0].getHours(), 9)
-            compare(picks.signalArguments[0][0].getMinutes(), 30)
         }
     }
 }
