@@ -291,14 +291,23 @@ void TestDialogView::createFlow() {
     click(readingRow);
     QTRY_VERIFY(!lists->property("visible").toBool());
 
-    // Ctrl+N on an open card only brings the focus back to the title; Return submits.
+    // Ctrl+N on an open card only brings the focus back to the title.
     QVERIFY(!titleEditor()->hasActiveFocus());
     QTest::keyClick(m_window.get(), Qt::Key_N, Qt::ControlModifier);
     QTRY_VERIFY(titleEditor()->hasActiveFocus());
+
+    // In the note Return makes a line; Ctrl+Return submits from there too.
+    auto* noteEditor = item("noteField")->property("editor").value<QQuickItem*>();
+    click(noteEditor);
+    QTRY_VERIFY(noteEditor->hasActiveFocus());
+    commitText(noteEditor, QStringLiteral("第一行"));
     QTest::keyClick(m_window.get(), Qt::Key_Return);
+    QCOMPARE(created.count(), 0);
+    QTest::keyClick(m_window.get(), Qt::Key_Return, Qt::ControlModifier);
     QCOMPARE(created.count(), 1);
     const QList<QVariant> args = created.first();
     QCOMPARE(args.at(0).toString(), QStringLiteral("写周报"));
+    QCOMPARE(args.at(1).toString(), QStringLiteral("第一行")); // trimmed
     QCOMPARE(args.at(2).toString(), m_reading->id().toString(QUuid::WithoutBraces));
     QCOMPARE(args.at(3).toDateTime(), local(2024, 6, 20));
     QCOMPARE(args.at(4).toDateTime(), local(2024, 6, 20, 14, 30));
