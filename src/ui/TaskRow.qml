@@ -29,6 +29,7 @@ Item {
     signal deleteRequested
     signal assignRequested(string categoryId)
     signal editRequested
+    signal detailsRequested
 
     implicitHeight: compact ? compactBlock.implicitHeight : fullBlock.implicitHeight
     opacity: isDragging ? 0.35 : 1
@@ -200,6 +201,7 @@ Item {
             categories: row.categories
             categoryId: row.categoryId
             onEditRequested: row.editRequested()
+            onDetailsRequested: row.detailsRequested()
             onAssignRequested: categoryId => row.assignRequested(categoryId)
             onDeleteRequested: row.deleteRequested()
             onClosed: destroy()
