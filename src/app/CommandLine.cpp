@@ -231,19 +231,13 @@ bool isCommand(const QStringList& arguments) {
     return false;
 }
 
-QStringList todayListArguments(const QStringList& arguments) {
-    QStringList command{arguments.value(0, QStringLiteral("tavik")), QStringLiteral("--list"),
-                        QStringLiteral("today")};
-    if (arguments.contains(QStringLiteral("--seed-demo")))
-        command << QStringLiteral("--seed-demo");
-    return command;
-}
-
 QString helpText() {
     return QStringLiteral(
         "Usage: tavik [--seed-demo] [COMMAND]\n"
         "\n"
-        "Tavik is a personal to-do board. Without a command it shows today's board.\n"
+        "Tavik is a personal to-do board. Without a command it starts the board in the tray\n"
+        "and shows its window (--background: tray only; --toggle: show or hide the board\n"
+        "of the running Tavik).\n"
         "\n"
         "Commands:\n"
         "  --list [COLUMN] [--json]  Print the board as it stands now: the columns later,\n"

@@ -14,10 +14,6 @@ namespace CommandLine {
 // Whether the arguments (program name first) ask for a command rather than the board.
 [[nodiscard]] bool isCommand(const QStringList& arguments);
 
-// The arguments of a plain launch turned into the command that stands in for the board
-// window: today's column, of the demo store under --seed-demo.
-[[nodiscard]] QStringList todayListArguments(const QStringList& arguments);
-
 // Runs the command and returns the process's exit code. Needs a QCoreApplication.
 [[nodiscard]] int run(const QStringList& arguments, const Clock& clock);
 

@@ -57,6 +57,12 @@ public:
         env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
         env.insert(QStringLiteral("XDG_CACHE_HOME"), path(QStringLiteral("cache")));
+        // A desktop session has one; without it the board's start-up warns before anything.
+        QDir().mkpath(path(QStringLiteral("run")));
+        QFile::setPermissions(path(QStringLiteral("run")), QFileDevice::ReadOwner |
+                                                               QFileDevice::WriteOwner |
+                                                               QFileDevice::ExeOwner);
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), path(QStringLiteral("run")));
         QProcess process;
         process.setProcessEnvironment(env);
         process.setWorkingDirectory(m_dir.path());
@@ -258,16 +264,6 @@ private slots:
         // Board order: the largest sortIndex first.
         QVERIFY(lines.indexOf(QStringLiteral("  发布落地页  list 工作  day 2026-11-24")) <
                 lines.indexOf(QStringLiteral("  给爸妈打个电话  day 2026-11-24")));
-    }
-
-    void plainLaunchShowsToday() {
-        Home home;
-        const Result plain = home.run({QStringLiteral("--seed-demo")});
-        const Result today = home.run(
-            {QStringLiteral("--seed-demo"), QStringLiteral("--list"), QStringLiteral("today")});
-        QCOMPARE(plain.exitCode, 0);
-        QVERIFY(plain.out.startsWith("today 今天 (7)\n"));
-        QCOMPARE(plain.out, today.out);
     }
 
     void countToday_data() {
@@ -476,6 +472,7 @@ private slots:
         QTest::newRow("--import") << QStringList{QStringLiteral("--import"),
                                                  QStringLiteral("demo.json")}
                                   << false;
+        // A plain launch starts the board, which stops the same way.
         QTest::newRow("plain launch") << QStringList{} << false;
         QTest::newRow("demo --list")
             << QStringList{QStringLiteral("--seed-demo"), QStringLiteral("--list")} << true;

@@ -38,11 +38,13 @@ Xvfb -displayfd 5 -screen 0 1400x900x24 -nolisten tcp >"$WORK/xvfb.log" 2>&1 &
 XVFB=$!
 for _ in $(seq 50); do [ -s "$WORK/displayfd" ] && break; sleep 0.1; done
 export DISPLAY=:$(head -n1 "$WORK/displayfd")
+exec 5>&-
 
 cleanup() {
     [ -n "${APP:-}" ] && kill "$APP" 2>/dev/null || true
     kill "$XVFB" 2>/dev/null || true
-    wait 2>/dev/null || true
+    # Only our own children: a bare `wait` would also wait for the display-number reader.
+    wait ${APP:-} "$XVFB" 2>/dev/null || true
     rm -rf "$WORK"
 }
 trap cleanup EXIT
