@@ -122,6 +122,7 @@ public:
     }
 
 private:
+    QTemporaryDir m_runtime;
     QTemporaryDir m_dir;
 };
 
