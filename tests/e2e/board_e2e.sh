@@ -38,17 +38,47 @@ check "Ctrl+Return completes the task" \
     wait_for 5 bash -c "titles done | grep -qxF '$second_today'"
 check "the completed task has left 本周" bash -c "! titles thisWeek | grep -qxF '$second_today'"
 
-# Ctrl+N, a Chinese title typed into the field, Return: a new task in 稍后.
+# Ctrl+N, a Chinese title typed into the field, "明天" picked in the day row, Return: the
+# task lands on tomorrow, which is in 本周 unless today is Sunday (then next week, 稍后).
+tomorrow=$(date -d tomorrow +%F)
+if [ "$(date +%u)" = 7 ]; then tomorrow_column=later; else tomorrow_column=thisWeek; fi
 key ctrl+n
 sleep 0.5
 xdotool type --delay 250 "整理书架"
 sleep 0.3
 shot dialog-typed
+# The chip takes the focus from the title; Ctrl+N gives it back, so Return submits there.
+click_at 1057 523
+shot dialog-tomorrow
+key ctrl+n
 key Return
-check "a task created from the dialog lands in 稍后" \
-    wait_for 5 bash -c "titles later | grep -qxF '整理书架'"
-key Escape
+check "a task created for 明天 lands in $tomorrow_column" \
+    wait_for 5 bash -c "titles $tomorrow_column | grep -qxF '整理书架'"
+check "its day is tomorrow, $tomorrow" bash -c \
+    "board_json $tomorrow_column | python3 -c 'import json,sys; t=[t for t in json.load(sys.stdin)[\"columns\"][0][\"tasks\"] if t[\"title\"]==\"整理书架\"]; sys.exit(not (t and (t[0][\"dueDate\"] or \"\")[:10]==\"$tomorrow\"))'"
 shot after-create
+
+# A list made with the strip's plus (a name, Return) and removed with its tab's menu. Lists
+# reach the store with the next save, which window activation brings.
+click_at 361 54
+sleep 0.5
+xdotool type --delay 200 "旅行"
+sleep 0.3
+shot list-create-popover
+key Return
+refocus_board
+shot list-created
+check "the strip's plus creates the list 旅行" wait_for 5 bash -c "list_names | grep -qxF '旅行'"
+# The new tab is the third swatch; its menu opens where the pointer pressed.
+xdotool mousemove --window "$WIN" 334 54 click 3
+sleep 0.5
+shot list-tab-menu
+click_at 374 71
+refocus_board
+shot list-deleted
+check "删除清单 in the tab's menu deletes 旅行" \
+    wait_for 5 bash -c "! list_names | grep -qxF '旅行'"
+check "the other lists stay" bash -c '[ "$(list_names | sort | tr "\n" " ")" = "个人 工作 " ]'
 
 # Ctrl+W closes the window; the process stays; `tavik --toggle` brings it back.
 xdotool windowfocus --sync "$WIN" 2>/dev/null || true

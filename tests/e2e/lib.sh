@@ -71,3 +71,19 @@ wait_for() { # wait_for SECONDS COMMAND...
     done
 }
 key() { xdotool key --clearmodifiers "$@"; sleep 0.35; }
+
+# Click at a point of the board window, in window coordinates.
+click_at() { xdotool mousemove --window "$(window_id)" "$1" "$2" click 1; sleep 0.35; }
+# Names of the store's lists, one a line (the export holds every list, also empty ones).
+list_names() { "$TAVIK" --seed-demo --export | python3 -c 'import json,sys; print("\n".join(c["name"] for c in json.load(sys.stdin)["categories"]))'; }
+export -f list_names
+# Focus leaves the board and comes back: the application's activation runs a save.
+refocus_board() {
+    local win root
+    win=$(window_id)
+    root=$(xwininfo -root | awk '/Window id:/ {print $4}')
+    xdotool windowfocus "$root" 2>/dev/null || true
+    sleep 0.3
+    xdotool windowfocus --sync "$win" 2>/dev/null || true
+    sleep 0.5
+}
