@@ -49,6 +49,12 @@ AppDelegate::AppDelegate(std::unique_ptr<ModelContainer> container, QStringList 
     m_frameSaver.setSingleShot(true);
     m_frameSaver.setInterval(400);
     connect(&m_frameSaver, &QTimer::timeout, this, &AppDelegate::saveFrame);
+    m_autosave.setSingleShot(true);
+    m_autosave.setInterval(autosaveDelayMs);
+    connect(&m_autosave, &QTimer::timeout, this, [this] {
+        if (m_container->mainContext().hasChanges())
+            refreshMenuBarCount();
+    });
 }
 
 AppDelegate::~AppDelegate() {
@@ -179,6 +185,19 @@ void AppDelegate::showUpdateResult(const UpdateCheckResult& result) {
 }
 
 void AppDelegate::observeTaskChanges() {
+    // Some changes post nothing; they are saved once the edits settle, and before quitting.
+    ModelContext& context = m_container->mainContext();
+    const auto settle = [this] { m_autosave.start(); };
+    connect(&context, &ModelContext::taskInserted, this, settle);
+    connect(&context, &ModelContext::taskRemoved, this, settle);
+    connect(&context, &ModelContext::taskChanged, this, settle);
+    connect(&context, &ModelContext::categoryInserted, this, settle);
+    connect(&context, &ModelContext::categoryRemoved, this, settle);
+    connect(&context, &ModelContext::categoryChanged, this, settle);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        if (m_container->mainContext().hasChanges())
+            refreshMenuBarCount();
+    });
     m_hub.observe(TavikNotification::tasksChanged, this,
                   [this](const QVariantMap&) { refreshMenuBarCount(); });
     m_hub.observe(TavikNotification::saveFailed, this,

@@ -34,6 +34,9 @@ class UpdaterController;
 class AppDelegate : public QObject {
     Q_OBJECT
 public:
+    // Quiet time after the last unsaved edit before it is saved anyway.
+    static constexpr int autosaveDelayMs = 1000;
+
     AppDelegate(std::unique_ptr<ModelContainer> container, QStringList arguments,
                 NotificationHub& hub, QObject* parent = nullptr);
     ~AppDelegate() override;
@@ -90,5 +93,7 @@ private:
     std::unique_ptr<StatusItem> m_statusItem;
     std::unique_ptr<DayChangeWatcher> m_dayWatcher;
     QTimer m_frameSaver;
+    // Saves what no action saved (lists, a drop on a tab, the drawer) once edits settle.
+    QTimer m_autosave;
     bool m_debugFrame = false;
 };
