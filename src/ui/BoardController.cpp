@@ -8,6 +8,7 @@
 #include "TaskItem.h"
 
 #include <QGuiApplication>
+#include <QScopedValueRollback>
 #include <algorithm>
 
 namespace {
@@ -50,12 +51,18 @@ BoardController::BoardController(BoardModel& model, const Clock& clock, Notifica
     , m_today(new TaskListModel(Bucket::today, this))
     , m_done(new TaskListModel(Bucket::done, this))
     , m_categories(new CategoryListModel(this))
+    , m_drag(new BoardDragController(model, this))
     , m_showDone(arguments.contains(QStringLiteral("--debug-done-open"))) {
     m_syncTimer.setSingleShot(true);
     m_syncTimer.setInterval(0);
     connect(&m_syncTimer, &QTimer::timeout, this, &BoardController::syncModels);
 
     connect(&m_model, &BoardModel::boardChanged, this, &BoardController::scheduleSync);
+    // The placeholder follows the drag at once, not at the next turn of the loop.
+    BoardDragState* dragState = m_drag->state();
+    for (auto signal : {&BoardDragState::draggingTaskChanged, &BoardDragState::targetChanged,
+                        &BoardDragState::committingChanged})
+        connect(dragState, signal, this, &BoardController::syncColumns);
     connect(&m_model, &BoardModel::categoriesChanged, this, &BoardController::scheduleSync);
     connect(&m_model, &BoardModel::selectedCategoryIdChanged, this,
             &BoardController::selectedCategoryIdChanged);
@@ -337,7 +344,7 @@ void BoardController::boardAppeared() {
 }
 
 void BoardController::boardDisappeared() {
-    // Nothing is dragged yet; the drag state is cleared here once there is one.
+    m_drag->cancel();
 }
 
 void BoardController::refreshNow() {
@@ -352,8 +359,12 @@ void BoardController::scheduleSync() {
 
 void BoardController::syncModels() {
     m_syncTimer.stop();
-    for (Bucket bucket : BucketInfo::columns)
-        columnModel(bucket)->setTasks(m_model.tasks(bucket));
+    {
+        // A drop clears its drag here once the rows have moved; the columns follow below.
+        const QScopedValueRollback<bool> syncing(m_syncing, true);
+        m_drag->observeOrder(m_model.allTasks());
+    }
+    syncColumns();
     m_done->setTasks(m_model.doneTasks());
     m_categories->setCategories(m_model.categories());
 
@@ -365,6 +376,43 @@ void BoardController::syncModels() {
     if (displayNow != m_displayNow) {
         m_displayNow = displayNow;
         emit displayNowChanged();
+    }
+}
+
+void BoardController::syncColumns() {
+    if (m_syncing)
+        return;
+    const BoardDragState& drag = *m_drag->state();
+    TaskItem* dragged = drag.draggingId() ? drag.draggingTask() : nullptr;
+    if (dragged && dragged->isDeleted())
+        dragged = nullptr;
+    const std::optional<DropTarget>& target = drag.target();
+    for (Bucket bucket : BucketInfo::columns) {
+        TaskListModel* list = columnModel(bucket);
+        QList<TaskItem*> tasks = m_model.tasks(bucket);
+        if (!drag.draggingId()) {
+            list->setGhost(nullptr, false);
+            list->setTasks(tasks);
+            list->setTaskCount(-1);
+            continue;
+        }
+        const int taskCount = int(tasks.size());
+        tasks.removeOne(dragged);
+        const bool ghostHere = dragged && target && target->kind == DropTarget::Kind::reorder &&
+                               target->bucket == bucket;
+        if (ghostHere) {
+            qsizetype at = tasks.size();
+            if (target->beforeId) {
+                const auto it = std::find_if(tasks.cbegin(), tasks.cend(), [&target](TaskItem* t) {
+                    return t->id() == *target->beforeId;
+                });
+                at = it - tasks.cbegin();
+            }
+            tasks.insert(at, dragged);
+        }
+        list->setGhost(ghostHere ? dragged : nullptr, !drag.committing());
+        list->setTasks(tasks);
+        list->setTaskCount(taskCount);
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BoardDragController.h"
 #include "Bucket.h"
 #include "CategoryListModel.h"
 #include "RecordTypes.h"
@@ -36,6 +37,8 @@ class BoardController : public QObject {
     Q_PROPERTY(TaskListModel* todayModel READ todayModel CONSTANT)
     Q_PROPERTY(TaskListModel* doneModel READ doneModel CONSTANT)
     Q_PROPERTY(CategoryListModel* categoriesModel READ categoriesModel CONSTANT)
+    Q_PROPERTY(BoardDragController* drag READ drag CONSTANT)
+    Q_PROPERTY(BoardDragState* dragState READ dragState CONSTANT)
     Q_PROPERTY(QString selectedCategoryId READ selectedCategoryId WRITE selectCategory NOTIFY
                    selectedCategoryIdChanged)
     // Changes exactly when `later` must scroll back to its top.
@@ -73,6 +76,8 @@ public:
     [[nodiscard]] TaskListModel* doneModel() const { return m_done; }
     [[nodiscard]] TaskListModel* columnModel(Bucket bucket) const;
     [[nodiscard]] CategoryListModel* categoriesModel() const { return m_categories; }
+    [[nodiscard]] BoardDragController* drag() const { return m_drag; }
+    [[nodiscard]] BoardDragState* dragState() const { return m_drag->state(); }
 
     [[nodiscard]] QString selectedCategoryId() const;
     [[nodiscard]] QString laterScrollResetKey() const;
@@ -159,6 +164,9 @@ signals:
 
 private:
     void scheduleSync();
+    // The columns' rows: the board's lists, less the dragged task, with its placeholder where
+    // it would land.
+    void syncColumns();
     void onTaskRemoved(TaskItem* task);
     void onCategoryRemoved(TaskCategory* category);
     void setUpdateAvailable(bool available);
@@ -178,6 +186,8 @@ private:
     TaskListModel* m_today;
     TaskListModel* m_done;
     CategoryListModel* m_categories;
+    BoardDragController* m_drag;
+    bool m_syncing = false;
     // Record changes come in bursts; the models follow once per turn of the event loop.
     QTimer m_syncTimer;
     QSet<TaskItem*> m_changedTasks;

@@ -38,6 +38,26 @@ FocusScope {
             else
                 boardView.controller.boardDisappeared()
         }
+        // Switching to another application ends a drag without a drop.
+        function onActiveChanged() {
+            if (!boardView.Window.window.active)
+                boardView.controller.drag.cancel()
+        }
+    }
+
+    readonly property BoardDragState dragState: controller.dragState
+    readonly property bool dragging: dragState.draggingId !== ""
+
+    // Where rows, columns and tabs stand now, for the drag to find its target.
+    function reportDragFrames() {
+        const drag = controller.drag
+        drag.clearRowFrames()
+        for (let i = 0; i < columnRepeater.count; ++i) {
+            const column = columnRepeater.itemAt(i).columnView
+            column.reportFrames(drag, boardView)
+            if (column.headerAccessoryItem && column.headerAccessoryItem.reportFrames)
+                column.headerAccessoryItem.reportFrames(drag, boardView)
+        }
     }
 
     // The window's backdrop: opaque where nothing blurs behind it, the scrim over both.
@@ -76,6 +96,39 @@ FocusScope {
             onClicked: boardView.controller.requestBlurInput()
         }
 
+        // The board's one drag: past 8 it takes the pointer from the rows, so a shorter
+        // press-and-move stays a click.
+        DragHandler {
+            id: boardDrag
+
+            property bool canceledByGrab: false
+
+            target: null
+            dragThreshold: 8
+            acceptedButtons: Qt.LeftButton
+            onCanceled: canceledByGrab = true
+            onActiveChanged: {
+                if (active) {
+                    canceledByGrab = false
+                    columnsRow.forceActiveFocus(Qt.MouseFocusReason)
+                    follow()
+                } else if (canceledByGrab) {
+                    boardView.controller.drag.cancel()
+                } else {
+                    boardView.controller.drag.dragEnded()
+                }
+            }
+            onCentroidChanged: {
+                if (active)
+                    follow()
+            }
+
+            function follow() {
+                boardView.reportDragFrames()
+                boardView.controller.drag.dragChanged(centroid.pressPosition, centroid.position)
+            }
+        }
+
         // The first movement of the mouse turns the keyboard highlight off.
         // Qt Quick re-sends a hover at the same place on every frame while the pointer rests
         // over the window; only a real move counts.
@@ -96,6 +149,8 @@ FocusScope {
             anchors.fill: parent
 
             Repeater {
+                id: columnRepeater
+
                 model: boardView.columns
 
                 Item {
@@ -103,6 +158,7 @@ FocusScope {
 
                     required property var modelData
                     required property int index
+                    readonly property alias columnView: columnView
 
                     // Equal shares of what the two hairlines leave.
                     width: (columnsRow.width - 0.5 * (boardView.columns.length - 1))
@@ -136,6 +192,8 @@ FocusScope {
                     }
 
                     ColumnView {
+                        id: columnView
+
                         objectName: "column_" + slot.modelData.bucket
                         x: slot.index > 0 ? 0.5 : 0
                         width: parent.width - x
@@ -147,6 +205,7 @@ FocusScope {
                         editingTaskId: boardView.controller.editingTaskId
                         focusedTaskId: boardView.controller.highlightedTaskId
                         compact: boardView.controller.compactRows
+                        dragActive: boardView.dragging
                         now: boardView.controller.displayNow
                         scrollResetKey: slot.modelData.bucket === "later"
                                         ? boardView.controller.laterScrollResetKey : ""
@@ -170,7 +229,7 @@ FocusScope {
         CompactCategoryStrip {
             categories: boardView.controller.categoriesModel
             selectedCategoryId: boardView.controller.selectedCategoryId
-            dragState: null
+            dragState: boardView.dragState
             onSelectRequested: categoryId => boardView.controller.selectCategory(categoryId)
             onCreateRequested: (name, colorHex) => boardView.controller.createCategory(name,
                                                                                      colorHex)
@@ -356,6 +415,64 @@ FocusScope {
                         color: Radix.controlBackground
                     }
                 }
+            }
+        }
+    }
+
+    // The floating copy of the dragged task, over everything; gone once the drop is being
+    // committed, as the placeholder then shows the row.
+    Item {
+        id: dragOverlay
+
+        anchors.fill: parent
+        z: 10
+        visible: boardView.dragging && !boardView.dragState.committing
+
+        TaskDragPreview {
+            objectName: "dragPreview"
+            visible: boardView.dragState.targetKind !== "assignCategory"
+            task: boardView.dragState.draggingTask
+            compact: boardView.controller.compactRows
+            x: boardView.dragState.grabbedOrigin.x + boardView.dragState.translation.width
+            y: boardView.dragState.grabbedOrigin.y + boardView.dragState.translation.height
+            width: boardView.dragState.grabbedSize.width
+            height: boardView.dragState.grabbedSize.height
+        }
+
+        // Over a list's tab the copy becomes a tag beside the pointer.
+        Item {
+            objectName: "dragTagBadge"
+            visible: boardView.dragState.targetKind === "assignCategory"
+            width: 30
+            height: 30
+            x: boardView.dragState.dragLocation.x + 18 - width / 2
+            y: boardView.dragState.dragLocation.y + 18 - height / 2
+
+            Repeater {
+                model: 3
+
+                Rectangle {
+                    required property int index
+
+                    anchors.fill: parent
+                    anchors.margins: -(index + 1) * 2
+                    anchors.topMargin: -(index + 1) * 2 + 3
+                    anchors.bottomMargin: -(index + 1) * 2 - 3
+                    radius: 8 + (index + 1) * 2
+                    color: Qt.rgba(0, 0, 0, 0.22 / (index + 2) / 2)
+                }
+            }
+            Rectangle {
+                anchors.fill: parent
+                radius: 8
+                color: Radix.accent
+            }
+            SymbolIcon {
+                anchors.centerIn: parent
+                name: "tag.fill"
+                size: 13
+                semibold: true
+                color: "white"
             }
         }
     }

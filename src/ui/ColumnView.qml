@@ -29,6 +29,7 @@ Item {
     readonly property real contentTop: list.y + list.originY - list.contentY
     readonly property bool frosted: contentTop < chromeBottom - 1
     readonly property alias listView: list
+    readonly property alias headerAccessoryItem: accessory.item
 
     signal toggleRequested(TaskItem task)
     signal deleteRequested(TaskItem task)
@@ -39,6 +40,19 @@ Item {
     // The first row 12 below the chrome, as at rest.
     function scrollToTop() {
         list.contentY = list.originY - list.topMargin
+    }
+
+    // Tells the board's drag where the list and its laid-out rows stand, in `space`'s
+    // coordinates. The placeholder and rows on their way out report nothing.
+    function reportFrames(drag, space) {
+        drag.setColumnFrame(bucket, list.mapToItem(space, 0, 0, list.width, list.height))
+        const rows = list.contentItem.children
+        for (let i = 0; i < rows.length; ++i) {
+            const row = rows[i]
+            if (row.taskId === undefined || row.isGhost || row.index < 0 || !row.visible)
+                continue
+            drag.addRowFrame(row.taskId, bucket, row.mapToItem(space, 0, 0, row.width, row.height))
+        }
     }
 
     // After the rows of the new selection have arrived, not before.
@@ -62,11 +76,11 @@ Item {
         delegate: TaskRow {
             width: ListView.view.width
             transformOrigin: Item.TopLeft
-            isEditing: taskId === column.editingTaskId
-            focused: taskId === column.focusedTaskId
-            dragActive: column.dragActive
+            isEditing: !isGhost && taskId === column.editingTaskId
+            focused: !isGhost && taskId === column.focusedTaskId
+            dragActive: column.dragActive || isGhost
             compact: column.compact
-            categories: column.categories
+            categories: isGhost ? null : column.categories
             now: column.now
             onToggleRequested: column.toggleRequested(task)
             onDeleteRequested: column.deleteRequested(task)
@@ -100,11 +114,12 @@ Item {
                 epsilon: 0.005
             }
         }
+        // While a drag is on, the rows make way for the placeholder on a quicker spring.
         displaced: Transition {
             SpringMotion {
                 property: "y"
-                response: 0.28
-                dampingFraction: 1.0
+                response: column.dragActive ? 0.18 : 0.28
+                dampingFraction: column.dragActive ? 0.85 : 1.0
                 epsilon: 0.25
             }
             // A row caught by a removal half-way must still end up whole.
@@ -117,8 +132,8 @@ Item {
         move: Transition {
             SpringMotion {
                 property: "y"
-                response: 0.28
-                dampingFraction: 1.0
+                response: column.dragActive ? 0.18 : 0.28
+                dampingFraction: column.dragActive ? 0.85 : 1.0
                 epsilon: 0.25
             }
         }
@@ -209,8 +224,8 @@ Item {
                 }
                 Text {
                     anchors.baseline: titleText.baseline
-                    visible: column.tasks.count > 0
-                    text: column.tasks.count
+                    visible: column.tasks.taskCount > 0
+                    text: column.tasks.taskCount
                     font.pixelSize: 14
                     color: Radix.sand11
                 }

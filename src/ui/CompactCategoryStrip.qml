@@ -10,8 +10,8 @@ Item {
     property var categories: null
     // "" is 全部.
     property string selectedCategoryId: ""
-    // The board's drag state; null until drag and drop lands.
-    property var dragState: null
+    // The board's BoardDragState; tabs light up under a dragged task (null: never).
+    property BoardDragState dragState: null
     property bool reduceMotion: false
 
     signal selectRequested(string categoryId)
@@ -32,10 +32,23 @@ Item {
         return null;
     }
 
-    // Whether a dragged task would land on this tab's list. Nothing lights up until the
-    // board's drag state exists.
+    // Whether a dragged task would land on this tab's list.
     function isHot(categoryId) {
-        return false;
+        return dragState !== null && dragState.draggingId !== ""
+                && dragState.targetKind === "assignCategory"
+                && dragState.targetCategoryId === categoryId;
+    }
+
+    // Tells the board's drag where the strip and each tab stand, in `space`'s coordinates.
+    function reportFrames(drag, space) {
+        drag.setCategoryStripFrame(strip.mapToItem(space, 0, 0, strip.width, strip.height));
+        drag.clearTabFrames();
+        const children = row.children;
+        for (let i = 0; i < children.length; ++i) {
+            const tab = children[i];
+            if (tab.categoryId !== undefined && tab.visible)
+                drag.addTabFrame(tab.categoryId, tab.mapToItem(space, 0, 0, tab.width, tab.height));
+        }
     }
 
     // The last item reaches 6 past the right edge.

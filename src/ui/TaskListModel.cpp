@@ -4,6 +4,8 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
+#include <utility>
+
 TaskListModel::TaskListModel(Bucket bucket, QObject* parent)
     : QAbstractListModel(parent)
     , m_bucket(bucket) {}
@@ -41,8 +43,30 @@ void TaskListModel::setTasks(const QList<TaskItem*>& tasks) {
             }
         }
     }
-    if (count() != before)
+    if (count() != before) {
         emit countChanged();
+        if (m_taskCount < 0)
+            emit taskCountChanged();
+    }
+}
+
+void TaskListModel::setTaskCount(int count) {
+    const int before = taskCount();
+    m_taskCount = count;
+    if (taskCount() != before)
+        emit taskCountChanged();
+}
+
+void TaskListModel::setGhost(TaskItem* task, bool dragging) {
+    if (task == m_ghost && dragging == m_ghostDragging)
+        return;
+    TaskItem* previous = std::exchange(m_ghost, task);
+    m_ghostDragging = dragging;
+    for (const TaskItem* changed : {previous, task}) {
+        const int row = changed ? rowOf(changed) : -1;
+        if (row >= 0)
+            emit dataChanged(index(row), index(row), {IsGhostRole, IsDraggingRole});
+    }
 }
 
 void TaskListModel::removeTask(TaskItem* task) {
@@ -52,8 +76,12 @@ void TaskListModel::removeTask(TaskItem* task) {
     beginRemoveRows({}, row, row);
     m_rows.removeAt(row);
     m_rowOfValid = false;
+    if (m_ghost == task)
+        m_ghost = nullptr;
     endRemoveRows();
     emit countChanged();
+    if (m_taskCount < 0)
+        emit taskCountChanged();
 }
 
 void TaskListModel::refreshTasks(const QSet<TaskItem*>& tasks) {
@@ -142,6 +170,10 @@ QVariant TaskListModel::data(const QModelIndex& index, int role) const {
         return bucketName();
     case CompletingRole:
         return m_completingIds.contains(task->id());
+    case IsGhostRole:
+        return task == m_ghost;
+    case IsDraggingRole:
+        return task == m_ghost && m_ghostDragging;
     }
     return {};
 }
@@ -163,6 +195,8 @@ QHash<int, QByteArray> TaskListModel::roleNames() const {
         {SortIndexRole, "sortIndex"},
         {BucketRole, "bucket"},
         {CompletingRole, "completing"},
+        {IsGhostRole, "isGhost"},
+        {IsDraggingRole, "isDragging"},
     };
 }
 

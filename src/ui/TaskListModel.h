@@ -20,6 +20,9 @@ class TaskListModel : public QAbstractListModel {
     QML_ELEMENT
     QML_UNCREATABLE("The board controller owns the task lists.")
     Q_PROPERTY(int count READ count NOTIFY countChanged)
+    // The column's tasks. While a drag is on this counts the dragged task, which the rows
+    // leave out wherever it stood.
+    Q_PROPERTY(int taskCount READ taskCount NOTIFY taskCountChanged)
     Q_PROPERTY(QString bucket READ bucketName CONSTANT)
 public:
     enum Role {
@@ -38,6 +41,10 @@ public:
         SortIndexRole,
         BucketRole,
         CompletingRole,
+        // The row stands for a dragged task: the placeholder where it would land.
+        IsGhostRole,
+        // The placeholder while the drag is still on (drawn faded).
+        IsDraggingRole,
     };
     Q_ENUM(Role)
 
@@ -54,6 +61,12 @@ public:
 
     // Brings the rows to `tasks` (distinct records, in display order).
     void setTasks(const QList<TaskItem*>& tasks);
+    [[nodiscard]] int taskCount() const { return m_taskCount < 0 ? count() : m_taskCount; }
+    // The count of the column when it differs from its rows (during a drag); -1 follows them.
+    void setTaskCount(int count);
+    // The row of `task` is the drag placeholder (nullptr: none); `dragging` while the drag
+    // is on rather than being committed.
+    void setGhost(TaskItem* task, bool dragging);
     // A record left the store: its row goes at once, before the record itself can.
     void removeTask(TaskItem* task);
     // These records changed a field: their rows are redrawn.
@@ -71,6 +84,7 @@ public:
 
 signals:
     void countChanged();
+    void taskCountChanged();
 
 private:
     [[nodiscard]] int rowOf(const TaskItem* task) const;
@@ -78,6 +92,9 @@ private:
     Bucket m_bucket;
     QList<TaskItem*> m_rows;
     QSet<QUuid> m_completingIds;
+    int m_taskCount = -1;
+    TaskItem* m_ghost = nullptr;
+    bool m_ghostDragging = false;
     // Row of each task, rebuilt on first use after the rows moved.
     mutable QHash<const TaskItem*, int> m_rowOf;
     mutable bool m_rowOfValid = false;

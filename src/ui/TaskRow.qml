@@ -9,14 +9,18 @@ Item {
     id: row
 
     required property TaskItem task
+    // Position in the column; -1 once the row is on its way out.
+    required property int index
     required property string taskId
     required property string title
     required property string note
     required property bool completed
     required property string categoryId
     required property bool completing
+    // The placeholder of a dragged task: drawn, but it takes no input.
+    required property bool isGhost
+    required property bool isDragging
 
-    property bool isDragging: false
     property bool dragActive: false
     property bool isEditing: false
     property bool focused: false
@@ -33,6 +37,7 @@ Item {
 
     implicitHeight: compact ? compactBlock.implicitHeight : fullBlock.implicitHeight
     opacity: isDragging ? 0.35 : 1
+    enabled: !isGhost
     // A switch of density springs the rows to their new heights; nothing else does.
     clip: densitySpring.running
 

@@ -1,0 +1,100 @@
+#!/usr/bin/env bash
+# Drag and drop as a person does it: the real binary under Xvfb, the pointer driven by
+# xdotool, the outcome read back with `tavik --list --json`. Screenshots go to $TAVIK_ARTIFACTS.
+# Usage: drag_e2e.sh TAVIK_BINARY    (runs itself on a private session bus)
+set -euo pipefail
+
+if [ -z "${TAVIK_E2E_INNER:-}" ]; then
+    export TAVIK_E2E_INNER=1
+    exec dbus-run-session -- "$0" "$@"
+fi
+
+source "$(dirname "$0")/lib.sh" "$1"
+
+# One field of the task titled $2 in column $1.
+field() {
+    board_json "$1" | python3 -c '
+import json, sys
+for task in json.load(sys.stdin)["columns"][0]["tasks"]:
+    if task["title"] == sys.argv[1]:
+        print(task[sys.argv[2]])' "$2" "$3"
+}
+export -f field
+# Whether a UTC timestamp falls on today's local date (TZ as this script sets it).
+is_today() {
+    python3 -c '
+import sys
+from datetime import datetime
+moment = datetime.fromisoformat(sys.argv[1].replace("Z", "+00:00")).astimezone()
+sys.exit(0 if moment.date() == datetime.now().astimezone().date() else 1)' "$1"
+}
+
+"$TAVIK" --seed-demo --debug-frame >"$WORK/tavik.log" 2>&1 &
+APP=$!
+E2E_PIDS+=("$APP")
+check "the board window appears" wait_for 20 window_id
+WIN=$(window_id)
+xdotool windowfocus --sync "$WIN" 2>/dev/null || true
+sleep 1
+eval "$(xdotool getwindowgeometry --shell "$WIN")"
+shot drag-before
+
+# Points are given inside the window; the demo board with its fixed frame puts the rows there.
+press() { xdotool mousemove $((X + $1)) $((Y + $2)) mousedown 1; sleep 0.15; }
+glide() { # glide TO_X TO_Y: small steps, as a hand moves
+    local i
+    for i in $(seq 1 12); do
+        xdotool mousemove_relative -- $(( ($1 + X - $(xdotool getmouselocation --shell | sed -n 's/^X=//p')) / (13 - i) )) \
+            $(( ($2 + Y - $(xdotool getmouselocation --shell | sed -n 's/^Y=//p')) / (13 - i) ))
+        sleep 0.03
+    done
+    xdotool mousemove $((X + $1)) $((Y + $2))
+    sleep 0.6
+}
+release() { xdotool mouseup 1; sleep 0.8; }
+
+# 1. The top task of 稍后 into the middle of 今天, between its second and third tasks.
+moved=$(titles later | sed -n 1p)
+upper=$(titles today | sed -n 2p)
+lower=$(titles today | sed -n 3p)
+press 110 90
+glide 900 245
+shot drag-mid-column
+release
+shot drag-after-column
+check "the dragged task sits between the two it was dropped between" \
+    bash -c "[ \"\$(titles today | grep -xF -A1 -B1 '$moved' | paste -sd'|')\" = '$upper|$moved|$lower' ]"
+check "it has left 稍后" bash -c "! titles later | grep -qxF '$moved'"
+check "its day is today now" is_today "$(field today "$moved" dueDate)"
+
+# 2. A task of 稍后 onto the tab of the list 工作: its list changes, its place does not.
+retagged=$(titles later | sed -n 2p)
+check "the task to file under 工作 is not there yet" \
+    bash -c "[ \"\$(field later '$retagged' list)\" != '工作' ]"
+press 80 213
+glide 335 55
+shot drag-mid-tab
+release
+check "a drop on a list's tab files the task under it" \
+    wait_for 5 bash -c "[ \"\$(field later '$retagged' list)\" = '工作' ]"
+check "it keeps its place in 稍后" bash -c "[ \"\$(titles later | sed -n 2p)\" = '$retagged' ]"
+
+# 3. A drop on 全部 takes the list away.
+untagged=$(titles later | sed -n 1p)
+press 110 90
+glide 262 55
+release
+check "a drop on 全部 clears the list" \
+    wait_for 5 bash -c "[ \"\$(field later '$untagged' list)\" = 'None' ]"
+shot drag-after-tabs
+
+# 4. Less than 8 points of movement is a click: on the check box it completes the task.
+clicked=$(titles later | sed -n 1p)
+press 26 101
+xdotool mousemove_relative -- 5 2
+sleep 0.1
+release
+check "a press moved by less than 8 points is a click" \
+    wait_for 5 bash -c "titles done | grep -qxF '$clicked'"
+
+e2e_finish
