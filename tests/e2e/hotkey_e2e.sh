@@ -19,7 +19,6 @@ FAILED_LINE='[Tavik] RegisterEventHotKey failed (status 10); the combo may be ta
 board_shown() { [ -n "$(window_id)" ]; }
 board_hidden() { [ -z "$(window_id)" ]; }
 locks_are() { [ "$("$KEYGRAB" locks)" = "$1" ]; }
-export -f window_id
 
 # The hot key itself, not xdotool's idea of the modifiers: no --clearmodifiers, which would
 # also switch the lock keys off around the press.
