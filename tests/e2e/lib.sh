@@ -87,3 +87,15 @@ refocus_board() {
     xdotool windowfocus --sync "$win" 2>/dev/null || true
     sleep 0.5
 }
+
+# Starts the board with ARGS (output in $WORK/tavik.log), checks that its window appears and
+# gives it the keyboard. Sets APP (the process) and WIN (the window).
+start_board() {
+    "$TAVIK" "$@" >"$WORK/tavik.log" 2>&1 &
+    APP=$!
+    E2E_PIDS+=("$APP")
+    check "the board window appears" wait_for 20 window_id
+    WIN=$(window_id)
+    xdotool windowfocus --sync "$WIN" 2>/dev/null || true
+    sleep 1
+}
