@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     # toolchain
-    g++ cmake ninja-build clang-format
+    g++ cmake ninja-build pkg-config clang-format
     # Qt: core, SQL store, QML views, tests, local HTTP servers for tests
     qt6-base-dev libqt6sql6-sqlite qt6-declarative-dev qt6-declarative-dev-tools
     qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-layouts
