@@ -29,13 +29,7 @@ moment = datetime.fromisoformat(sys.argv[1].replace("Z", "+00:00")).astimezone()
 sys.exit(0 if moment.date() == datetime.now().astimezone().date() else 1)' "$1"
 }
 
-"$TAVIK" --seed-demo --debug-frame >"$WORK/tavik.log" 2>&1 &
-APP=$!
-E2E_PIDS+=("$APP")
-check "the board window appears" wait_for 20 window_id
-WIN=$(window_id)
-xdotool windowfocus --sync "$WIN" 2>/dev/null || true
-sleep 1
+start_board --seed-demo --debug-frame
 eval "$(xdotool getwindowgeometry --shell "$WIN")"
 shot drag-before
 
