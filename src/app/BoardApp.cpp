@@ -6,6 +6,7 @@
 #include "TavikContainer.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFontDatabase>
@@ -63,11 +64,25 @@ void reportFirstFrame(AppDelegate& delegate, const QElapsedTimer& sinceStart) {
     connectWindow();
 }
 
+// Without a GPU (no DRM render node: a plain VM, Xvfb) Mesa draws OpenGL with llvmpipe,
+// which costs about 100 MB and more time per frame than Qt Quick's own raster renderer.
+// The board needs no shaders, so it takes the raster renderer there unless told otherwise.
+void chooseSceneGraphBackend() {
+    if (!qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") ||
+        !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
+        return;
+    const QStringList renderNodes =
+        QDir(QStringLiteral("/dev/dri")).entryList({QStringLiteral("renderD*")}, QDir::System);
+    if (renderNodes.isEmpty())
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+}
+
 } // namespace
 
 int runBoard(int argc, char* argv[]) {
     QElapsedTimer sinceStart;
     sinceStart.start();
+    chooseSceneGraphBackend();
 
     QApplication app(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("dev.orlen.tavik"));
