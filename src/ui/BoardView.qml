@@ -136,7 +136,11 @@ FocusScope {
             property point lastPosition: Qt.point(-1, -1)
 
             onPointChanged: {
-                const position = point.position
+                // A point reset on leaving reads (0, 0); rows shifting under a resting pointer
+                // move nothing in the scene.
+                if (!hovered)
+                    return
+                const position = point.scenePosition
                 if (position.x === lastPosition.x && position.y === lastPosition.y)
                     return
                 lastPosition = position
