@@ -8,17 +8,23 @@
 #include "ModelContext.h"
 #include "Preferences.h"
 #include "ReminderSink.h"
+#include "TaskCategory.h"
 #include "TaskItem.h"
 #include "WeekKey.h"
 
 #include <QDate>
 #include <QDateTime>
 #include <QList>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTime>
 #include <QUuid>
 #include <memory>
+#include <optional>
 
 namespace BoardTest {
 
@@ -79,6 +85,88 @@ public:
 
     bool enabled = true;
     QList<AppSound> played;
+};
+
+// Every persisted field of every record, one sorted line per record, so that two stores
+// compare field by field with a readable difference: moments to the millisecond, bytes as
+// hex, links by id, "-" for no value.
+inline QStringList snapshot(const ModelContext& context) {
+    const auto moment = [](const QDateTime& m) {
+        return m.isValid() ? QString::number(m.toMSecsSinceEpoch()) : QStringLiteral("-");
+    };
+    const auto number = [](const std::optional<qint64>& v) {
+        return v ? QString::number(*v) : QStringLiteral("-");
+    };
+    QStringList lines;
+    for (const TaskCategory* c : context.categories()) {
+        lines << QStringList{QStringLiteral("list"),
+                             c->id().toString(),
+                             c->name(),
+                             c->colorHex(),
+                             QString::number(c->sortIndex()),
+                             moment(c->createdAt())}
+                     .join(u'|');
+    }
+    for (const TaskItem* t : context.tasks()) {
+        lines << QStringList{QStringLiteral("task"),
+                             t->id().toString(),
+                             t->title(),
+                             t->note(),
+                             QString::fromLatin1(t->noteData().toHex()),
+                             QString::number(t->completed()),
+                             moment(t->completedAt()),
+                             moment(t->dueDate()),
+                             number(t->year()),
+                             number(t->week()),
+                             moment(t->reminderAt()),
+                             QString::number(t->scheduledExplicitly()),
+                             t->category() ? t->category()->id().toString() : QStringLiteral("-"),
+                             QString::number(t->sortIndex()),
+                             moment(t->createdAt()),
+                             moment(t->updatedAt())}
+                     .join(u'|');
+    }
+    lines.sort();
+    return lines;
+}
+
+// A second connection to a store file, beside the context's own: to read what the file
+// really holds, or to get in the way of the context's saves.
+class SideConnection {
+public:
+    explicit SideConnection(const QString& path,
+                            const QString& name = QStringLiteral("side connection"))
+        : m_name(name) {
+        m_db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
+        m_db.setDatabaseName(path);
+        if (!m_db.open())
+            qWarning("%s: %s", qPrintable(path), qPrintable(m_db.lastError().text()));
+    }
+    ~SideConnection() {
+        m_db.close();
+        m_db = QSqlDatabase();
+        QSqlDatabase::removeDatabase(m_name);
+    }
+    SideConnection(const SideConnection&) = delete;
+    SideConnection& operator=(const SideConnection&) = delete;
+
+    bool exec(const QString& sql) {
+        QSqlQuery query(m_db);
+        if (query.exec(sql))
+            return true;
+        qWarning("%s: %s", qPrintable(sql), qPrintable(query.lastError().text()));
+        return false;
+    }
+
+    // The first column of the first row, or an invalid value.
+    [[nodiscard]] QVariant value(const QString& sql) {
+        QSqlQuery query(m_db);
+        return query.exec(sql) && query.next() ? query.value(0) : QVariant();
+    }
+
+private:
+    QString m_name;
+    QSqlDatabase m_db;
 };
 
 } // namespace BoardTest
