@@ -1,4 +1,5 @@
 #include "BoardArchive.h"
+#include "BoardTestSupport.h"
 #include "ModelContext.h"
 #include "RichText.h"
 #include "TaskCategory.h"
@@ -8,14 +9,13 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRegularExpression>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <functional>
 #include <limits>
 
+using BoardTest::snapshot;
 using Mutation = std::function<void(QJsonObject&)>;
 Q_DECLARE_METATYPE(Mutation)
 
@@ -28,50 +28,6 @@ constexpr qint64 kBeyondDouble = (qint64(1) << 53) + 1;
 
 QDateTime utc(const char* iso) {
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs).toUTC();
-}
-
-QString momentText(const QDateTime& moment) {
-    return moment.isValid() ? QString::number(moment.toMSecsSinceEpoch()) : QStringLiteral("-");
-}
-
-template <typename T> QString optionalText(const std::optional<T>& value) {
-    return value ? QString::number(*value) : QStringLiteral("-");
-}
-
-// Every persisted field of every record, read through the getters, one line per record and
-// sorted, so that two stores compare field by field with a readable difference.
-QStringList snapshot(const ModelContext& context) {
-    QStringList lines;
-    for (const TaskCategory* c : context.categories()) {
-        lines << QStringList{QStringLiteral("list"),
-                             c->id().toString(),
-                             c->name(),
-                             c->colorHex(),
-                             QString::number(c->sortIndex()),
-                             momentText(c->createdAt())}
-                     .join(u'|');
-    }
-    for (const TaskItem* t : context.tasks()) {
-        lines << QStringList{QStringLiteral("task"),
-                             t->id().toString(),
-                             t->title(),
-                             t->note(),
-                             QString::fromLatin1(t->noteData().toHex()),
-                             QString::number(t->completed()),
-                             momentText(t->completedAt()),
-                             momentText(t->dueDate()),
-                             optionalText(t->year()),
-                             optionalText(t->week()),
-                             momentText(t->reminderAt()),
-                             QString::number(t->scheduledExplicitly()),
-                             t->category() ? t->category()->id().toString() : QStringLiteral("-"),
-                             QString::number(t->sortIndex()),
-                             momentText(t->createdAt()),
-                             momentText(t->updatedAt())}
-                     .join(u'|');
-    }
-    lines.sort();
-    return lines;
 }
 
 // Records chosen to break a careless archive: extreme and double-breaking integers, a year
@@ -126,22 +82,7 @@ void populate(ModelContext& context) {
     context.insert(tie);
 }
 
-struct Store {
-    QTemporaryDir dir;
-    std::unique_ptr<ModelContext> context;
-
-    Store() {
-        QString error;
-        context = ModelContext::open(path(), &error);
-        if (!context)
-            qFatal("cannot open the test store: %s", qPrintable(error));
-    }
-    [[nodiscard]] QString path() const { return dir.filePath(QStringLiteral("tavik.store")); }
-    [[nodiscard]] std::unique_ptr<ModelContext> reopen() const {
-        QString error;
-        return ModelContext::open(path(), &error);
-    }
-};
+using BoardTest::Store;
 
 QJsonObject documentOf(const ModelContext& context) {
     return QJsonDocument::fromJson(BoardArchive::write(context)).object();
@@ -423,12 +364,8 @@ private slots:
         Store target;
 
         // Another process holds the write lock for longer than the store waits.
-        QSqlDatabase locker =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("locker"));
-        locker.setDatabaseName(target.path());
-        QVERIFY(locker.open());
-        QSqlQuery lock(locker);
-        QVERIFY(lock.exec(QStringLiteral("BEGIN EXCLUSIVE")));
+        auto locker = std::make_unique<BoardTest::SideConnection>(target.path());
+        QVERIFY(locker->exec(QStringLiteral("BEGIN EXCLUSIVE")));
 
         QString error;
         auto records = BoardArchive::read(document, &error);
@@ -439,11 +376,8 @@ private slots:
         QVERIFY(target.context->categories().isEmpty());
         QVERIFY(!target.context->hasChanges());
 
-        QVERIFY(lock.exec(QStringLiteral("ROLLBACK")));
-        lock = QSqlQuery();
-        locker.close();
-        locker = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QStringLiteral("locker"));
+        QVERIFY(locker->exec(QStringLiteral("ROLLBACK")));
+        locker.reset();
         QVERIFY(target.reopen()->tasks().isEmpty());
 
         // Once the lock is gone the same context takes the backup whole.
