@@ -6,6 +6,7 @@
 // shared machine the wall time includes waiting for a core). The store is a real SQLite file,
 // but nothing here saves: the figures are the board's own work on records in memory.
 
+#include "BenchSupport.h"
 #include "BoardModel.h"
 #include "Clock.h"
 #include "IsoCalendar.h"
@@ -27,21 +28,12 @@
 
 namespace {
 
+using namespace Bench;
+
 struct Sample {
     double wallMs = 0;
     double cpuMs = 0;
 };
-
-qint64 cpuNowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-double median(QList<double> values) {
-    std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0 : values.at(values.size() / 2);
-}
 
 // Runs `prepare` untimed and `measure` timed, `runs` times; medians of both clocks.
 Sample medianOf(int runs, const std::function<void()>& prepare,
@@ -51,11 +43,11 @@ Sample medianOf(int runs, const std::function<void()>& prepare,
     for (int i = 0; i < runs; ++i) {
         prepare();
         QElapsedTimer timer;
-        const qint64 cpuStart = cpuNowNs();
+        const qint64 cpuStart = threadCpuNs();
         timer.start();
         measure();
         wall.append(double(timer.nsecsElapsed()) / 1e6);
-        cpu.append(double(cpuNowNs() - cpuStart) / 1e6);
+        cpu.append(double(threadCpuNs() - cpuStart) / 1e6);
     }
     return {median(wall), median(cpu)};
 }

@@ -4,6 +4,7 @@
 //   bench_board_ui [tasks] [rounds]
 //
 // Run it on a real display or under xvfb-run; QT_QPA_PLATFORM=offscreen works too.
+#include "BenchFrames.h"
 #include "BoardController.h"
 #include "BoardModel.h"
 #include "Clock.h"
@@ -30,16 +31,12 @@ Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
 namespace {
 
+using namespace Bench;
+
 struct Figures {
     QList<double> total;
     QList<double> model;
 };
-
-double percentile(QList<double> values, double p) {
-    std::sort(values.begin(), values.end());
-    const qsizetype at = std::min(values.size() - 1, qsizetype(p * double(values.size())));
-    return values.at(at);
-}
 
 void report(const char* what, const QList<double>& values) {
     std::printf("%-34s median %7.2f ms   p90 %7.2f ms   max %7.2f ms\n", what,
@@ -58,13 +55,6 @@ bool waitForFrame(QQuickView& view) {
     while (!swapped && timer.elapsed() < 5000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     return swapped;
-}
-
-void settle(int ms) {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // every row chip asks for, rebuilding the month grid and the quarter-hour list (both are
 // recomputed on each refresh), and on screen the card's opening and the time list's
 // appearance until the first frame. Run under QT_QPA_PLATFORM=offscreen.
+#include "BenchFrames.h"
 #include "CalendarGridModel.h"
 #include "CategoryListModel.h"
 #include "IsoCalendar.h"
@@ -26,36 +27,7 @@ Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
 namespace {
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double msSince(const QElapsedTimer& timer) {
-    return double(timer.nsecsElapsed()) / 1e6;
-}
-
-// Runs `action`, then turns the event loop until `window` has drawn a frame.
-template <typename Action> double timeToFrame(QQuickWindow* window, Action action) {
-    bool drawn = false;
-    const auto connection =
-        QObject::connect(window, &QQuickWindow::frameSwapped, [&drawn] { drawn = true; });
-    QElapsedTimer timer;
-    timer.start();
-    action();
-    while (!drawn && timer.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    QObject::disconnect(connection);
-    return msSince(timer);
-}
-
-// Lets animations run their course.
-void settle(int ms) {
-    QElapsedTimer timer;
-    timer.start();
-    while (timer.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-}
+using namespace Bench;
 
 const char* const kBoard = R"(
 import QtQuick

@@ -9,6 +9,7 @@
 // over a sweep down the column (a new target every 25 moves) and jumps between two columns
 // (the placeholder leaving one 2,000-row list for another), as wall time and this thread's CPU.
 
+#include "BenchSupport.h"
 #include "BoardController.h"
 #include "BoardModel.h"
 #include "Clock.h"
@@ -28,32 +29,23 @@
 
 namespace {
 
+using namespace Bench;
+
 constexpr qreal columnWidth = 380;
 constexpr qreal rowHeight = 50;
 constexpr qreal firstRowY = 100;
 // Rows a lazy list keeps around a 720-high window.
 constexpr int laidOutRows = 30;
 
-qint64 cpuNowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
 struct Figures {
     QList<double> wall;
     QList<double> cpu;
 
-    void print(const char* what) {
-        std::sort(wall.begin(), wall.end());
-        std::sort(cpu.begin(), cpu.end());
-        const auto at = [](const QList<double>& values, double q) {
-            return values.at(std::min(values.size() - 1, qsizetype(q * double(values.size()))));
-        };
+    void print(const char* what) const {
         std::printf("%-48s %4lld moves  wall median %6.3f p99 %6.3f ms  cpu median %6.3f p99 "
                     "%6.3f max %6.3f ms\n",
-                    what, static_cast<long long>(wall.size()), at(wall, 0.5), at(wall, 0.99),
-                    at(cpu, 0.5), at(cpu, 0.99), cpu.last());
+                    what, static_cast<long long>(wall.size()), median(wall), percentile(wall, 0.99),
+                    median(cpu), percentile(cpu, 0.99), percentile(cpu, 1.0));
     }
 };
 
@@ -105,12 +97,12 @@ void bench(int count, int limit, const char* what) {
     Figures jumps;
     const auto move = [&](QPointF point, Figures& figures) {
         QElapsedTimer timer;
-        const qint64 cpuStart = cpuNowNs();
+        const qint64 cpuStart = threadCpuNs();
         timer.start();
         report(board, limit);
         drag.dragChanged(start, point);
         figures.wall.append(double(timer.nsecsElapsed()) / 1e6);
-        figures.cpu.append(double(cpuNowNs() - cpuStart) / 1e6);
+        figures.cpu.append(double(threadCpuNs() - cpuStart) / 1e6);
     };
     // Down the laid-out rows of 今天, two points a step.
     for (qreal y = firstRowY; y < firstRowY + laidOutRows * rowHeight; y += 2)

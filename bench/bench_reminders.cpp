@@ -7,6 +7,7 @@
 // `runs`, as wall time and as this thread's CPU time. "call" is syncAll itself on the main
 // thread; "settled" runs on until every request is in place and the pending file is written.
 
+#include "BenchSupport.h"
 #include "Clock.h"
 #include "ModelContext.h"
 #include "NotificationCenter.h"
@@ -27,24 +28,7 @@
 
 namespace {
 
-qint64 cpuNowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return qint64(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-double median(QList<double> values) {
-    std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0 : values.at(values.size() / 2);
-}
-
-struct Stopwatch {
-    QElapsedTimer wall;
-    qint64 cpuStart = cpuNowNs();
-    Stopwatch() { wall.start(); }
-    [[nodiscard]] double wallMs() const { return double(wall.nsecsElapsed()) / 1e6; }
-    [[nodiscard]] double cpuMs() const { return double(cpuNowNs() - cpuStart) / 1e6; }
-};
+using namespace Bench;
 
 // Returns once every permission answer asked for so far has been handled and written.
 void settle(ReminderScheduler& scheduler) {

@@ -3,6 +3,7 @@
 // second window on a warm engine), openGeneral until the first frame is drawn, a tab switch
 // on a hidden window (the layout and fit without the animation), and the update dialog from
 // construction to its first frame. Run under QT_QPA_PLATFORM=offscreen.
+#include "BenchFrames.h"
 #include "SettingsWindowController.h"
 #include "UpdateDialogController.h"
 
@@ -21,29 +22,7 @@ Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
 namespace {
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double msSince(const QElapsedTimer& timer) {
-    return double(timer.nsecsElapsed()) / 1e6;
-}
-
-// Runs `action`, then turns the event loop until `window` has drawn a frame; answers the
-// milliseconds from the start of the action. The frame may come within the action itself.
-template <typename Action> double timeToFrame(QQuickWindow* window, Action action) {
-    bool drawn = false;
-    const auto connection =
-        QObject::connect(window, &QQuickWindow::frameSwapped, [&drawn] { drawn = true; });
-    QElapsedTimer timer;
-    timer.start();
-    action();
-    while (!drawn && timer.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-    QObject::disconnect(connection);
-    return msSince(timer);
-}
+using namespace Bench;
 
 } // namespace
 

@@ -2,6 +2,7 @@
 // file handed to Qt Multimedia), the time until that player is ready, and a replay on the
 // cached player (stop + play). Run without an audio device the sink plays into nothing, so
 // the figures are the app's and Qt's own work, not the sound server's.
+#include "BenchSupport.h"
 #include "SoundPlayer.h"
 
 #include <QCoreApplication>
@@ -14,15 +15,7 @@
 
 namespace {
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double percentile(std::vector<double> values, double p) {
-    std::sort(values.begin(), values.end());
-    return values[std::min(values.size() - 1, size_t(p * double(values.size())))];
-}
+using namespace Bench;
 
 } // namespace
 

@@ -7,6 +7,7 @@
 // Each run launches the built `tavik` in a fresh home with TAVIK_REPORT_FIRST_FRAME=1 and
 // reads its "first-frame <ms>" line. Run it on a display of its own and a session bus, e.g.
 //   dbus-run-session -- xvfb-run -a -s "-screen 0 1400x900x24" bench_startup
+#include "BenchSupport.h"
 #include "Clock.h"
 #include "IsoCalendar.h"
 #include "ModelContext.h"
@@ -28,17 +29,14 @@
 
 namespace {
 
+using namespace Bench;
+
 struct Run {
     double external = 0; // spawn to the line on our end of the pipe
     double reported = 0; // what the app printed
     double cpu = 0;      // user + system time of all its threads by then
     double rssMiB = 0;
 };
-
-double median(QList<double> values) {
-    std::sort(values.begin(), values.end());
-    return values.isEmpty() ? 0 : values.at(values.size() / 2);
-}
 
 double maximum(const QList<double>& values) {
     return values.isEmpty() ? 0 : *std::max_element(values.cbegin(), values.cend());
