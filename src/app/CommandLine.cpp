@@ -9,6 +9,7 @@
 #include "ModelContainer.h"
 #include "Notifications.h"
 #include "Preferences.h"
+#include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TavikContainer.h"
@@ -109,6 +110,15 @@ QString taskLine(const TaskItem& task, const IsoCalendar& calendar) {
     return line + QLatin1Char('\n');
 }
 
+// The note's formatting as the runs object, or null when the task has none: a noteData
+// that does not decode is shown as missing here, while `note` still carries the text.
+QJsonValue richNoteJson(const TaskItem& task) {
+    RichText rich;
+    if (task.noteData().isEmpty() || !RichText::fromJson(task.noteData(), &rich))
+        return QJsonValue::Null;
+    return QJsonDocument::fromJson(rich.toJson()).object();
+}
+
 QJsonObject taskJson(const TaskItem& task) {
     const TaskCategory* category = task.category();
     return QJsonObject{
@@ -121,6 +131,8 @@ QJsonObject taskJson(const TaskItem& task) {
         {QStringLiteral("reminderAt"), BoardArchive::momentValue(task.reminderAt())},
         {QStringLiteral("completed"), task.completed()},
         {QStringLiteral("sortIndex"), QString::number(task.sortIndex())},
+        {QStringLiteral("note"), task.note()},
+        {QStringLiteral("richNote"), richNoteJson(task)},
     };
 }
 
@@ -257,7 +269,10 @@ QString helpText() {
         "  -h, --help                Show this text.\n"
         "\n"
         "Options:\n"
-        "  --json                    With --list: JSON, dates in ISO 8601 with offset.\n"
+        "  --json                    With --list: JSON, dates in ISO 8601 with offset. Each\n"
+        "                            task also has its note as plain text (note) and with\n"
+        "                            its formatting (richNote: the runs form, or null when\n"
+        "                            the note has no formatting that can be read).\n"
         "  --seed-demo               Use the demo store instead of the real one and fill it\n"
         "                            with the demo board first if it has no task. Not with\n"
         "                            --import.\n"

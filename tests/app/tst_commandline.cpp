@@ -1,6 +1,7 @@
 // The `tavik` binary run as a process, in a throwaway home, against real store files.
 
 #include "ModelContext.h"
+#include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
@@ -242,6 +243,89 @@ private slots:
                     QVERIFY(task.value(QStringLiteral("list")).isNull());
             }
             QCOMPARE(titles, demoColumn(expectedColumns.at(c)));
+        }
+    }
+
+    void listJsonNotes_data() {
+        QTest::addColumn<QString>("note");
+        QTest::addColumn<QByteArray>("noteData");
+        QTest::addColumn<QByteArray>("richNote"); // expected; empty means null
+
+        const QString shopping = QStringLiteral("买牛奶，然后\n鸡蛋");
+        QTest::newRow("formatted") << shopping
+                                   << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
+                                                 R"({"text":"，然后\n","italic":true},)"
+                                                 R"({"text":"鸡蛋","bullet":true}]})")
+                                   << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
+                                                 R"({"text":"，然后\n","italic":true},)"
+                                                 R"({"text":"鸡蛋","bullet":true}]})");
+        QTest::newRow("runs read as decoded")
+            << shopping
+            << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true,"italic":false},)"
+                          R"({"text":"","underline":true},{"text":"，然后\n鸡蛋"}]})")
+            << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},{"text":"，然后\n鸡蛋"}]})");
+        QTest::newRow("undecodable bytes") << shopping << QByteArray("\x80{runs") << QByteArray();
+        QTest::newRow("JSON of another shape")
+            << shopping << QByteArray(R"({"runs":"买牛奶"})") << QByteArray();
+        QTest::newRow("plain note only") << shopping << QByteArray() << QByteArray();
+        QTest::newRow("no note") << QString() << QByteArray() << QByteArray();
+    }
+
+    void listJsonNotes() {
+        QFETCH(QString, note);
+        QFETCH(QByteArray, noteData);
+        QFETCH(QByteArray, richNote);
+        Home home;
+        {
+            auto context = home.openStore();
+            QVERIFY(context);
+            auto* task = new TaskItem(QStringLiteral("带备注"), 1, local(kSeedDay, QTime(9, 0)));
+            task->setNote(note);
+            task->setNoteData(noteData);
+            context->insert(task);
+            QVERIFY(context->save());
+        }
+        const Result listed =
+            home.run({QStringLiteral("--list"), QStringLiteral("later"), QStringLiteral("--json"),
+                      QStringLiteral("--at"), kSeedMoment});
+        QCOMPARE(listed.exitCode, 0);
+        const QJsonArray tasks = parseObject(listed.out)
+                                     .value(QStringLiteral("columns"))
+                                     .toArray()
+                                     .at(0)
+                                     .toObject()
+                                     .value(QStringLiteral("tasks"))
+                                     .toArray();
+        QCOMPARE(tasks.size(), 1);
+        const QJsonObject shown = tasks.at(0).toObject();
+        QCOMPARE(shown.value(QStringLiteral("title")).toString(), QStringLiteral("带备注"));
+        // The fields that were there before the note keep their place.
+        for (const char* field :
+             {"id", "list", "listId", "dueDate", "reminderAt", "completed", "sortIndex"})
+            QVERIFY2(shown.contains(QLatin1String(field)), field);
+        QVERIFY(shown.value(QStringLiteral("note")).isString());
+        QCOMPARE(shown.value(QStringLiteral("note")).toString(), note);
+        if (richNote.isEmpty())
+            QVERIFY(shown.value(QStringLiteral("richNote")).isNull());
+        else
+            QCOMPARE(shown.value(QStringLiteral("richNote")).toObject(), parseObject(richNote));
+
+        // Where the backup and the listing overlap they agree: the same plain note, and the
+        // backup's noteData decodes to the listed runs.
+        const Result exported = home.run({QStringLiteral("--export")});
+        QCOMPARE(exported.exitCode, 0);
+        const QJsonObject backup =
+            parseObject(exported.out).value(QStringLiteral("tasks")).toArray().at(0).toObject();
+        QCOMPARE(backup.value(QStringLiteral("id")), shown.value(QStringLiteral("id")));
+        QCOMPARE(backup.value(QStringLiteral("note")), shown.value(QStringLiteral("note")));
+        const QByteArray backupData =
+            QByteArray::fromBase64(backup.value(QStringLiteral("noteData")).toString().toLatin1());
+        QCOMPARE(backupData, noteData);
+        if (!richNote.isEmpty()) {
+            RichText fromBackup;
+            QVERIFY(RichText::fromJson(backupData, &fromBackup));
+            QCOMPARE(parseObject(fromBackup.toJson()),
+                     shown.value(QStringLiteral("richNote")).toObject());
         }
     }
 
