@@ -11,13 +11,7 @@ fi
 
 source "$(dirname "$0")/lib.sh" "$1"
 
-"$TAVIK" --seed-demo --debug-frame >"$WORK/tavik.log" 2>&1 &
-APP=$!
-E2E_PIDS+=("$APP")
-check "the board window appears" wait_for 20 window_id
-WIN=$(window_id)
-xdotool windowfocus --sync "$WIN" 2>/dev/null || true
-sleep 1
+start_board --seed-demo --debug-frame
 shot demo-board
 
 # Keyboard: the first arrow only lights a row (the first of 今天), the next moves the focus.

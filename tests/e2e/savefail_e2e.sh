@@ -14,13 +14,7 @@ source "$(dirname "$0")/lib.sh" "$1"
 
 STORE=$XDG_DATA_HOME/tavik/tavik-demo.store
 
-"$TAVIK" --seed-demo --debug-frame >"$WORK/tavik.log" 2>&1 &
-APP=$!
-E2E_PIDS+=("$APP")
-check "the board window appears" wait_for 20 window_id
-WIN=$(window_id)
-xdotool windowfocus --sync "$WIN" 2>/dev/null || true
-sleep 1
+start_board --seed-demo --debug-frame
 check "the demo store is on disk" test -s "$STORE"
 
 # The alert is titled like the board: it is any other visible window of that title.
