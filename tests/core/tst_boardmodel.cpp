@@ -81,6 +81,27 @@ QString uuidString(const QUuid& id) {
 enum class ListRef { none, known, unknown };
 enum class Start { unplanned, thisWeekOnly, byHandToday, explicitFriday, explicitOverdue };
 
+// Gives a task the plan a case starts from; Friday is 2024-06-14, overdue is 2024-06-03.
+void plan(TaskItem* task, Start start, const QDateTime& now) {
+    const IsoCalendar calendar;
+    switch (start) {
+    case Start::unplanned:
+        break;
+    case Start::thisWeekOnly:
+        task->move(Bucket::thisWeek, now, calendar);
+        break;
+    case Start::byHandToday:
+        task->move(Bucket::today, now, calendar);
+        break;
+    case Start::explicitFriday:
+        task->schedule(local(2024, 6, 14), now, calendar);
+        break;
+    case Start::explicitOverdue:
+        task->schedule(local(2024, 6, 3), now, calendar);
+        break;
+    }
+}
+
 } // namespace
 Q_DECLARE_METATYPE(ListRef)
 Q_DECLARE_METATYPE(Start)
@@ -99,10 +120,9 @@ private slots:
     // Selection and density
     void restoreSelectedList_data();
     void restoreSelectedList();
-    void selectionIsStored();
+    void preferencesOutliveTheBoard();
     void deletedListTakesTheSelection_data();
     void deletedListTakesTheSelection();
-    void compactRows();
     // Actions
     void createEnhanced_data();
     void createEnhanced();
@@ -118,13 +138,11 @@ private slots:
     void deleteDuringCompletion_data();
     void deleteDuringCompletion();
     void boardGoneDuringCompletion();
-    void removeWithdrawsReminder();
     void assignTaskCategory();
     void createCategory();
     void handleReorderPlan_data();
     void handleReorderPlan();
     void handleReorderNeighbours();
-    void handleReorderNothingToMove();
 };
 
 // ---- Lists -------------------------------------------------------------------------------------
@@ -298,21 +316,27 @@ void TestBoardModel::restoreSelectedList() {
     QCOMPARE(after, storedKept ? raw : uuidString(list->id()));
 }
 
-void TestBoardModel::selectionIsStored() {
+void TestBoardModel::preferencesOutliveTheBoard() {
     Board board;
     TaskCategory* list = board.addList("工作", 1);
+    QSignalSpy compactChanged(board.model.get(), &BoardModel::compactRowsChanged);
 
     board.model->setSelectedCategoryId(list->id());
     QCOMPARE(board.store.preferences->selectedListId(), uuidString(list->id()));
     board.model->setSelectedCategoryId(std::nullopt);
     QCOMPARE(board.store.preferences->selectedListId(), QString());
-
-    // A new board (the window built again) comes back to the stored list.
     board.model->setSelectedCategoryId(list->id());
+    QVERIFY(!board.model->compactRows());
+    board.model->setCompactRows(true);
+    board.model->setCompactRows(true);
+    QCOMPARE(compactChanged.count(), 1);
+
+    // A new board (the window built again) comes back to the stored list and density.
     BoardModel again(*board.store.context, *board.store.preferences, board.clock, board.hub);
     QVERIFY(!again.selectedCategoryId());
     again.restoreSelectedList();
     QCOMPARE(again.selectedCategoryId(), std::optional<QUuid>(list->id()));
+    QVERIFY(again.compactRows());
 }
 
 void TestBoardModel::deletedListTakesTheSelection_data() {
@@ -353,19 +377,6 @@ void TestBoardModel::deletedListTakesTheSelection() {
     const auto reopened = board.store.reopen();
     QCOMPARE(reopened->categories().size(), 1);
     QCOMPARE(reopened->task(task->id())->category(), nullptr);
-}
-
-void TestBoardModel::compactRows() {
-    Board board;
-    QSignalSpy changed(board.model.get(), &BoardModel::compactRowsChanged);
-    QVERIFY(!board.model->compactRows());
-    board.model->setCompactRows(true);
-    board.model->setCompactRows(true);
-    QCOMPARE(changed.count(), 1);
-    QVERIFY(board.store.preferences->compactRows());
-
-    BoardModel again(*board.store.context, *board.store.preferences, board.clock, board.hub);
-    QVERIFY(again.compactRows());
 }
 
 // ---- Actions -----------------------------------------------------------------------------------
@@ -527,22 +538,7 @@ void TestBoardModel::saveEditPlan() {
     const QDateTime created = board.clock.now();
     TaskCategory* list = board.addList("工作", 1);
     TaskItem* task = board.add("原标题", 5, Bucket::later);
-    switch (start) {
-    case Start::unplanned:
-        break;
-    case Start::thisWeekOnly:
-        task->move(Bucket::thisWeek, created, calendar);
-        break;
-    case Start::byHandToday:
-        task->move(Bucket::today, created, calendar);
-        break;
-    case Start::explicitFriday:
-        task->schedule(local(2024, 6, 14), created, calendar);
-        break;
-    case Start::explicitOverdue:
-        task->schedule(local(2024, 6, 3), created, calendar);
-        break;
-    }
+    plan(task, start, created);
     task->setReminderAt(local(2024, 6, 13, 8, 0));
     const QDateTime due = task->dueDate();
     const auto year = task->year();
@@ -691,24 +687,34 @@ void TestBoardModel::toggleReopensAtOnce() {
 }
 
 void TestBoardModel::deleteDuringCompletion_data() {
+    QTest::addColumn<bool>("toggled");
     QTest::addColumn<bool>("savedInBetween");
-    QTest::newRow("deleted, not saved yet") << false;
-    QTest::newRow("deleted and saved") << true;
+    QTest::newRow("no completion pending") << false << false;
+    QTest::newRow("deleted during completion, not saved yet") << true << false;
+    QTest::newRow("deleted during completion and saved") << true << true;
 }
 
 void TestBoardModel::deleteDuringCompletion() {
+    QFETCH(bool, toggled);
     QFETCH(bool, savedInBetween);
 
     Board board;
     TaskItem* keep = board.add("keep", 2, Bucket::today);
     TaskItem* task = board.add("gone", 1, Bucket::today);
+    task->setReminderAt(local(2024, 6, 12, 18, 0));
     const QUuid id = task->id();
     QVERIFY(board.store.context->save());
 
-    board.model->toggle(task);
+    if (toggled)
+        board.model->toggle(task);
     board.model->remove(task);
     QCOMPARE(board.reminders.cancelled, QList<QUuid>{id});
     QCOMPARE(board.tasksChangedPosts(), 1);
+    QVERIFY(!board.store.context->task(id));
+    // A second delete of the same record changes nothing and tells no one.
+    board.model->remove(task);
+    QCOMPARE(board.reminders.cancelled.size(), 1);
+    QCOMPARE(board.posts.count(), 1);
     QPointer<TaskItem> watch(task);
     if (savedInBetween) {
         QVERIFY(board.store.context->save());
@@ -719,7 +725,7 @@ void TestBoardModel::deleteDuringCompletion() {
     // The late write found nothing to complete: no reminder, no second announcement.
     QVERIFY(board.reminders.synced.isEmpty());
     QCOMPARE(board.tasksChangedPosts(), 1);
-    QCOMPARE(board.sounds.played, QList{AppSound::complete});
+    QCOMPARE(board.sounds.played, toggled ? QList{AppSound::complete} : QList<AppSound>{});
     QCOMPARE(board.model->allTasks(), QList<TaskItem*>{keep});
 
     QVERIFY(board.store.context->save());
@@ -738,27 +744,6 @@ void TestBoardModel::boardGoneDuringCompletion() {
     QTest::qWait(BoardModel::completionDelayMs + 200);
     QVERIFY(!task->completed());
     QCOMPARE(board.posts.count(), 0);
-}
-
-void TestBoardModel::removeWithdrawsReminder() {
-    Board board;
-    TaskItem* task = board.add("t", 1, Bucket::today);
-    task->setReminderAt(local(2024, 6, 12, 18, 0));
-    const QUuid id = task->id();
-    QVERIFY(board.store.context->save());
-
-    board.model->remove(task);
-    QCOMPARE(board.reminders.cancelled, QList<QUuid>{id});
-    QVERIFY(board.reminders.synced.isEmpty());
-    QVERIFY(board.sounds.played.isEmpty());
-    QCOMPARE(board.tasksChangedPosts(), 1);
-    QVERIFY(board.model->allTasks().isEmpty());
-    QVERIFY(!board.store.context->task(id));
-
-    // A second delete of the same record changes nothing and tells no one.
-    board.model->remove(task);
-    QCOMPARE(board.reminders.cancelled.size(), 1);
-    QCOMPARE(board.posts.count(), 1);
 }
 
 void TestBoardModel::assignTaskCategory() {
@@ -831,23 +816,9 @@ void TestBoardModel::handleReorderPlan() {
     QFETCH(Bucket, target);
 
     Board board;
-    const IsoCalendar calendar;
     const QDateTime created = board.clock.now();
     TaskItem* task = board.add("dragged", 1, Bucket::later);
-    switch (start) {
-    case Start::unplanned:
-    case Start::thisWeekOnly:
-        break;
-    case Start::byHandToday:
-        task->move(Bucket::today, created, calendar);
-        break;
-    case Start::explicitFriday:
-        task->schedule(local(2024, 6, 14), created, calendar);
-        break;
-    case Start::explicitOverdue:
-        task->schedule(local(2024, 6, 3), created, calendar);
-        break;
-    }
+    plan(task, start, created);
     if (finished)
         task->setCompleted(true, created);
     task->setReminderAt(local(2024, 6, 20, 9, 0));
@@ -910,17 +881,14 @@ void TestBoardModel::handleReorderNeighbours() {
              QStringList({"w2", "dragged", "w1", "hidden"}));
     QCOMPARE(board.sounds.played.size(), 4);
     QCOMPARE(board.tasksChangedPosts(), 4);
-}
 
-void TestBoardModel::handleReorderNothingToMove() {
-    Board board;
-    TaskItem* task = board.add("t", 1, Bucket::today);
-    board.model->handleReorder(QUuid::createUuid(), Bucket::later, std::nullopt);
-    board.store.context->remove(task);
-    board.model->handleReorder(task->id(), Bucket::later, std::nullopt);
-    QVERIFY(board.sounds.played.isEmpty());
-    QCOMPARE(board.posts.count(), 0);
-    QCOMPARE(task->sortIndex(), qint64(1));
+    // Nothing to move: an unknown id, or a task removed behind the board's back.
+    board.store.context->remove(hidden);
+    board.model->handleReorder(hidden->id(), Bucket::today, std::nullopt);
+    board.model->handleReorder(QUuid::createUuid(), Bucket::today, std::nullopt);
+    QCOMPARE(hidden->sortIndex(), qint64(1250 - 1024));
+    QCOMPARE(board.sounds.played.size(), 4);
+    QCOMPARE(board.posts.count(), 4);
 }
 
 QTEST_GUILESS_MAIN(TestBoardModel)
