@@ -5,8 +5,6 @@
 #include "TaskClassifier.h"
 #include "TaskItem.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QStandardPaths>
 #include <QTest>
 #include <algorithm>
@@ -146,16 +144,7 @@ void TestDemoData::listsAloneDoNotStopTheSeed() {
 // A store that refuses the write: the seed stays in memory, pending, and nothing is thrown.
 void TestDemoData::failedSaveIsDropped() {
     BoardTest::Store store;
-    {
-        QSqlDatabase saboteur =
-            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("saboteur"));
-        saboteur.setDatabaseName(store.path());
-        QVERIFY(saboteur.open());
-        QSqlQuery drop(saboteur);
-        QVERIFY(drop.exec(QStringLiteral("DROP TABLE tasks")));
-        saboteur.close();
-    }
-    QSqlDatabase::removeDatabase(QStringLiteral("saboteur"));
+    QVERIFY(BoardTest::SideConnection(store.path()).exec(QStringLiteral("DROP TABLE tasks")));
 
     DemoData::seedIfEmpty(*store.context, local(2024, 6, 12, 16, 0));
     QCOMPARE(store.context->tasks().size(), 13);

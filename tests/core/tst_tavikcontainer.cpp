@@ -1,3 +1,4 @@
+#include "BoardTestSupport.h"
 #include "ModelContext.h"
 #include "TaskItem.h"
 #include "TavikContainer.h"
@@ -6,8 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -45,23 +44,11 @@ bool writeFile(const QString& path, const QByteArray& bytes) {
 
 // A genuine SQLite file written by some later Tavik: our tables, a higher user_version.
 bool writeNewerStore(const QString& path) {
-    bool ok = false;
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("w"));
-        db.setDatabaseName(path);
-        if (db.open()) {
-            QSqlQuery query(db);
-            ok = query.exec(QStringLiteral("CREATE TABLE tasks (id TEXT PRIMARY KEY, title TEXT,"
-                                           " shiny_new_field BLOB)")) &&
-                 query.exec(
-                     QStringLiteral("INSERT INTO tasks VALUES ('x', 'from the future', x'00')")) &&
-                 query.exec(QStringLiteral("PRAGMA user_version = %1")
-                                .arg(ModelContext::schemaVersion + 1));
-            db.close();
-        }
-    }
-    QSqlDatabase::removeDatabase(QStringLiteral("w"));
-    return ok;
+    BoardTest::SideConnection db(path);
+    return db.exec(QStringLiteral("CREATE TABLE tasks (id TEXT PRIMARY KEY, title TEXT,"
+                                  " shiny_new_field BLOB)")) &&
+           db.exec(QStringLiteral("INSERT INTO tasks VALUES ('x', 'from the future', x'00')")) &&
+           db.exec(QStringLiteral("PRAGMA user_version = %1").arg(ModelContext::schemaVersion + 1));
 }
 
 } // namespace
