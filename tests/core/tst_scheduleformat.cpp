@@ -1,16 +1,11 @@
+#include "BoardTestSupport.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
 
 #include <QStandardPaths>
 #include <QTest>
 
-namespace {
-
-QDateTime local(int y, int m, int d, int h = 0, int min = 0, int s = 0) {
-    return QDateTime(QDate(y, m, d), QTime(h, min, s), Qt::LocalTime).toUTC();
-}
-
-} // namespace
+using BoardTest::local;
 
 class TestScheduleFormat : public QObject {
     Q_OBJECT

@@ -1,14 +1,13 @@
+#include "BoardTestSupport.h"
 #include "IsoCalendar.h"
 #include "ScheduleRules.h"
 
 #include <QStandardPaths>
 #include <QTest>
 
-namespace {
+using BoardTest::local;
 
-QDateTime local(int y, int m, int d, int h = 0, int min = 0, int s = 0) {
-    return QDateTime(QDate(y, m, d), QTime(h, min, s), Qt::LocalTime).toUTC();
-}
+namespace {
 
 QTime localTime(const QDateTime& moment) {
     return moment.toLocalTime().time();
@@ -23,14 +22,10 @@ private slots:
 
     void defaultTime_data();
     void defaultTime();
-    void defaultTimeInsideSpringForwardGap_data();
-    void defaultTimeInsideSpringForwardGap();
     void tomorrow_data();
     void tomorrow();
     void resolvedReminder_data();
     void resolvedReminder();
-    void resolvedReminderInsideSpringForwardGap_data();
-    void resolvedReminderInsideSpringForwardGap();
 };
 
 void TestScheduleRules::defaultTime_data() {
@@ -49,28 +44,18 @@ void TestScheduleRules::defaultTime_data() {
     QTest::newRow("hour 24 at the end of a year")
         << local(2024, 12, 31, 23, 50) << local(2025, 1, 1, 0, 0);
     QTest::newRow("just after midnight") << local(2024, 6, 12, 0, 0) << local(2024, 6, 12, 0, 30);
+    // 01:40 on the nights Berlin and New York skip 02:00 to 03:00 (plain nights elsewhere):
+    // the proposal is the moment the clock jumps, the same 20 minutes away as a plain 02:00.
+    QTest::newRow("Europe's spring-forward gap")
+        << local(2024, 3, 31, 1, 40) << local(2024, 3, 31, 1, 40).addSecs(20 * 60);
+    QTest::newRow("North America's spring-forward gap")
+        << local(2024, 3, 10, 1, 40) << local(2024, 3, 10, 1, 40).addSecs(20 * 60);
 }
 
 void TestScheduleRules::defaultTime() {
     QFETCH(QDateTime, now);
     QFETCH(QDateTime, expected);
     QCOMPARE(ScheduleRules::defaultTime(now, IsoCalendar()), expected);
-}
-
-void TestScheduleRules::defaultTimeInsideSpringForwardGap_data() {
-    QTest::addColumn<QDateTime>("now");
-    // The nights when Berlin and New York skip 02:00 to 03:00; elsewhere plain nights.
-    QTest::newRow("Europe, last Sunday of March") << local(2024, 3, 31, 1, 40);
-    QTest::newRow("North America, second Sunday of March") << local(2024, 3, 10, 1, 40);
-}
-
-void TestScheduleRules::defaultTimeInsideSpringForwardGap() {
-    QFETCH(QDateTime, now);
-    // 01:40 proposes 02:00. Where 02:00 does not exist the proposal is the moment the clock
-    // jumps (03:00 summer time), which is the same 20 minutes away as a plain 02:00.
-    const QDateTime proposal = ScheduleRules::defaultTime(now, IsoCalendar());
-    QVERIFY(proposal.isValid());
-    QCOMPARE(now.secsTo(proposal), 20 * 60);
 }
 
 void TestScheduleRules::tomorrow_data() {
@@ -109,6 +94,12 @@ void TestScheduleRules::resolvedReminder_data() {
         << local(2024, 6, 1) << local(2024, 6, 12, 18, 0) << local(2024, 6, 1, 18, 0);
     QTest::newRow("a time from a daylight-saving date, moved to winter")
         << local(2024, 12, 2) << local(2024, 7, 1, 9, 0) << local(2024, 12, 2, 9, 0);
+    // 02:30 on a night that skips 02:00-03:00 is 03:30 summer time: two and a half hours of
+    // real time after midnight, as a plain 02:30 would be.
+    QTest::newRow("Europe's spring-forward gap")
+        << local(2024, 3, 31) << local(2024, 6, 12, 2, 30) << local(2024, 3, 31).addSecs(150 * 60);
+    QTest::newRow("North America's spring-forward gap")
+        << local(2024, 3, 10) << local(2024, 6, 12, 2, 30) << local(2024, 3, 10).addSecs(150 * 60);
 }
 
 void TestScheduleRules::resolvedReminder() {
@@ -120,24 +111,6 @@ void TestScheduleRules::resolvedReminder() {
     QCOMPARE(result.isValid(), expected.isValid());
     if (expected.isValid())
         QCOMPARE(result, expected);
-}
-
-void TestScheduleRules::resolvedReminderInsideSpringForwardGap_data() {
-    QTest::addColumn<QDate>("day");
-    QTest::newRow("Europe, last Sunday of March") << QDate(2024, 3, 31);
-    QTest::newRow("North America, second Sunday of March") << QDate(2024, 3, 10);
-}
-
-void TestScheduleRules::resolvedReminderInsideSpringForwardGap() {
-    QFETCH(QDate, day);
-    const IsoCalendar calendar;
-    // 02:30 on a night that skips 02:00-03:00 is 03:30 summer time: two and a half hours of
-    // real time after midnight, as a plain 02:30 would be.
-    const QDateTime result = ScheduleRules::resolvedReminder(
-        calendar.startOfDay(day), local(2024, 6, 12, 2, 30), local(2024, 3, 1), calendar);
-    QVERIFY(result.isValid());
-    QCOMPARE(calendar.startOfDay(day).secsTo(result), 150 * 60);
-    QCOMPARE(result.toLocalTime().date(), day);
 }
 
 QTEST_GUILESS_MAIN(TestScheduleRules)
