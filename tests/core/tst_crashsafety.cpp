@@ -1,11 +1,10 @@
+#include "BoardTestSupport.h"
 #include "ModelContext.h"
 #include "TaskItem.h"
 
 #include <QCoreApplication>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -113,19 +112,8 @@ void TestCrashSafety::killedMidSaveLosesNoReportedSave() {
                                 .arg(lastReported)));
         lastReported = reported.last();
 
-        {
-            QSqlDatabase db =
-                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("check"));
-            db.setDatabaseName(path);
-            QVERIFY(db.open());
-            QSqlQuery query(db);
-            QVERIFY(query.exec(QStringLiteral("PRAGMA integrity_check")));
-            QVERIFY(query.next());
-            QCOMPARE(query.value(0).toString(), QStringLiteral("ok"));
-            query.finish();
-            db.close();
-        }
-        QSqlDatabase::removeDatabase(QStringLiteral("check"));
+        QCOMPARE(BoardTest::SideConnection(path).value(QStringLiteral("PRAGMA integrity_check")),
+                 QVariant(QStringLiteral("ok")));
 
         QString error;
         auto context = ModelContext::open(path, &error);
