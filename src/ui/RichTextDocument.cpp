@@ -50,6 +50,11 @@ void setAttribute(QTextCharFormat& format, RichTextDocument::Attribute attribute
     }
 }
 
+bool isLineBreak(const QKeyEvent* key) {
+    return key->matches(QKeySequence::InsertParagraphSeparator) ||
+           key->matches(QKeySequence::InsertLineSeparator);
+}
+
 TextRun runFor(const QTextCharFormat& format, bool bullet) {
     TextRun run;
     run.bold = hasAttribute(format, RichTextDocument::Bold);
@@ -466,7 +471,8 @@ bool RichTextDocument::eventFilter(QObject* watched, QEvent* event) {
         auto* key = static_cast<QKeyEvent*>(event);
         if (handleKey(key))
             return true;
-        if (m_pendingPosition >= 0 && !key->text().isEmpty() && key->text().front().isPrint())
+        const bool typed = !key->text().isEmpty() && key->text().front().isPrint();
+        if (m_pendingPosition >= 0 && (typed || isLineBreak(key)))
             return typeWithPendingFormat(watched, event);
         return false;
     }
@@ -488,8 +494,12 @@ bool RichTextDocument::typeWithPendingFormat(QObject* watched, QEvent* event) {
         return false;
     }
     QString text;
+    bool newBlock = false;
     if (event->type() == QEvent::KeyPress) {
-        text = static_cast<QKeyEvent*>(event)->text();
+        const auto* key = static_cast<QKeyEvent*>(event);
+        newBlock = key->matches(QKeySequence::InsertParagraphSeparator);
+        text = key->matches(QKeySequence::InsertLineSeparator) ? QString(QChar::LineSeparator)
+                                                               : key->text();
     } else {
         const auto* input = static_cast<QInputMethodEvent*>(event);
         // A commit that replaces text around the caret is left to the editor as it is.
@@ -505,7 +515,11 @@ bool RichTextDocument::typeWithPendingFormat(QObject* watched, QEvent* event) {
     QTextCursor cursor(m_document);
     cursor.setPosition(caret);
     m_forwarding = true;
-    cursor.insertText(text, format);
+    // The new block keeps the line's list, as the editor's own Return does.
+    if (newBlock)
+        cursor.insertBlock(cursor.blockFormat(), format);
+    else
+        cursor.insertText(text, format);
     if (event->type() == QEvent::InputMethod) {
         // The composition that goes on after the commit still belongs to the editor.
         const auto* input = static_cast<QInputMethodEvent*>(event);

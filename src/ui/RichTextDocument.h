@@ -87,7 +87,7 @@ private slots:
 private:
     [[nodiscard]] int editorInt(const char* property) const;
     // Types the text of a key press or an input-method commit at the caret in the pending
-    // format.
+    // format. A line break takes it too, so the new line goes on in the toggled format.
     bool typeWithPendingFormat(QObject* watched, QEvent* event);
     void clearPending();
 

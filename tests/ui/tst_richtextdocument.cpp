@@ -307,8 +307,8 @@ void TestRichTextDocument::shortcutsOnSelection() {
 void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
     QTest::addColumn<QByteArray>("initial");
     QTest::addColumn<int>("caret");
-    // "B" and "I" toggle, "<" moves left, "ime:" commits through the input method, any other
-    // text is typed.
+    // "B" and "I" toggle, "\n" is Return, "<" moves left, "ime:" commits through the input
+    // method, any other text is typed.
     QTest::addColumn<QStringList>("steps");
     QTest::addColumn<QByteArray>("expected");
 
@@ -325,6 +325,16 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
     QTest::newRow("moving the caret drops the toggle")
         << QByteArray(R"({"runs":[{"text":"abc"}]})") << 3 << QStringList{"B", "<", "x"}
         << QByteArray(R"({"runs":[{"text":"abxc"}]})");
+    // A new line started right after a toggle goes on in the toggled format.
+    QTest::newRow("italic off, then a new line")
+        << QByteArray(R"({"runs":[{"text":"abc","italic":true}]})") << 3
+        << QStringList{"I", "\n", "d"}
+        << QByteArray(R"({"runs":[{"text":"abc","italic":true},{"text":"\nd"}]})");
+    QTest::newRow("bold on in a bulleted line, then a new line")
+        << QByteArray(R"({"runs":[{"text":"abc","bullet":true}]})") << 3
+        << QStringList{"B", "\n", "d"}
+        << QByteArray(R"({"runs":[{"text":"abc","bullet":true},)"
+                      R"({"text":"\nd","bold":true,"bullet":true}]})");
     QTest::newRow("committed input-method text takes the toggle")
         << QByteArray(R"({"runs":[{"text":"今天"}]})") << 2 << QStringList{"I", "ime:很好"}
         << QByteArray(R"({"runs":[{"text":"今天"},{"text":"很好","italic":true}]})");
@@ -343,6 +353,8 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext() {
             QTest::keyClick(m_view.get(), Qt::Key_B, Qt::ControlModifier);
         } else if (step == QLatin1String("I")) {
             QTest::keyClick(m_view.get(), Qt::Key_I, Qt::ControlModifier);
+        } else if (step == QLatin1String("\n")) {
+            QTest::keyClick(m_view.get(), Qt::Key_Return);
         } else if (step == QLatin1String("<")) {
             QTest::keyClick(m_view.get(), Qt::Key_Left);
         } else if (step.startsWith(QLatin1String("ime:"))) {
