@@ -48,6 +48,19 @@ FocusScope {
     readonly property BoardDragState dragState: controller.dragState
     readonly property bool dragging: dragState.draggingId !== ""
 
+    // Whether a press at `point` (board coordinates) lands on the columns themselves, not on
+    // what is drawn over them: the task dialog, the toolbar, the drawer, a popup. Pointer
+    // handlers see presses that those accepted too.
+    function pressReachesColumns(point) {
+        if (boardView.childAt(point.x, point.y) !== columnsRow)
+            return false
+        const overlay = boardView.Overlay.overlay
+        if (!overlay)
+            return true
+        const at = boardView.mapToItem(overlay, point.x, point.y)
+        return overlay.childAt(at.x, at.y) === null
+    }
+
     // Where rows, columns and tabs stand now, for the drag to find its target.
     function reportDragFrames() {
         const drag = controller.drag
@@ -102,6 +115,8 @@ FocusScope {
             id: boardDrag
 
             property bool canceledByGrab: false
+            // The press landed on something drawn over the columns: this gesture moves nothing.
+            property bool overlaid: false
 
             target: null
             dragThreshold: 8
@@ -110,8 +125,13 @@ FocusScope {
             onActiveChanged: {
                 if (active) {
                     canceledByGrab = false
+                    overlaid = !boardView.pressReachesColumns(centroid.pressPosition)
+                    if (overlaid)
+                        return
                     columnsRow.forceActiveFocus(Qt.MouseFocusReason)
                     follow()
+                } else if (overlaid) {
+                    overlaid = false
                 } else if (canceledByGrab) {
                     boardView.controller.drag.cancel()
                 } else {
@@ -119,7 +139,7 @@ FocusScope {
                 }
             }
             onCentroidChanged: {
-                if (active)
+                if (active && !overlaid)
                     follow()
             }
 

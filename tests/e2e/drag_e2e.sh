@@ -91,4 +91,16 @@ release
 check "a press moved by less than 8 points is a click" \
     wait_for 5 bash -c "titles done | grep -qxF '$clicked'"
 
+# 5. A drag that starts on the task dialog, over the rows behind it, moves nothing.
+key ctrl+n
+sleep 0.6
+board_before=$(titles today; titles thisWeek)
+press 1060 480
+glide 560 480
+shot drag-from-dialog
+release
+check "a drag from the task dialog leaves the rows behind it alone" \
+    bash -c "[ \"\$(titles today; titles thisWeek)\" = '$board_before' ]"
+key Escape
+
 e2e_finish
