@@ -15,6 +15,7 @@
 #include "SettingsWindowController.h"
 #include "SoundPlayer.h"
 #include "StatusItem.h"
+#include "TaskDrawerController.h"
 #include "TavikPersistence.h"
 #include "TodayOpenCount.h"
 #include "UpdateCheckResult.h"
@@ -195,6 +196,12 @@ void AppDelegate::observeTaskChanges() {
     connect(&context, &ModelContext::categoryRemoved, this, settle);
     connect(&context, &ModelContext::categoryChanged, this, settle);
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        // An open drawer keeps its note to itself until the card goes away, and the window
+        // is torn down only after this last save: the card goes first.
+        if (m_window) {
+            for (TaskDrawerController* drawer : m_window->findChildren<TaskDrawerController*>())
+                drawer->disappear();
+        }
         if (m_container->mainContext().hasChanges())
             refreshMenuBarCount();
     });
