@@ -33,10 +33,13 @@ FocusScope {
     Connections {
         target: boardView.Window.window
         function onVisibleChanged() {
-            if (boardView.Window.window.visible)
+            if (boardView.Window.window.visible) {
                 boardView.controller.boardAppeared()
-            else
+            } else {
+                // The card stores its note as it goes; a hidden board must not hold it back.
+                boardView.drawerTask = null
                 boardView.controller.boardDisappeared()
+            }
         }
         // Switching to another application ends a drag without a drop.
         function onActiveChanged() {

@@ -208,6 +208,23 @@ check "a note typed into an open card survives Ctrl+Q" note_is demo 预约牙医
     {"text": " 有没有空，"}, {"text": "带上医保卡", "italic": true}, {"text": "\n"},
     {"text": "复查智齿，顺便洗牙", "bullet": true}]}'
 
+# Hiding the board with the card open stores what was typed too, without a quit.
+start_board --seed-demo --debug-frame
+eval "$(xdotool getwindowgeometry --shell "$WIN")"
+open_drawer 470 103
+click_note
+key ctrl+End
+typed "，带牙刷"
+sleep 0.3
+key ctrl+w
+check "hiding the board stores the open card's note" \
+    wait_for 5 bash -c "board_json thisWeek | grep -qF '带牙刷'"
+"$TAVIK" --toggle
+wait_for 10 window_id
+WIN=$(window_id)
+xdotool windowfocus --sync "$WIN" 2>/dev/null || true
+quit_board
+
 # 3. The imported store: a note taller than the window's limit scrolls inside the card.
 check "an undecodable noteData lists as no formatting" note_is real 旧备注 richNote null
 check "with its plain note shown" note_is real 旧备注 note '"格式数据坏了\n文字还在"'
