@@ -1,3 +1,4 @@
+#include "BoardTestSupport.h"
 #include "CategoryListModel.h"
 #include "Clock.h"
 #include "IsoCalendar.h"
@@ -9,13 +10,12 @@
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
+#include <functional>
 #include <memory>
 
-namespace {
+using BoardTest::local;
 
-QDateTime local(int y, int m, int d, int h = 0, int min = 0) {
-    return QDateTime(QDate(y, m, d), QTime(h, min), Qt::LocalTime).toUTC();
-}
+namespace {
 
 // Wednesday 2024-06-12, 10:00.
 const QDateTime kNow = local(2024, 6, 12, 10, 0);
@@ -24,21 +24,9 @@ QString idOf(const TaskCategory& category) {
     return category.id().toString(QUuid::WithoutBraces);
 }
 
-// What a test does to an open edit card before looking at editDirty.
-enum class Edit {
-    nothing,
-    retypeTitle,
-    titleTrailingBlank,
-    typeAndDeleteInNote,
-    clearDay,
-    pickSameDayLater,
-    pickOtherDay,
-    clearTime,
-    pickSameTime,
-    pickOtherTime,
-    chooseOtherList,
-    chooseNoList,
-};
+// What a test does to an open edit card before looking at editDirty; it is given the id of
+// the list the task is not in.
+using Edit = std::function<void(TaskDialogController&, const QString& otherListId)>;
 
 } // namespace
 
@@ -220,70 +208,44 @@ void TestTaskDialogController::submitInEditModeSavesAndEndsEditing() {
 }
 
 void TestTaskDialogController::editDirty_data() {
-    QTest::addColumn<Edit>("edit");
     QTest::addColumn<bool>("dirty");
-    QTest::newRow("untouched") << Edit::nothing << false;
-    QTest::newRow("title retyped to the same text") << Edit::retypeTitle << false;
-    QTest::newRow("trailing blank in the title") << Edit::titleTrailingBlank << true;
-    QTest::newRow("note typed and deleted again") << Edit::typeAndDeleteInNote << false;
-    QTest::newRow("day cleared") << Edit::clearDay << true;
-    QTest::newRow("same day, picked at another hour") << Edit::pickSameDayLater << false;
-    QTest::newRow("other day") << Edit::pickOtherDay << true;
-    QTest::newRow("reminder cleared") << Edit::clearTime << true;
-    QTest::newRow("same reminder time picked") << Edit::pickSameTime << false;
-    QTest::newRow("other reminder time") << Edit::pickOtherTime << true;
-    QTest::newRow("other list") << Edit::chooseOtherList << true;
-    QTest::newRow("no list") << Edit::chooseNoList << true;
+    QTest::addColumn<Edit>("edit");
+    using D = TaskDialogController;
+    using Id = const QString&;
+    QTest::newRow("untouched") << false << Edit([](D&, Id) {});
+    QTest::newRow("title retyped to the same text") << false << Edit([](D& d, Id) {
+        d.setTitle("");
+        d.setTitle("周报");
+    });
+    QTest::newRow("trailing blank in the title")
+        << true << Edit([](D& d, Id) { d.setTitle("周报 "); });
+    QTest::newRow("note typed and deleted again") << false << Edit([](D& d, Id) {
+        d.setNote("草稿x");
+        QVERIFY(d.editDirty());
+        d.setNote("草稿");
+    });
+    QTest::newRow("day cleared") << true << Edit([](D& d, Id) { d.clearDay(); });
+    QTest::newRow("same day, picked at another hour")
+        << false << Edit([](D& d, Id) { d.pickDay(local(2024, 6, 20, 17, 45)); });
+    QTest::newRow("other day") << true << Edit([](D& d, Id) { d.pickDay(local(2024, 6, 21)); });
+    QTest::newRow("reminder cleared") << true << Edit([](D& d, Id) { d.clearTime(); });
+    QTest::newRow("same reminder time picked")
+        << false << Edit([](D& d, Id) { d.pickTime(local(2024, 6, 20, 9, 0)); });
+    QTest::newRow("other reminder time")
+        << true << Edit([](D& d, Id) { d.pickTime(local(2024, 6, 20, 9, 15)); });
+    QTest::newRow("other list") << true << Edit([](D& d, Id other) { d.chooseList(other); });
+    QTest::newRow("no list") << true << Edit([](D& d, Id) { d.chooseList(""); });
 }
 
 void TestTaskDialogController::editDirty() {
-    QFETCH(Edit, edit);
     QFETCH(bool, dirty);
+    QFETCH(Edit, edit);
     auto task = makeTask();
     TaskDialogController dialog;
     dialog.setEditingTask(task.get());
     QVERIFY(!dialog.editDirty());
 
-    switch (edit) {
-    case Edit::nothing:
-        break;
-    case Edit::retypeTitle:
-        dialog.setTitle("");
-        dialog.setTitle("周报");
-        break;
-    case Edit::titleTrailingBlank:
-        dialog.setTitle("周报 ");
-        break;
-    case Edit::typeAndDeleteInNote:
-        dialog.setNote("草稿x");
-        QVERIFY(dialog.editDirty());
-        dialog.setNote("草稿");
-        break;
-    case Edit::clearDay:
-        dialog.clearDay();
-        break;
-    case Edit::pickSameDayLater:
-        dialog.pickDay(local(2024, 6, 20, 17, 45));
-        break;
-    case Edit::pickOtherDay:
-        dialog.pickDay(local(2024, 6, 21));
-        break;
-    case Edit::clearTime:
-        dialog.clearTime();
-        break;
-    case Edit::pickSameTime:
-        dialog.pickTime(local(2024, 6, 20, 9, 0));
-        break;
-    case Edit::pickOtherTime:
-        dialog.pickTime(local(2024, 6, 20, 9, 15));
-        break;
-    case Edit::chooseOtherList:
-        dialog.chooseList(idOf(*m_home));
-        break;
-    case Edit::chooseNoList:
-        dialog.chooseList("");
-        break;
-    }
+    edit(dialog, idOf(*m_home));
     QCOMPARE(dialog.editDirty(), dirty);
 
     // A change of the record itself (a sync) is compared too.
