@@ -24,12 +24,12 @@ inline QQuickItem* findItem(QQuickItem* root, const QString& objectName) {
     return nullptr;
 }
 
-// A left click in the middle of a visible item.
-inline void click(QQuickWindow* window, QQuickItem* item) {
+// A click (left unless told) in the middle of a visible item.
+inline void click(QQuickWindow* window, QQuickItem* item, Qt::MouseButton button = Qt::LeftButton) {
     QVERIFY(item);
     QVERIFY(item->isVisible());
     const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
-    QTest::mouseClick(window, Qt::LeftButton, {}, centre.toPoint());
+    QTest::mouseClick(window, button, {}, centre.toPoint());
 }
 
 } // namespace QuickWindowTest

@@ -3,6 +3,7 @@
 // compare (saved when TAVIK_SCREENSHOT_DIR is set).
 #include "CategoryListModel.h"
 #include "CategoryPalette.h"
+#include "QuickWindowTestSupport.h"
 #include "TaskCategory.h"
 
 #include <QDir>
@@ -20,6 +21,9 @@
 
 Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
+using QuickWindowTest::click;
+using QuickWindowTest::findItem;
+
 namespace {
 
 const QByteArray scene = R"(
@@ -31,7 +35,6 @@ Rectangle {
     required property var lists
     property string selected: ""
     property var created: []
-    property string deleted: ""
     width: 340
     height: 190
     color: Radix.appBackground
@@ -45,30 +48,9 @@ Rectangle {
         reduceMotion: true
         onSelectRequested: id => board.selected = id
         onCreateRequested: (name, colorHex) => board.created = [name, colorHex]
-        onDeleteRequested: id => board.deleted = id
     }
 }
 )";
-
-// Repeater delegates hang in the item tree, not always under their QObject parent.
-QQuickItem* findItem(QQuickItem* root, const QString& objectName) {
-    if (!root)
-        return nullptr;
-    if (root->objectName() == objectName)
-        return root;
-    for (QQuickItem* child : root->childItems()) {
-        if (QQuickItem* found = findItem(child, objectName))
-            return found;
-    }
-    return nullptr;
-}
-
-void click(QQuickWindow* window, QQuickItem* item, Qt::MouseButton button = Qt::LeftButton) {
-    QVERIFY(item);
-    QVERIFY(item->isVisible());
-    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
-    QTest::mouseClick(window, button, {}, centre.toPoint());
-}
 
 // Alpha-blends `over` onto an opaque `under`, as the scene graph does.
 QColor blend(const QColor& under, const QColor& over) {
@@ -202,7 +184,7 @@ private slots:
         QTRY_VERIFY(!popover->property("visible").toBool());
     }
 
-    void tabMenuDeletesTheList() {
+    void tabMenuOpensOnARightClick() {
         QQuickItem* readingTab = tab(m_categories[2]);
         click(m_view.get(), readingTab, Qt::RightButton);
         auto* menu = readingTab->property("menu").value<QObject*>();
@@ -210,14 +192,6 @@ private slots:
         QTRY_VERIFY(menu->property("opened").toBool());
         QTest::qWait(50);
         save(m_view->grabWindow(), QStringLiteral("strip-tab-menu"));
-
-        QQuickItem* item = nullptr;
-        QMetaObject::invokeMethod(menu, "itemAt", Q_RETURN_ARG(QQuickItem*, item), Q_ARG(int, 0));
-        click(m_view.get(), item);
-        QCOMPARE(m_view->rootObject()->property("deleted").toString(),
-                 m_categories[2]->id().toString(QUuid::WithoutBraces));
-        // A right click neither selects nor moves the pill.
-        QCOMPARE(m_view->rootObject()->property("selected").toString(), QString());
     }
 
 private:
