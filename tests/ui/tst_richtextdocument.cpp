@@ -75,11 +75,9 @@ private slots:
 
     void shortcutsOnSelection_data();
     void shortcutsOnSelection();
-    void toggleAtCaretFormatsWhatIsTypedNext_data();
-    void toggleAtCaretFormatsWhatIsTypedNext();
-    void pendingFormatUndoesWithItsTyping();
+    void caretFormatReachesWhatArrivesNext_data();
+    void caretFormatReachesWhatArrivesNext();
     void pasteBringsOnlyNoteAttributes();
-    void plainPasteTakesTheCaretFormat();
 
     void undecodableNoteDataFallsBackToNote_data();
     void undecodableNoteDataFallsBackToNote();
@@ -304,11 +302,11 @@ void TestRichTextDocument::shortcutsOnSelection() {
     QCOMPARE(m_helper->plainText(), fromJson(initial).plainText());
 }
 
-void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
+void TestRichTextDocument::caretFormatReachesWhatArrivesNext_data() {
     QTest::addColumn<QByteArray>("initial");
     QTest::addColumn<int>("caret");
-    // "B" and "I" toggle, "\n" is Return, "<" moves left, "ime:" commits through the input
-    // method, any other text is typed.
+    // "B" and "I" toggle, "\n" is Return, "<" moves left, "Z" undoes, "ime:" commits through
+    // the input method, "paste:" pastes plain text, any other text is typed.
     QTest::addColumn<QStringList>("steps");
     QTest::addColumn<QByteArray>("expected");
 
@@ -322,6 +320,12 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
         << QByteArray(R"({"runs":[{"text":"ab"}]})") << 1 << QStringList{"B", "I", "x"}
         << QByteArray(R"({"runs":[{"text":"a"},{"text":"x",)"
                       R"("bold":true,"italic":true},{"text":"b"}]})");
+    QTest::newRow("undo takes the pending format with its typing")
+        << QByteArray(R"({"runs":[{"text":"abc"}]})") << 3 << QStringList{"B", "d", "Z"}
+        << QByteArray(R"({"runs":[{"text":"abc"}]})");
+    QTest::newRow("plain paste takes the caret format")
+        << QByteArray(R"({"runs":[{"text":"ab","bold":true}]})") << 2 << QStringList{"paste:x\ny"}
+        << QByteArray(R"({"runs":[{"text":"abx\ny","bold":true}]})");
     QTest::newRow("moving the caret drops the toggle")
         << QByteArray(R"({"runs":[{"text":"abc"}]})") << 3 << QStringList{"B", "<", "x"}
         << QByteArray(R"({"runs":[{"text":"abxc"}]})");
@@ -340,7 +344,7 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext_data() {
         << QByteArray(R"({"runs":[{"text":"今天"},{"text":"很好","italic":true}]})");
 }
 
-void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext() {
+void TestRichTextDocument::caretFormatReachesWhatArrivesNext() {
     QFETCH(QByteArray, initial);
     QFETCH(int, caret);
     QFETCH(QStringList, steps);
@@ -357,33 +361,26 @@ void TestRichTextDocument::toggleAtCaretFormatsWhatIsTypedNext() {
             QTest::keyClick(m_view.get(), Qt::Key_Return);
         } else if (step == QLatin1String("<")) {
             QTest::keyClick(m_view.get(), Qt::Key_Left);
+        } else if (step == QLatin1String("Z")) {
+            QTest::keyClick(m_view.get(), Qt::Key_Z, Qt::ControlModifier);
+        } else if (step.startsWith(QLatin1String("paste:"))) {
+            QGuiApplication::clipboard()->setText(step.mid(6));
+            QTest::keyClick(m_view.get(), Qt::Key_V, Qt::ControlModifier);
         } else if (step.startsWith(QLatin1String("ime:"))) {
             const QString committed = step.mid(4);
             // A composition first, then its commit, as a Chinese input method sends them.
             QInputMethodEvent compose(QStringLiteral("hen hao"), {});
-            QCoreApplication::sendEvent(QGuiApplication::focusObject(), &compose);
+            QCoreApplication::sendEvent(m_edit, &compose);
             QCOMPARE(m_helper->plainText(), fromJson(initial).plainText());
             QInputMethodEvent commit;
             commit.setCommitString(committed);
-            QCoreApplication::sendEvent(QGuiApplication::focusObject(), &commit);
+            QCoreApplication::sendEvent(m_edit, &commit);
         } else {
             for (QChar c : step)
                 QTest::keyClick(m_view.get(), c.toLatin1());
         }
     }
     QCOMPARE(m_helper->richText(), fromJson(expected));
-}
-
-void TestRichTextDocument::pendingFormatUndoesWithItsTyping() {
-    const RichText initial = fromJson(R"({"runs":[{"text":"abc"}]})");
-    openEditor(initial);
-    m_edit->setProperty("cursorPosition", 3);
-    QTest::keyClick(m_view.get(), Qt::Key_B, Qt::ControlModifier);
-    QTest::keyClick(m_view.get(), Qt::Key_D);
-    QCOMPARE(m_helper->richText(),
-             fromJson(R"({"runs":[{"text":"abc"},{"text":"d","bold":true}]})"));
-    QTest::keyClick(m_view.get(), Qt::Key_Z, Qt::ControlModifier);
-    QCOMPARE(m_helper->richText(), initial);
 }
 
 void TestRichTextDocument::pasteBringsOnlyNoteAttributes() {
@@ -409,14 +406,6 @@ void TestRichTextDocument::pasteBringsOnlyNoteAttributes() {
             QVERIFY(!format.hasProperty(QTextFormat::ForegroundBrush));
         }
     }
-}
-
-void TestRichTextDocument::plainPasteTakesTheCaretFormat() {
-    openEditor(fromJson(R"({"runs":[{"text":"ab","bold":true}]})"));
-    QGuiApplication::clipboard()->setText(QStringLiteral("x\ny"));
-    m_edit->setProperty("cursorPosition", 2);
-    QTest::keyClick(m_view.get(), Qt::Key_V, Qt::ControlModifier);
-    QCOMPARE(m_helper->richText(), fromJson(R"({"runs":[{"text":"abx\ny","bold":true}]})"));
 }
 
 void TestRichTextDocument::undecodableNoteDataFallsBackToNote_data() {
