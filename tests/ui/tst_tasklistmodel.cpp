@@ -60,32 +60,24 @@ private slots:
         QTest::addColumn<int>("inserts");
         QTest::addColumn<int>("moves");
 
-        QTest::newRow("same") << "abcdef"
-                              << "abcdef" << 0 << 0 << 0;
-        QTest::newRow("top to bottom") << "abcdef"
-                                       << "bcdefa" << 0 << 0 << 1;
-        QTest::newRow("bottom to top") << "abcdef"
-                                       << "fabcde" << 0 << 0 << 1;
-        QTest::newRow("neighbours swap") << "abcdef"
-                                         << "abdcef" << 0 << 0 << 1;
-        QTest::newRow("reversed") << "abcd"
-                                  << "dcba" << 0 << 0 << 3;
-        QTest::newRow("one leaves") << "abcdef"
-                                    << "abdef" << 1 << 0 << 0;
-        QTest::newRow("a run leaves") << "abcdef"
-                                      << "aef" << 1 << 0 << 0;
-        QTest::newRow("two runs leave") << "abcdef"
-                                        << "bcf" << 2 << 0 << 0;
-        QTest::newRow("a run arrives") << "af"
-                                       << "abcdef" << 0 << 1 << 0;
-        QTest::newRow("from nothing") << ""
-                                      << "abc" << 0 << 1 << 0;
-        QTest::newRow("to nothing") << "abc"
-                                    << "" << 1 << 0 << 0;
-        QTest::newRow("all replaced") << "abc"
-                                      << "xyz" << 1 << 1 << 0;
-        QTest::newRow("mixed") << "abcdefg"
-                               << "xbgdcey" << 2 << 2 << 2;
+        const auto row = [](const char* tag, const char* from, const char* to, int removes,
+                            int inserts, int moves) {
+            QTest::newRow(tag) << QString::fromLatin1(from) << QString::fromLatin1(to) << removes
+                               << inserts << moves;
+        };
+        row("same", "abcdef", "abcdef", 0, 0, 0);
+        row("top to bottom", "abcdef", "bcdefa", 0, 0, 1);
+        row("bottom to top", "abcdef", "fabcde", 0, 0, 1);
+        row("neighbours swap", "abcdef", "abdcef", 0, 0, 1);
+        row("reversed", "abcd", "dcba", 0, 0, 3);
+        row("one leaves", "abcdef", "abdef", 1, 0, 0);
+        row("a run leaves", "abcdef", "aef", 1, 0, 0);
+        row("two runs leave", "abcdef", "bcf", 2, 0, 0);
+        row("a run arrives", "af", "abcdef", 0, 1, 0);
+        row("from nothing", "", "abc", 0, 1, 0);
+        row("to nothing", "abc", "", 1, 0, 0);
+        row("all replaced", "abc", "xyz", 1, 1, 0);
+        row("mixed", "abcdefg", "xbgdcey", 2, 2, 2);
     }
 
     void steps() {
