@@ -51,6 +51,14 @@ QList<QQuickItem*> findAll(QQuickItem* root, const std::function<bool(QQuickItem
     return found;
 }
 
+// The visible texts under `root` that read `text`.
+QList<QQuickItem*> textsReading(QQuickItem* root, const QString& text) {
+    return findAll(root, [&text](QQuickItem* item) {
+        return isA(item, "QQuickText") && item->isVisible() &&
+               item->property("text").toString() == text;
+    });
+}
+
 QPoint centerOf(const QQuickItem* item) {
     return item->mapToScene(QPointF(item->width() / 2, item->height() / 2)).toPoint();
 }
@@ -198,20 +206,12 @@ private slots:
     void emptyColumnShowsItsEmptyState() {
         Screen screen(false);
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
-        for (const char* bucket : {"later", "thisWeek", "today"}) {
-            const QList<QQuickItem*> empty = findAll(screen.column(bucket), [](QQuickItem* item) {
-                return isA(item, "QQuickText") && item->isVisible() &&
-                       item->property("text").toString() == QStringLiteral("全部完成");
-            });
-            QCOMPARE(empty.size(), 1);
-        }
+        const QString allDone = QStringLiteral("全部完成");
+        for (const char* bucket : {"later", "thisWeek", "today"})
+            QCOMPARE(textsReading(screen.column(bucket), allDone).size(), 1);
         screen.controller->createEnhanced(QStringLiteral("第一件事"), QString(), QString(), {}, {});
         QTRY_COMPARE(screen.rows("later").size(), 1);
-        const QList<QQuickItem*> empty = findAll(screen.column("later"), [](QQuickItem* item) {
-            return isA(item, "QQuickText") && item->isVisible() &&
-                   item->property("text").toString() == QStringLiteral("全部完成");
-        });
-        QVERIFY(empty.isEmpty());
+        QVERIFY(textsReading(screen.column("later"), allDone).isEmpty());
     }
 
     void tickingACheckboxCompletesAfterTheAnimation() {
@@ -238,8 +238,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
         QQuickItem* row = screen.row(QStringLiteral("预约牙医"));
         QVERIFY(row);
-        QTest::mouseClick(screen.view.get(), Qt::LeftButton, {},
-                          row->mapToScene({row->width() / 2, row->height() / 2}).toPoint());
+        QTest::mouseClick(screen.view.get(), Qt::LeftButton, {}, centerOf(row));
         QVERIFY(screen.controller->editingTask());
         QCOMPARE(screen.controller->editingTask()->title(), QStringLiteral("预约牙医"));
         QTRY_VERIFY(row->property("isEditing").toBool());
@@ -341,13 +340,10 @@ private slots:
         QVERIFY(row);
         // Once the density spring has come to rest.
         QTRY_VERIFY(row->height() < 60 && !row->clip());
-        QQuickItem* icon = nullptr;
-        for (QQuickItem* item : findAll(row, [](QQuickItem* item) {
-                 return isA(item, "MetaIcon") && item->isVisible();
-             })) {
-            if (!icon)
-                icon = item; // the note's icon comes first
-        }
+        // The note's icon comes first.
+        QQuickItem* icon = findAll(row, [](QQuickItem* item) {
+                               return isA(item, "MetaIcon") && item->isVisible();
+                           }).value(0);
         QVERIFY(icon);
 
         QTest::mouseMove(screen.view.get(), centerOf(icon) + QPoint(40, 0));
@@ -355,11 +351,10 @@ private slots:
         QTest::qWait(200);
         QVERIFY(!icon->property("showPop").toBool());
         QTRY_VERIFY(icon->property("showPop").toBool());
-        const QList<QQuickItem*> shown = findAll(screen.view->contentItem(), [](QQuickItem* item) {
-            return isA(item, "QQuickText") && item->isVisible() &&
-                   item->property("text").toString() == QStringLiteral("西红柿、鸡蛋、牛奶、面包");
-        });
-        QCOMPARE(shown.size(), 1);
+        QCOMPARE(
+            textsReading(screen.view->contentItem(), QStringLiteral("西红柿、鸡蛋、牛奶、面包"))
+                .size(),
+            1);
 
         // Leaving drops it at once; a quick pass shows nothing.
         QTest::mouseMove(screen.view.get(), centerOf(icon) + QPoint(0, 40));
@@ -421,11 +416,7 @@ private slots:
         QVERIFY(screen.controller->showDone());
         QTRY_VERIFY(popup->property("opened").toBool());
         QCOMPARE(screen.row(QStringLiteral("晨练")), nullptr); // a done line is not a row
-        const QList<QQuickItem*> lines = findAll(screen.view->contentItem(), [](QQuickItem* item) {
-            return isA(item, "QQuickText") && item->isVisible() &&
-                   item->property("text").toString() == QStringLiteral("晨练");
-        });
-        QCOMPARE(lines.size(), 1);
+        QCOMPARE(textsReading(screen.view->contentItem(), QStringLiteral("晨练")).size(), 1);
 
         // A second click on the button closes it, and so does Escape.
         QTest::mouseClick(screen.view.get(), Qt::LeftButton, {}, centerOf(button));
