@@ -95,6 +95,9 @@ private slots:
         QTest::newRow("move down from the last but one")
             << all << "T2" << true << int(Qt::Key_Down) << ctrl << true << "T2"
             << "L1 L2 L3 | W1 W2 | T1 T3 T2" << all;
+        QTest::newRow("move down")
+            << all << "T1" << true << int(Qt::Key_Down) << ctrl << true << "T1"
+            << "L1 L2 L3 | W1 W2 | T2 T1 T3" << all;
         QTest::newRow("move right of today does nothing")
             << all << "T1" << true << int(Qt::Key_Right) << ctrl << true << "T1" << same << all;
         QTest::newRow("move left lands on top and keeps the focus")
