@@ -33,48 +33,38 @@ private slots:
         const QDateTime none;
         const QDateTime today1530 = local(2026, 6, 17, 15, 30);
         const QDateTime today0900 = local(2026, 6, 17, 9, 0);
-        QTest::newRow("today's reminder in today's column")
-            << "today" << none << today1530 << false << "reminder"
-            << "15:30" << false;
-        QTest::newRow("today's passed reminder turns red")
-            << "today" << none << today0900 << false << "reminder"
-            << "09:00" << true;
-        QTest::newRow("today's reminder elsewhere names the day")
-            << "thisWeek" << none << today1530 << false << "reminder"
-            << "今天 15:30" << false;
-        QTest::newRow("tomorrow's reminder")
-            << "" << local(2026, 6, 18) << local(2026, 6, 18, 9, 0) << false << "reminder"
-            << "明天 09:00" << false;
-        QTest::newRow("another day's reminder")
-            << "" << none << local(2026, 6, 20, 9, 0) << false << "reminder"
-            << "6月20日 09:00" << false;
-        QTest::newRow("a passed reminder of another day")
-            << "" << local(2026, 6, 15) << local(2026, 6, 15, 9, 0) << false << "reminder"
-            << "6月15日 09:00" << true;
-        QTest::newRow("a finished task's reminder speaks as outside today")
-            << "today" << none << today0900 << true << "reminder"
-            << "今天 09:00" << false;
-        QTest::newRow("a reminder outweighs a day")
-            << "" << local(2026, 6, 24) << today1530 << false << "reminder"
-            << "今天 15:30" << false;
-        QTest::newRow("no dates") << "" << none << none << false << ""
-                                  << "" << false;
-        QTest::newRow("placed in today") << "today" << none << none << false << ""
-                                         << "" << false;
-        QTest::newRow("due today") << "" << local(2026, 6, 17) << none << false << ""
-                                   << "" << false;
-        QTest::newRow("due tomorrow") << "" << local(2026, 6, 18) << none << false << "date"
-                                      << "明天" << false;
-        QTest::newRow("due another day") << "" << local(2026, 6, 20) << none << false << "date"
-                                         << "6月20日" << false;
-        QTest::newRow("due in the past") << "" << local(2026, 6, 15) << none << false << "date"
-                                         << "6月15日" << true;
-        QTest::newRow("due in the past, finished")
-            << "" << local(2026, 6, 15) << none << true << "date"
-            << "6月15日" << false;
-        QTest::newRow("due yesterday, chosen late in the day")
-            << "" << local(2026, 6, 16, 23, 59) << none << false << "date"
-            << "6月16日" << true;
+        const auto row = [](const char* tag, const char* column, const QDateTime& day,
+                            const QDateTime& reminder, bool completed, const char* chip,
+                            const char* text, bool overdue) {
+            QTest::newRow(tag) << QString::fromUtf8(column) << day << reminder << completed
+                               << QString::fromUtf8(chip) << QString::fromUtf8(text) << overdue;
+        };
+        row("today's reminder in today's column", "today", none, today1530, false, "reminder",
+            "15:30", false);
+        row("today's passed reminder turns red", "today", none, today0900, false, "reminder",
+            "09:00", true);
+        row("today's reminder elsewhere names the day", "thisWeek", none, today1530, false,
+            "reminder", "今天 15:30", false);
+        row("tomorrow's reminder", "", local(2026, 6, 18), local(2026, 6, 18, 9, 0), false,
+            "reminder", "明天 09:00", false);
+        row("another day's reminder", "", none, local(2026, 6, 20, 9, 0), false, "reminder",
+            "6月20日 09:00", false);
+        row("a passed reminder of another day", "", local(2026, 6, 15), local(2026, 6, 15, 9, 0),
+            false, "reminder", "6月15日 09:00", true);
+        row("a finished task's reminder speaks as outside today", "today", none, today0900, true,
+            "reminder", "今天 09:00", false);
+        row("a reminder outweighs a day", "", local(2026, 6, 24), today1530, false, "reminder",
+            "今天 15:30", false);
+        row("no dates", "", none, none, false, "", "", false);
+        row("placed in today", "today", none, none, false, "", "", false);
+        row("due today", "", local(2026, 6, 17), none, false, "", "", false);
+        row("due tomorrow", "", local(2026, 6, 18), none, false, "date", "明天", false);
+        row("due another day", "", local(2026, 6, 20), none, false, "date", "6月20日", false);
+        row("due in the past", "", local(2026, 6, 15), none, false, "date", "6月15日", true);
+        row("due in the past, finished", "", local(2026, 6, 15), none, true, "date", "6月15日",
+            false);
+        row("due yesterday, chosen late in the day", "", local(2026, 6, 16, 23, 59), none, false,
+            "date", "6月16日", true);
     }
 
     void chips() {
