@@ -122,24 +122,22 @@ void TestTaskDialogController::submitHandsOutTheDraft_data() {
     QTest::addColumn<QDateTime>("expectedDue");
     QTest::addColumn<QDateTime>("expectedReminder");
 
-    QTest::newRow("title only, trimmed") << "  写周报 \n"
-                                         << "" << QDateTime() << QDateTime() << "写周报"
-                                         << "" << QDateTime() << QDateTime();
-    QTest::newRow("note trimmed at both ends") << "a"
-                                               << "\n 第一行\n第二行  \n"
-                                               << QDateTime() << QDateTime() << "a"
-                                               << "第一行\n第二行" << QDateTime() << QDateTime();
-    QTest::newRow("a day and no time") << "a"
-                                       << "" << local(2024, 6, 13) << QDateTime() << "a"
-                                       << "" << local(2024, 6, 13) << QDateTime();
-    QTest::newRow("a day and a time")
-        << "a"
-        << "" << local(2024, 6, 20) << local(2024, 6, 12, 9, 15) << "a"
-        << "" << local(2024, 6, 20) << local(2024, 6, 20, 9, 15);
-    QTest::newRow("a time and no day: today, even when passed")
-        << "a"
-        << "" << QDateTime() << local(2024, 6, 12, 8, 0) << "a"
-        << "" << local(2024, 6, 12) << local(2024, 6, 12, 8, 0);
+    const auto row = [](const char* tag, const char* title, const char* note, QDateTime day,
+                        QDateTime time, const char* expectedTitle, const char* expectedNote,
+                        QDateTime expectedDue, QDateTime expectedReminder) {
+        QTest::newRow(tag) << QString::fromUtf8(title) << QString::fromUtf8(note) << day << time
+                           << QString::fromUtf8(expectedTitle) << QString::fromUtf8(expectedNote)
+                           << expectedDue << expectedReminder;
+    };
+    const QDateTime none;
+    row("title only, trimmed", "  写周报 \n", "", none, none, "写周报", "", none, none);
+    row("note trimmed at both ends", "a", "\n 第一行\n第二行  \n", none, none, "a",
+        "第一行\n第二行", none, none);
+    row("a day and no time", "a", "", local(2024, 6, 13), none, "a", "", local(2024, 6, 13), none);
+    row("a day and a time", "a", "", local(2024, 6, 20), local(2024, 6, 12, 9, 15), "a", "",
+        local(2024, 6, 20), local(2024, 6, 20, 9, 15));
+    row("a time and no day: today, even when passed", "a", "", none, local(2024, 6, 12, 8, 0), "a",
+        "", local(2024, 6, 12), local(2024, 6, 12, 8, 0));
 }
 
 void TestTaskDialogController::submitHandsOutTheDraft() {
@@ -261,20 +259,18 @@ void TestTaskDialogController::blurRule_data() {
     QTest::addColumn<bool>("setTime");
     QTest::addColumn<bool>("closes");
 
-    QTest::newRow("new, untouched") << false << ""
-                                    << "" << false << false << true;
-    QTest::newRow("new, a blank in the title") << false << " "
-                                               << "" << false << false << false;
-    QTest::newRow("new, one character in the note") << false << ""
-                                                    << "x" << false << false << false;
-    QTest::newRow("new, a day only") << false << ""
-                                     << "" << true << false << false;
-    QTest::newRow("new, a time only") << false << ""
-                                      << "" << false << true << false;
-    QTest::newRow("edit, unchanged") << true << "周报"
-                                     << "草稿" << false << false << true;
-    QTest::newRow("edit, note emptied") << true << "周报"
-                                        << "" << false << false << false;
+    const auto row = [](const char* tag, bool editing, const char* title, const char* note,
+                        bool setDay, bool setTime, bool closes) {
+        QTest::newRow(tag) << editing << QString::fromUtf8(title) << QString::fromUtf8(note)
+                           << setDay << setTime << closes;
+    };
+    row("new, untouched", false, "", "", false, false, true);
+    row("new, a blank in the title", false, " ", "", false, false, false);
+    row("new, one character in the note", false, "", "x", false, false, false);
+    row("new, a day only", false, "", "", true, false, false);
+    row("new, a time only", false, "", "", false, true, false);
+    row("edit, unchanged", true, "周报", "草稿", false, false, true);
+    row("edit, note emptied", true, "周报", "", false, false, false);
 }
 
 void TestTaskDialogController::blurRule() {

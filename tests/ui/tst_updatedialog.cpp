@@ -158,7 +158,9 @@ private slots:
         if (const QString dir = qEnvironmentVariable("TAVIK_SCREENSHOT_DIR"); !dir.isEmpty()) {
             QDir().mkpath(dir);
             QTest::qWait(50);
-            const QString name = QString::fromLatin1(QTest::currentDataTag()).replace(' ', '-');
+            const QString name = QString::fromLatin1(QTest::currentDataTag())
+                                     .replace(QStringLiteral(", "), QStringLiteral(" "))
+                                     .replace(' ', '-');
             QVERIFY(window->grabWindow().save(
                 QStringLiteral("%1/update-%2-%3.png")
                     .arg(dir, name, qEnvironmentVariable("TAVIK_APPEARANCE", "default"))));
