@@ -177,13 +177,11 @@ void BoardDragController::assignCategory(const QUuid& taskId, std::optional<QUui
 }
 
 void BoardDragController::observeOrder(const QList<TaskItem*>& allTasks) {
-    QList<QUuid> order;
-    order.reserve(allTasks.size());
-    for (const TaskItem* task : allTasks)
-        order.append(task->id());
-    if (order == m_lastOrder)
+    // The board hands out the same shared list until its order changes, so the common case
+    // compares one pointer. The records are only compared, never read.
+    if (allTasks == m_lastOrder)
         return;
-    m_lastOrder = std::move(order);
+    m_lastOrder = allTasks;
     if (m_pendingDropClear)
         clearAfterDrop();
 }

@@ -82,5 +82,5 @@ private:
     QRectF m_categoryStripFrame;
     bool m_pendingDropClear = false;
     QTimer m_dropClearTimer;
-    QList<QUuid> m_lastOrder;
+    QList<TaskItem*> m_lastOrder;
 };

@@ -86,6 +86,17 @@ QTextListFormat bulletFormat() {
     return format;
 }
 
+// Puts the cursor's block into the bulleted list running above it, or starts one; a line
+// without a bullet ends the run. Answers the list the next line continues.
+QTextList* continueList(QTextCursor& cursor, QTextList* list, bool bullet) {
+    if (!bullet)
+        return nullptr;
+    if (!list)
+        return cursor.createList(bulletFormat());
+    list->add(cursor.block());
+    return list;
+}
+
 // A soft line break is a line of the note; an embedded object has no place in one.
 QString noteCharacters(const QString& fragment) {
     QString text = fragment;
@@ -215,14 +226,7 @@ void RichTextDocument::write(const RichText& text, QTextDocument* document) {
         } else if (!line.pieces.isEmpty()) {
             cursor.setBlockCharFormat(formatFor(line.pieces.first()));
         }
-        if (line.bullet) {
-            if (list)
-                list->add(cursor.block());
-            else
-                list = cursor.createList(bulletFormat());
-        } else {
-            list = nullptr;
-        }
+        list = continueList(cursor, list, line.bullet);
         for (const TextRun& piece : line.pieces)
             cursor.insertText(piece.text, formatFor(piece));
     }
@@ -384,14 +388,7 @@ void RichTextDocument::insert(const RichText& text, int start, int end) {
         const Line& line = lines.at(i);
         if (i > 0) {
             cursor.insertBlock(QTextBlockFormat(), formatFor(*lines.at(i - 1).newline));
-            if (line.bullet) {
-                if (list)
-                    list->add(cursor.block());
-                else
-                    list = cursor.createList(bulletFormat());
-            } else {
-                list = nullptr;
-            }
+            list = continueList(cursor, list, line.bullet);
         }
         for (const TextRun& piece : line.pieces)
             cursor.insertText(piece.text, formatFor(piece));
