@@ -5,7 +5,6 @@
 //
 // Run it on a real display or under xvfb-run; QT_QPA_PLATFORM=offscreen works too.
 #include "BenchFrames.h"
-#include "BoardController.h"
 #include "BoardModel.h"
 #include "Clock.h"
 #include "IsoCalendar.h"
@@ -14,6 +13,7 @@
 #include "Preferences.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "board/BoardController.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -111,7 +111,7 @@ int main(int argc, char* argv[]) {
     QQuickView view(&engine, nullptr);
     view.setInitialProperties({{QStringLiteral("controller"), QVariant::fromValue(&controller)}});
     view.setResizeMode(QQuickView::SizeRootObjectToView);
-    view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/BoardView.qml")));
+    view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/board/BoardView.qml")));
     if (view.status() != QQuickView::Ready) {
         for (const QQmlError& e : view.errors())
             std::fprintf(stderr, "%s\n", qPrintable(e.toString()));

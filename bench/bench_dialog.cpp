@@ -3,12 +3,12 @@
 // recomputed on each refresh), and on screen the card's opening and the time list's
 // appearance until the first frame. Run under QT_QPA_PLATFORM=offscreen.
 #include "BenchFrames.h"
-#include "CalendarGridModel.h"
-#include "CategoryListModel.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
 #include "TaskCategory.h"
-#include "TimeListModel.h"
+#include "lists/CategoryListModel.h"
+#include "pickers/CalendarGridModel.h"
+#include "pickers/TimeListModel.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>

@@ -10,7 +10,6 @@
 // (the placeholder leaving one 2,000-row list for another), as wall time and this thread's CPU.
 
 #include "BenchSupport.h"
-#include "BoardController.h"
 #include "BoardModel.h"
 #include "Clock.h"
 #include "IsoCalendar.h"
@@ -18,7 +17,8 @@
 #include "Notifications.h"
 #include "Preferences.h"
 #include "TaskItem.h"
-#include "TaskListModel.h"
+#include "board/BoardController.h"
+#include "board/TaskListModel.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 // The note editor's conversions: loading a note into the editor's document, and reading the
 // document back into the working copy, which the drawer does after every change of the note.
 #include "RichText.h"
-#include "RichTextDocument.h"
+#include "text/RichTextDocument.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>

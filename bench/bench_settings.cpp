@@ -4,8 +4,8 @@
 // on a hidden window (the layout and fit without the animation), and the update dialog from
 // construction to its first frame. Run under QT_QPA_PLATFORM=offscreen.
 #include "BenchFrames.h"
-#include "SettingsWindowController.h"
-#include "UpdateDialogController.h"
+#include "settings/SettingsWindowController.h"
+#include "settings/UpdateDialogController.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>

@@ -1,7 +1,6 @@
 #include "AppDelegate.h"
 
 #include "AppVersion.h"
-#include "BoardController.h"
 #include "BoardModel.h"
 #include "DayChangeWatcher.h"
 #include "DemoData.h"
@@ -12,15 +11,16 @@
 #include "ReminderResponseRouter.h"
 #include "ReminderScheduler.h"
 #include "ScheduleReconciler.h"
-#include "SettingsWindowController.h"
 #include "SoundPlayer.h"
 #include "StatusItem.h"
-#include "TaskDrawerController.h"
 #include "TavikPersistence.h"
 #include "TodayOpenCount.h"
 #include "UpdateCheckResult.h"
-#include "UpdateDialogController.h"
 #include "UpdaterController.h"
+#include "board/BoardController.h"
+#include "drawer/TaskDrawerController.h"
+#include "settings/SettingsWindowController.h"
+#include "settings/UpdateDialogController.h"
 
 #include <QApplication>
 #include <QGuiApplication>
@@ -265,7 +265,7 @@ void AppDelegate::buildWindow() {
     ensureEngine();
     m_engine->setInitialProperties({{QStringLiteral("board"), QVariant::fromValue(m_board.get())},
                                     {QStringLiteral("app"), QVariant::fromValue(this)}});
-    m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/BoardWindow.qml")));
+    m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/board/BoardWindow.qml")));
     if (m_engine->rootObjects().isEmpty()) {
         qCCritical(lcApp) << "the board window failed to load";
         return;

@@ -3,13 +3,13 @@
 // A board controller on a real store with a clock that stands still, for the tests of the
 // board's screen rules.
 
-#include "BoardController.h"
 #include "BoardModel.h"
 #include "BoardTestSupport.h"
 #include "Clock.h"
 #include "IsoCalendar.h"
 #include "Notifications.h"
 #include "TaskCategory.h"
+#include "board/BoardController.h"
 
 #include <QStringList>
 #include <memory>

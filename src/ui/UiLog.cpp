@@ -1,3 +1,0 @@
-#include "UiLog.h"
-
-Q_LOGGING_CATEGORY(lcUi, "dev.orlen.tavik.ui", QtInfoMsg)

@@ -1,0 +1,3 @@
+#include "theme/UiLog.h"
+
+Q_LOGGING_CATEGORY(lcUi, "dev.orlen.tavik.ui", QtInfoMsg)

@@ -1,0 +1,179 @@
+// The list models announce every change as the right inserts, removals and moves: a copy
+// kept only from their signals always equals the list they were given.
+#include "ModelMirror.h"
+#include "TaskItem.h"
+#include "board/ListDiff.h"
+#include "board/TaskListModel.h"
+
+#include <QAbstractItemModelTester>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+#include <memory>
+
+namespace {
+
+QStringList titles(const QList<TaskItem*>& tasks) {
+    QStringList result;
+    for (const TaskItem* task : tasks)
+        result << task->title();
+    return result;
+}
+
+// Lists are written as strings of one-letter titles: "abc" is a, b, c.
+QList<TaskItem*> pick(const QList<TaskItem*>& pool, const QString& letters) {
+    QList<TaskItem*> result;
+    for (QChar letter : letters)
+        result << pool.at(letter.unicode() - u'a');
+    return result;
+}
+
+int countOf(const QList<ListDiff::Step>& steps, ListDiff::StepKind kind) {
+    return int(std::count_if(steps.cbegin(), steps.cend(),
+                             [kind](const ListDiff::Step& step) { return step.kind == kind; }));
+}
+
+} // namespace
+
+class TestTaskListModel : public QObject {
+    Q_OBJECT
+
+private:
+    std::vector<std::unique_ptr<TaskItem>> m_tasks;
+    QList<TaskItem*> m_pool;
+
+private slots:
+    void initTestCase() {
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        for (char letter = 'a'; letter <= 'z'; ++letter) {
+            m_tasks.push_back(std::make_unique<TaskItem>(QString(QChar(letter)), 0, now));
+            m_pool << m_tasks.back().get();
+        }
+    }
+
+    // The fewest steps for the common changes: a row dragged far is one move, a burst of
+    // new rows is one insert.
+    void steps_data() {
+        QTest::addColumn<QString>("from");
+        QTest::addColumn<QString>("to");
+        QTest::addColumn<int>("removes");
+        QTest::addColumn<int>("inserts");
+        QTest::addColumn<int>("moves");
+
+        const auto row = [](const char* tag, const char* from, const char* to, int removes,
+                            int inserts, int moves) {
+            QTest::newRow(tag) << QString::fromLatin1(from) << QString::fromLatin1(to) << removes
+                               << inserts << moves;
+        };
+        row("same", "abcdef", "abcdef", 0, 0, 0);
+        row("top to bottom", "abcdef", "bcdefa", 0, 0, 1);
+        row("bottom to top", "abcdef", "fabcde", 0, 0, 1);
+        row("neighbours swap", "abcdef", "abdcef", 0, 0, 1);
+        row("reversed", "abcd", "dcba", 0, 0, 3);
+        row("one leaves", "abcdef", "abdef", 1, 0, 0);
+        row("a run leaves", "abcdef", "aef", 1, 0, 0);
+        row("two runs leave", "abcdef", "bcf", 2, 0, 0);
+        row("a run arrives", "af", "abcdef", 0, 1, 0);
+        row("from nothing", "", "abc", 0, 1, 0);
+        row("to nothing", "abc", "", 1, 0, 0);
+        row("all replaced", "abc", "xyz", 1, 1, 0);
+        row("mixed", "abcdefg", "xbgdcey", 2, 2, 2);
+    }
+
+    void steps() {
+        QFETCH(QString, from);
+        QFETCH(QString, to);
+        QFETCH(int, removes);
+        QFETCH(int, inserts);
+        QFETCH(int, moves);
+
+        const QList<TaskItem*> source = pick(m_pool, from);
+        const QList<TaskItem*> target = pick(m_pool, to);
+        const QList<ListDiff::Step> steps = ListDiff::steps(source, target);
+        QList<TaskItem*> rows = source;
+        for (const ListDiff::Step& step : steps)
+            ListDiff::apply(rows, step, target);
+        QCOMPARE(titles(rows), titles(target));
+        QCOMPARE(countOf(steps, ListDiff::StepKind::remove), removes);
+        QCOMPARE(countOf(steps, ListDiff::StepKind::insert), inserts);
+        QCOMPARE(countOf(steps, ListDiff::StepKind::move), moves);
+    }
+
+    void randomChangesKeepTheModelAndItsSignalsInStep() {
+        TaskListModel model(Bucket::today);
+        QAbstractItemModelTester tester(&model,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        ModelMirror mirror(&model, TaskListModel::TitleRole);
+        QSignalSpy resets(&model, &QAbstractItemModel::modelAboutToBeReset);
+        QRandomGenerator random(20260617);
+
+        QList<TaskItem*> current;
+        for (int round = 0; round < 400; ++round) {
+            // Keep some rows, in a shuffled order with a few displaced, then add some.
+            QList<TaskItem*> next;
+            for (TaskItem* task : std::as_const(current)) {
+                if (random.bounded(5) != 0)
+                    next << task;
+            }
+            for (int swaps = int(random.bounded(3)); swaps > 0 && next.size() > 1; --swaps)
+                next.move(random.bounded(int(next.size())), random.bounded(int(next.size())));
+            for (TaskItem* task : std::as_const(m_pool)) {
+                if (!next.contains(task) && random.bounded(6) == 0)
+                    next.insert(random.bounded(int(next.size()) + 1), task);
+            }
+            model.setTasks(next);
+            current = next;
+            QCOMPARE(titles(model.tasks()), titles(next));
+            QCOMPARE(mirror.rows(), titles(next));
+            QCOMPARE(model.count(), next.size());
+        }
+        QCOMPARE(resets.count(), 0);
+    }
+
+    void aHugeChangeIsAReset() {
+        std::vector<std::unique_ptr<TaskItem>> many;
+        QList<TaskItem*> forward;
+        const QDateTime now = QDateTime::currentDateTimeUtc();
+        for (int i = 0; i < 2 * TaskListModel::maxAnimatedSteps; ++i) {
+            many.push_back(std::make_unique<TaskItem>(QString::number(i), 0, now));
+            forward << many.back().get();
+        }
+        TaskListModel model(Bucket::later);
+        model.setTasks(forward);
+        ModelMirror mirror(&model, TaskListModel::TitleRole);
+        QSignalSpy resets(&model, &QAbstractItemModel::modelAboutToBeReset);
+        QList<TaskItem*> backward(forward.crbegin(), forward.crend());
+        model.setTasks(backward);
+        QCOMPARE(resets.count(), 1);
+        QCOMPARE(mirror.rows(), titles(backward));
+    }
+
+    void rowsFollowTheirTasksFields() {
+        TaskListModel model(Bucket::today);
+        const QList<TaskItem*> tasks = pick(m_pool, QStringLiteral("abc"));
+        model.setTasks(tasks);
+        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+
+        // Only rows of this model answer; strangers are ignored.
+        model.refreshTasks({tasks[2], m_pool[20]});
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.first().at(0).toModelIndex().row(), 2);
+
+        model.setCompletingIds({tasks[0]->id(), m_pool[21]->id()});
+        model.setCompletingIds({tasks[0]->id(), m_pool[21]->id()});
+        model.setCompletingIds({tasks[1]->id()});
+        QCOMPARE(changed.count(), 4); // a on; then a off and b on
+        QVERIFY(!model.data(model.index(0), TaskListModel::CompletingRole).toBool());
+        QVERIFY(model.data(model.index(1), TaskListModel::CompletingRole).toBool());
+
+        model.removeTask(tasks[1]);
+        model.removeTask(tasks[1]);
+        QCOMPARE(titles(model.tasks()), QStringList({"a", "c"}));
+        QCOMPARE(model.indexOfId(tasks[2]->id().toString()), 1);
+        QCOMPARE(model.indexOfId(QStringLiteral("not an id")), -1);
+        QCOMPARE(model.taskAt(5), nullptr);
+    }
+};
+
+QTEST_MAIN(TestTaskListModel)
+#include "tst_tasklistmodel.moc"
