@@ -18,6 +18,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <limits>
 
 namespace {
 
@@ -124,48 +125,12 @@ private:
     QTemporaryDir m_dir;
 };
 
-QStringList demoColumn(const QString& column) {
-    if (column == QLatin1String("later"))
-        return {QStringLiteral("买一份生日礼物"), QStringLiteral("规划 Q3 副业项目"),
-                QStringLiteral("读一篇长文")};
-    if (column == QLatin1String("thisWeek"))
-        return {QStringLiteral("预约牙医"), QStringLiteral("重构同步层")};
-    if (column == QLatin1String("today"))
-        return {QStringLiteral("发布落地页"),
-                QStringLiteral("给爸妈打个电话"),
-                QStringLiteral("健身房练背"),
-                QStringLiteral("买菜做晚饭"),
-                QStringLiteral("回复客户的合作邮件"),
-                QStringLiteral("写每周回顾"),
-                QStringLiteral("15:00 和设计师过一遍新版方案")};
-    return {QStringLiteral("晨练")};
-}
-
-const QStringList kColumns{QStringLiteral("later"), QStringLiteral("thisWeek"),
-                           QStringLiteral("today"), QStringLiteral("done")};
-
 QJsonObject parseObject(const QByteArray& json) {
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(json, &error);
     if (error.error != QJsonParseError::NoError)
         qWarning("not JSON: %s", qPrintable(error.errorString()));
     return document.object();
-}
-
-QByteArray withVersion(QByteArray document, int version) {
-    QJsonObject root = parseObject(document);
-    root.insert(QStringLiteral("version"), version);
-    return QJsonDocument(root).toJson();
-}
-
-QByteArray withTaskField(QByteArray document, const QString& field) {
-    QJsonObject root = parseObject(document);
-    QJsonArray tasks = root.value(QStringLiteral("tasks")).toArray();
-    QJsonObject task = tasks.at(0).toObject();
-    task.insert(field, true);
-    tasks.replace(0, task);
-    root.insert(QStringLiteral("tasks"), tasks);
-    return QJsonDocument(root).toJson();
 }
 
 } // namespace
@@ -189,61 +154,45 @@ private slots:
         QCOMPARE(parseObject(m_demoBackup).value(QStringLiteral("tasks")).toArray().size(), 13);
     }
 
-    void listJson_data() {
-        QTest::addColumn<QString>("column");
-        QTest::newRow("whole board") << QString();
-        for (const QString& column : kColumns)
-            QTest::newRow(qPrintable(column)) << column;
-    }
-
+    // The demo board at the moment it was seeded: every column in board order, days and
+    // reminders with their offsets, lists by name.
     void listJson() {
-        QFETCH(QString, column);
         Home home;
-        QStringList arguments{QStringLiteral("--seed-demo"), QStringLiteral("--list")};
-        if (!column.isEmpty())
-            arguments << column;
-        arguments << QStringLiteral("--json") << QStringLiteral("--at") << kSeedMoment;
-        const Result result = home.run(arguments);
+        const Result result =
+            home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
+                      QStringLiteral("--json"), QStringLiteral("--at"), kSeedMoment});
         QCOMPARE(result.exitCode, 0);
         QVERIFY2(result.err.isEmpty(), result.err.constData());
 
         const QJsonObject root = parseObject(result.out);
         QCOMPARE(QDateTime::fromString(root.value(QStringLiteral("now")).toString(), Qt::ISODate),
                  local(kSeedDay, QTime(16, 0)));
-        const QJsonArray columns = root.value(QStringLiteral("columns")).toArray();
-        const QStringList expectedColumns = column.isEmpty() ? kColumns : QStringList{column};
-        QCOMPARE(columns.size(), expectedColumns.size());
-
         const QRegularExpression withOffset(QStringLiteral(R"((Z|[+-]\d\d:\d\d)$)"));
-        for (qsizetype c = 0; c < columns.size(); ++c) {
-            const QJsonObject shown = columns.at(c).toObject();
-            QCOMPARE(shown.value(QStringLiteral("column")).toString(), expectedColumns.at(c));
-            QStringList titles;
-            for (const QJsonValue& value : shown.value(QStringLiteral("tasks")).toArray()) {
-                const QJsonObject task = value.toObject();
-                const QString title = task.value(QStringLiteral("title")).toString();
-                titles << title;
-                const QString dueDate = task.value(QStringLiteral("dueDate")).toString();
-                const QString reminderAt = task.value(QStringLiteral("reminderAt")).toString();
-                if (expectedColumns.at(c) == QLatin1String("today")) {
-                    QVERIFY2(withOffset.match(dueDate).hasMatch(), qPrintable(dueDate));
-                    QCOMPARE(QDateTime::fromString(dueDate, Qt::ISODateWithMs),
-                             local(kSeedDay, QTime(0, 0)));
-                } else {
-                    QVERIFY(task.value(QStringLiteral("dueDate")).isNull());
-                }
-                if (title.startsWith(QLatin1String("15:00"))) {
-                    QVERIFY2(withOffset.match(reminderAt).hasMatch(), qPrintable(reminderAt));
-                    QCOMPARE(QDateTime::fromString(reminderAt, Qt::ISODateWithMs),
-                             local(kSeedDay, QTime(15, 0)));
-                }
-                if (title == QLatin1String("预约牙医"))
-                    QCOMPARE(task.value(QStringLiteral("list")).toString(), QStringLiteral("个人"));
-                if (title == QLatin1String("给爸妈打个电话"))
-                    QVERIFY(task.value(QStringLiteral("list")).isNull());
+        QStringList shape;
+        for (const QJsonValue& column : root.value(QStringLiteral("columns")).toArray()) {
+            const QJsonArray tasks = column[QStringLiteral("tasks")].toArray();
+            shape << QStringLiteral("%1 %2")
+                         .arg(column[QStringLiteral("column")].toString())
+                         .arg(tasks.size());
+            qint64 previous = std::numeric_limits<qint64>::max();
+            for (const QJsonValue& task : tasks) {
+                const qint64 sortIndex = task[QStringLiteral("sortIndex")].toString().toLongLong();
+                QVERIFY(sortIndex < previous);
+                previous = sortIndex;
             }
-            QCOMPARE(titles, demoColumn(expectedColumns.at(c)));
         }
+        QCOMPARE(shape, (QStringList{"later 3", "thisWeek 2", "today 7", "done 1"}));
+
+        const QJsonObject meeting =
+            root[QStringLiteral("columns")][2][QStringLiteral("tasks")][6].toObject();
+        QCOMPARE(meeting[QStringLiteral("list")].toString(), QStringLiteral("工作"));
+        const QString dueDate = meeting[QStringLiteral("dueDate")].toString();
+        const QString reminderAt = meeting[QStringLiteral("reminderAt")].toString();
+        QVERIFY2(withOffset.match(dueDate).hasMatch(), qPrintable(dueDate));
+        QCOMPARE(QDateTime::fromString(dueDate, Qt::ISODateWithMs), local(kSeedDay, QTime(0, 0)));
+        QVERIFY2(withOffset.match(reminderAt).hasMatch(), qPrintable(reminderAt));
+        QCOMPARE(QDateTime::fromString(reminderAt, Qt::ISODateWithMs),
+                 local(kSeedDay, QTime(15, 0)));
     }
 
     void listJsonNotes_data() {
@@ -259,16 +208,8 @@ private slots:
                                    << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
                                                  R"({"text":"，然后\n","italic":true},)"
                                                  R"({"text":"鸡蛋","bullet":true}]})");
-        QTest::newRow("runs read as decoded")
-            << shopping
-            << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true,"italic":false},)"
-                          R"({"text":"","underline":true},{"text":"，然后\n鸡蛋"}]})")
-            << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},{"text":"，然后\n鸡蛋"}]})");
         QTest::newRow("undecodable bytes") << shopping << QByteArray("\x80{runs") << QByteArray();
-        QTest::newRow("JSON of another shape")
-            << shopping << QByteArray(R"({"runs":"买牛奶"})") << QByteArray();
         QTest::newRow("plain note only") << shopping << QByteArray() << QByteArray();
-        QTest::newRow("no note") << QString() << QByteArray() << QByteArray();
     }
 
     void listJsonNotes() {
@@ -299,11 +240,6 @@ private slots:
         QCOMPARE(tasks.size(), 1);
         const QJsonObject shown = tasks.at(0).toObject();
         QCOMPARE(shown.value(QStringLiteral("title")).toString(), QStringLiteral("带备注"));
-        // The fields that were there before the note keep their place.
-        for (const char* field :
-             {"id", "list", "listId", "dueDate", "reminderAt", "completed", "sortIndex"})
-            QVERIFY2(shown.contains(QLatin1String(field)), field);
-        QVERIFY(shown.value(QStringLiteral("note")).isString());
         QCOMPARE(shown.value(QStringLiteral("note")).toString(), note);
         if (richNote.isEmpty())
             QVERIFY(shown.value(QStringLiteral("richNote")).isNull());
@@ -335,25 +271,16 @@ private slots:
                                         QStringLiteral("--at"), kSeedMoment});
         QCOMPARE(result.exitCode, 0);
         const QStringList lines = QString::fromUtf8(result.out).split(u'\n');
-        QVERIFY(lines.contains(QStringLiteral("later 稍后 (3)")));
-        QVERIFY(lines.contains(QStringLiteral("thisWeek 本周 (2)")));
         QVERIFY(lines.contains(QStringLiteral("today 今天 (7)")));
-        QVERIFY(lines.contains(QStringLiteral("done 已完成 (1)")));
         QVERIFY(lines.contains(QStringLiteral(
             "  15:00 和设计师过一遍新版方案  list 工作  day 2026-11-24  reminder 15:00")));
-        QVERIFY(lines.contains(QStringLiteral("  给爸妈打个电话  day 2026-11-24")));
         QVERIFY(lines.contains(QStringLiteral("  读一篇长文  list 个人")));
-        // Board order: the largest sortIndex first.
-        QVERIFY(lines.indexOf(QStringLiteral("  发布落地页  list 工作  day 2026-11-24")) <
-                lines.indexOf(QStringLiteral("  给爸妈打个电话  day 2026-11-24")));
     }
 
     void countToday_data() {
         QTest::addColumn<QString>("at");
         QTest::addColumn<QByteArray>("expected");
         QTest::newRow("seeding moment") << kSeedMoment << QByteArray("7\n");
-        QTest::newRow("last minute of the day")
-            << QStringLiteral("2026-11-24T23:59:59") << QByteArray("7\n");
         // Placed in today by hand: gone from today when the day ends.
         QTest::newRow("next morning") << QStringLiteral("2026-11-25T00:00:00") << QByteArray("0\n");
     }
@@ -411,10 +338,8 @@ private slots:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<bool>("storeExists");
         const QList<QStringList> commands{
-            {QStringLiteral("--list")},
             {QStringLiteral("--list"), QStringLiteral("today"), QStringLiteral("--json")},
             {QStringLiteral("--count-today")},
-            {QStringLiteral("--export")},
             {QStringLiteral("--export"), QStringLiteral("backup.json")},
         };
         for (const QStringList& command : commands) {
@@ -449,17 +374,6 @@ private slots:
             QVERIFY(!QFileInfo::exists(home.dataHome()));
     }
 
-    void emptyBoardWithoutStore() {
-        Home home;
-        const Result count = home.run({QStringLiteral("--count-today")});
-        QCOMPARE(count.out, QByteArray("0\n"));
-        const Result exported = home.run({QStringLiteral("--export")});
-        QCOMPARE(exported.exitCode, 0);
-        const QJsonObject root = parseObject(exported.out);
-        QCOMPARE(root.value(QStringLiteral("tasks")).toArray().size(), 0);
-        QCOMPARE(root.value(QStringLiteral("categories")).toArray().size(), 0);
-    }
-
     void exportImportExport() {
         Home home;
         const Result backup =
@@ -485,54 +399,31 @@ private slots:
                  home.run(QStringList{QStringLiteral("--seed-demo")} + list).out);
     }
 
+    // The command line's own refusals; the archive's refusals are the archive's tests.
     void importRefusals_data() {
-        QTest::addColumn<QString>("store"); // "none", "empty" or "task"
-        QTest::addColumn<QString>(
-            "file"); // "demo", "garbage", "unknownField", "version2", "missing"
+        QTest::addColumn<bool>("storeHasATask");
+        QTest::addColumn<QByteArray>("file"); // empty: no such file
         QTest::addColumn<QString>("reason");
-        QTest::newRow("store with a task") << "task"
-                                           << "demo"
-                                           << "already holds 1 tasks";
-        QTest::newRow("not JSON, no store") << "none"
-                                            << "garbage"
-                                            << "is not a Tavik backup";
-        QTest::newRow("not JSON, empty store") << "empty"
-                                               << "garbage"
-                                               << "not valid JSON";
-        QTest::newRow("unknown field") << "empty"
-                                       << "unknownField"
-                                       << "unknown field \"priority\"";
-        QTest::newRow("unknown version") << "none"
-                                         << "version2"
-                                         << "unsupported format version 2";
-        QTest::newRow("no such file") << "task"
-                                      << "missing"
-                                      << "cannot read";
+        QTest::newRow("store with a task") << true << QByteArray() << "already holds 1 tasks";
+        QTest::newRow("not JSON, no store")
+            << false << QByteArray("garbage\n") << "is not a Tavik backup";
+        QTest::newRow("no such file") << true << QByteArray() << "cannot read";
     }
 
     void importRefusals() {
-        QFETCH(QString, store);
-        QFETCH(QString, file);
+        QFETCH(bool, storeHasATask);
+        QFETCH(QByteArray, file);
         QFETCH(QString, reason);
         Home home;
-        if (store != QLatin1String("none")) {
+        if (storeHasATask) {
             auto context = home.openStore();
             QVERIFY(context);
-            if (store == QLatin1String("task")) {
-                context->insert(
-                    new TaskItem(QStringLiteral("mine"), 1, local(kSeedDay, QTime(8, 0))));
-                QVERIFY(context->save());
-            }
+            context->insert(new TaskItem(QStringLiteral("mine"), 1, local(kSeedDay, QTime(8, 0))));
+            QVERIFY(context->save());
         }
-        QByteArray content = m_demoBackup;
-        if (file == QLatin1String("garbage"))
-            content = "garbage, not JSON\n";
-        else if (file == QLatin1String("unknownField"))
-            content = withTaskField(m_demoBackup, QStringLiteral("priority"));
-        else if (file == QLatin1String("version2"))
-            content = withVersion(m_demoBackup, 2);
-        if (file != QLatin1String("missing"))
-            QVERIFY(home.writeFile(QStringLiteral("backup.json"), content));
+        if (!file.isEmpty() || !reason.startsWith(QLatin1String("cannot")))
+            QVERIFY(home.writeFile(QStringLiteral("backup.json"),
+                                   file.isEmpty() ? m_demoBackup : file));
         QTest::qWait(20);
         const QStringList before = home.state();
 
@@ -547,10 +438,6 @@ private slots:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<bool>("demo");
         QTest::newRow("--list") << QStringList{QStringLiteral("--list")} << false;
-        QTest::newRow("--list --json")
-            << QStringList{QStringLiteral("--list"), QStringLiteral("--json")} << false;
-        QTest::newRow("--count-today") << QStringList{QStringLiteral("--count-today")} << false;
-        QTest::newRow("--export") << QStringList{QStringLiteral("--export")} << false;
         QTest::newRow("--import") << QStringList{QStringLiteral("--import"),
                                                  QStringLiteral("demo.json")}
                                   << false;
@@ -588,11 +475,6 @@ private slots:
         QTest::addColumn<QString>("reason");
         QTest::newRow("unknown column")
             << QStringList{QStringLiteral("--list"), QStringLiteral("Today")} << "--list takes";
-        QTest::newRow("two columns")
-            << QStringList{QStringLiteral("--list"), QStringLiteral("today"),
-                           QStringLiteral("later")}
-            << "--list takes";
-        QTest::newRow("json alone") << QStringList{QStringLiteral("--json")} << "--json";
         QTest::newRow("json with count")
             << QStringList{QStringLiteral("--count-today"), QStringLiteral("--json")} << "--json";
         QTest::newRow("two commands")
@@ -604,15 +486,10 @@ private slots:
             << QStringList{QStringLiteral("--import"), QStringLiteral("x.json"),
                            QStringLiteral("--seed-demo")}
             << "--seed-demo";
-        QTest::newRow("unknown option")
-            << QStringList{QStringLiteral("--list"), QStringLiteral("--colour")} << "colour";
         QTest::newRow("bad moment")
             << QStringList{QStringLiteral("--count-today"), QStringLiteral("--at"),
                            QStringLiteral("tomorrow")}
             << "--at";
-        QTest::newRow("count with argument")
-            << QStringList{QStringLiteral("--count-today"), QStringLiteral("today")}
-            << "no argument";
     }
 
     void usageErrors() {
@@ -625,17 +502,6 @@ private slots:
         QVERIFY2(QString::fromUtf8(result.err).contains(reason), result.err.constData());
         QVERIFY(result.err.contains("tavik --help"));
         QVERIFY(!QFileInfo::exists(home.dataHome()));
-    }
-
-    void help() {
-        Home home;
-        const Result result = home.run({QStringLiteral("--help")});
-        QCOMPARE(result.exitCode, 0);
-        const QString text = QString::fromUtf8(result.out);
-        for (const char* option :
-             {"--list", "--json", "--count-today", "--export", "--import", "--seed-demo", "--at"})
-            QVERIFY2(text.contains(QLatin1String(option)), option);
-        QVERIFY(text.contains(QStringLiteral("NOT narrowed")));
     }
 };
 

@@ -1,4 +1,5 @@
 #include "BoardTestSupport.h"
+#include "Fixtures.h"
 #include "TaskItem.h"
 #include "TaskReorder.h"
 
@@ -30,9 +31,6 @@ struct Column {
     }
 };
 
-constexpr int bottom = -1; // no `before` row
-constexpr int absent = -2; // a `before` row that is not in the column
-
 } // namespace
 
 class TestTaskReorder : public QObject {
@@ -46,65 +44,39 @@ private slots:
     void placedRowStandsBetweenNeighbours();
 };
 
+// data/reorder.json: a column's values, the row the task goes before (an index, "bottom" or
+// "absent": a row not in the column), and what every row holds afterwards.
 void TestTaskReorder::place_data() {
-    QTest::addColumn<QList<qint64>>("column");
-    QTest::addColumn<int>("beforeRow");
-    QTest::addColumn<qint64>("expected");
-    QTest::addColumn<QList<qint64>>("columnAfter");
-    QTest::addColumn<QList<int>>("stampedRows");
-
-    using L = QList<qint64>;
-    using R = QList<int>;
-    QTest::newRow("empty column") << L{} << bottom << qint64(0) << L{} << R{};
-    QTest::newRow("top") << L{5000, 10} << 0 << qint64(6024) << L{5000, 10} << R{};
-    QTest::newRow("bottom") << L{7, -3} << bottom << qint64(-1027) << L{7, -3} << R{};
-    QTest::newRow("between 2048 and 1024")
-        << L{2048, 1024} << 1 << qint64(1536) << L{2048, 1024} << R{};
-    QTest::newRow("between 3 and 1") << L{3, 1} << 1 << qint64(2) << L{3, 1} << R{};
-    QTest::newRow("between -1 and -4 truncates toward zero")
-        << L{-1, -4} << 1 << qint64(-2) << L{-1, -4} << R{};
-    QTest::newRow("between 5 and 2 rounds down") << L{5, 2} << 1 << qint64(3) << L{5, 2} << R{};
-    QTest::newRow("between -2 and -5 rounds up")
-        << L{-2, -5} << 1 << qint64(-3) << L{-2, -5} << R{};
-    QTest::newRow("between 5 and 4 renumbers the tail")
-        << L{9, 5, 4, 1} << 2 << qint64(-1019) << L{9, 5, -2043, -3067} << R{2, 3};
-    QTest::newRow("between equal values renumbers")
-        << L{9, 5, 5, 1} << 2 << qint64(-1019) << L{9, 5, -2043, -3067} << R{2, 3};
-    QTest::newRow("values running the wrong way renumber in column order")
-        << L{9, 3, 6, 8} << 2 << qint64(-1021) << L{9, 3, -2045, -3069} << R{2, 3};
-    QTest::newRow("renumbering just above the last row")
-        << L{100, 99} << 1 << qint64(-924) << L{100, -1948} << R{1};
-    QTest::newRow("before row absent means bottom")
-        << L{3000, 2000} << absent << qint64(976) << L{3000, 2000} << R{};
-    QTest::newRow("before the first of equal ids")
-        << L{2048, 0} << 1 << qint64(1024) << L{2048, 0} << R{};
+    QTest::addColumn<QJsonObject>("row");
+    for (const QJsonValue& row : Fixture::rows(QStringLiteral("reorder.json")))
+        Fixture::newRow(row.toObject()) << row.toObject();
 }
 
 void TestTaskReorder::place() {
-    QFETCH(QList<qint64>, column);
-    QFETCH(int, beforeRow);
-    QFETCH(qint64, expected);
-    QFETCH(QList<qint64>, columnAfter);
-    QFETCH(QList<int>, stampedRows);
-
+    QFETCH(QJsonObject, row);
+    const auto numbers = [&row](const char* key) {
+        QList<qint64> out;
+        for (const QJsonValue& value : row.value(QLatin1String(key)).toArray())
+            out.append(value.toInteger());
+        return out;
+    };
     const QDateTime created = local(2024, 6, 1, 9, 0);
     const QDateTime now = local(2024, 6, 12, 10, 0);
-    Column rows(column, created);
+    Column rows(numbers("column"), created);
     TaskItem task(QStringLiteral("placed"), 123456, created);
     TaskItem stranger(QStringLiteral("elsewhere"), 1, created);
-
-    const TaskItem* before = beforeRow >= 0        ? rows.list.at(beforeRow)
-                             : beforeRow == absent ? &stranger
-                                                   : nullptr;
+    const QJsonValue beforeRow = row.value("before");
+    const TaskItem* before = beforeRow.isDouble() ? rows.list.at(beforeRow.toInt())
+                             : beforeRow.toString() == QLatin1String("absent") ? &stranger
+                                                                               : nullptr;
     TaskReorder::place(&task, before, rows.list, now);
 
-    QCOMPARE(task.sortIndex(), expected);
+    QCOMPARE(task.sortIndex(), row.value("expected").toInteger());
     QCOMPARE(task.updatedAt(), now);
-    QCOMPARE(rows.values(), columnAfter);
-    for (int i = 0; i < rows.list.size(); ++i) {
-        const QDateTime expectedStamp = stampedRows.contains(i) ? now : created;
-        QCOMPARE(rows.list.at(i)->updatedAt(), expectedStamp);
-    }
+    QCOMPARE(rows.values(), numbers("after"));
+    const QList<qint64> stamped = numbers("stamped");
+    for (int i = 0; i < rows.list.size(); ++i)
+        QCOMPARE(rows.list.at(i)->updatedAt(), stamped.contains(i) ? now : created);
 }
 
 // With the gap of 1024, inserting again and again right above the same row goes by bisection

