@@ -40,7 +40,6 @@ private slots:
 
     void place_data();
     void place();
-    void bisectionLastsTenInsertions();
     void placedRowStandsBetweenNeighbours();
 };
 
@@ -77,39 +76,6 @@ void TestTaskReorder::place() {
     const QList<qint64> stamped = numbers("stamped");
     for (int i = 0; i < rows.list.size(); ++i)
         QCOMPARE(rows.list.at(i)->updatedAt(), stamped.contains(i) ? now : created);
-}
-
-// With the gap of 1024, inserting again and again right above the same row goes by bisection
-// ten times, writing one row each; the eleventh renumbers the rows under the spot.
-void TestTaskReorder::bisectionLastsTenInsertions() {
-    const QDateTime created = local(2024, 6, 1, 9, 0);
-    Column rows({2048, 1024, 0}, created);
-    TaskItem* anchor = rows.list.at(1); // every insertion goes right above this row
-    std::vector<std::unique_ptr<TaskItem>> inserted;
-
-    for (int round = 1; round <= 11; ++round) {
-        const QDateTime now = created.addSecs(round);
-        const QList<qint64> valuesBefore = rows.values();
-        inserted.push_back(std::make_unique<TaskItem>(QStringLiteral("new"), 0, created));
-        TaskItem* task = inserted.back().get();
-
-        TaskReorder::place(task, anchor, rows.list, now);
-        int touched = 0;
-        for (int i = 0; i < rows.list.size(); ++i)
-            touched += rows.list.at(i)->sortIndex() != valuesBefore.at(i) ? 1 : 0;
-        if (round <= 10) {
-            QCOMPARE(touched, 0);
-            QVERIFY(task->sortIndex() > anchor->sortIndex());
-        } else {
-            // The anchor and the row under it moved down by whole gaps.
-            QCOMPARE(touched, 2);
-            QCOMPARE(task->sortIndex(), qint64(1025 - 1024));
-            QCOMPARE(anchor->sortIndex(), qint64(1025 - 2048));
-            QCOMPARE(rows.list.last()->sortIndex(), qint64(1025 - 3072));
-        }
-        rows.list.insert(rows.list.indexOf(anchor), task);
-    }
-    QCOMPARE(inserted.at(9)->sortIndex(), qint64(1025));
 }
 
 // Whatever the starting values, even with ties, a placed row ends strictly between its

@@ -37,7 +37,6 @@ private slots:
     void cleanup();
 
     void deliversAtItsMoment();
-    void timerFiresOnTheWallClock();
     void addReplacesTheSameIdentifier();
     void restartAfterTheMomentDeliversLateOnce_data();
     void restartAfterTheMomentDeliversLateOnce();
@@ -121,15 +120,6 @@ void tst_NotificationCenter::deliversAtItsMoment() {
     center->checkDue();
     QTest::qWait(100);
     QCOMPARE(m_desktop->notifyCalls().size(), 1);
-}
-
-void tst_NotificationCenter::timerFiresOnTheWallClock() {
-    SystemClock clock;
-    NotificationCenter center(clock, m_desktop->options(storePath()));
-    center.add(request(QStringLiteral("A"), clock.now().addMSecs(400)));
-    QCoreApplication::processEvents();
-    QCOMPARE(m_desktop->notifyCalls().size(), 0);
-    QTRY_COMPARE_WITH_TIMEOUT(m_desktop->notifyCalls().size(), 1, 5000);
 }
 
 void tst_NotificationCenter::addReplacesTheSameIdentifier() {
