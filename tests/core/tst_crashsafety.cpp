@@ -67,92 +67,88 @@ class TestCrashSafety : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void killedMidSaveLosesNoReportedSave();
-};
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-void TestCrashSafety::initTestCase() {
-    QStandardPaths::setTestModeEnabled(true);
-}
+    void killedMidSaveLosesNoReportedSave() {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        const QString path = dir.filePath(QStringLiteral("crash.store"));
+        qint64 lastReported = 0;
+        int rounds = 0;
 
-void TestCrashSafety::killedMidSaveLosesNoReportedSave() {
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    const QString path = dir.filePath(QStringLiteral("crash.store"));
-    qint64 lastReported = 0;
-    int rounds = 0;
+        for (; rounds < 10; ++rounds) {
+            QProcess child;
+            child.start(QCoreApplication::applicationFilePath(), {kSaveLoop, path});
+            QVERIFY(child.waitForStarted());
+            // Kill at a random moment once saves are under way, so that some kills land inside a
+            // transaction or a checkpoint.
+            QTRY_VERIFY_WITH_TIMEOUT(
+                child.bytesAvailable() > 0 || child.state() != QProcess::Running, 10000);
+            QTest::qWait(int(QRandomGenerator::global()->bounded(5, 400)));
+            child.kill(); // SIGKILL
+            QVERIFY(child.waitForFinished(10000));
+            const QByteArray errors = child.readAllStandardError();
+            QVERIFY2(errors.isEmpty(), errors.constData());
+            QCOMPARE(child.exitStatus(), QProcess::CrashExit);
 
-    for (; rounds < 10; ++rounds) {
-        QProcess child;
-        child.start(QCoreApplication::applicationFilePath(), {kSaveLoop, path});
-        QVERIFY(child.waitForStarted());
-        // Kill at a random moment once saves are under way, so that some kills land inside a
-        // transaction or a checkpoint.
-        QTRY_VERIFY_WITH_TIMEOUT(child.bytesAvailable() > 0 || child.state() != QProcess::Running,
-                                 10000);
-        QTest::qWait(int(QRandomGenerator::global()->bounded(5, 400)));
-        child.kill(); // SIGKILL
-        QVERIFY(child.waitForFinished(10000));
-        const QByteArray errors = child.readAllStandardError();
-        QVERIFY2(errors.isEmpty(), errors.constData());
-        QCOMPARE(child.exitStatus(), QProcess::CrashExit);
-
-        QList<qint64> reported;
-        const QList<QByteArray> lines = child.readAllStandardOutput().split('\n');
-        for (const QByteArray& line : lines) {
-            if (!line.isEmpty())
-                reported << line.toLongLong();
-        }
-        QVERIFY(!reported.isEmpty());
-        // Each run carries on from what the last one left on disk.
-        QVERIFY2(reported.first() == lastReported + 1,
-                 qPrintable(QStringLiteral("round %1 started at %2 after %3")
-                                .arg(rounds)
-                                .arg(reported.first())
-                                .arg(lastReported)));
-        lastReported = reported.last();
-
-        QCOMPARE(BoardTest::SideConnection(path).value(QStringLiteral("PRAGMA integrity_check")),
-                 QVariant(QStringLiteral("ok")));
-
-        QString error;
-        auto context = ModelContext::open(path, &error);
-        QVERIFY2(context, qPrintable(error));
-        const TaskItem* counter = context->task(kCounterId);
-        QVERIFY(counter);
-        const qint64 committed = counter->sortIndex();
-        // The save in flight at the kill may have committed without being reported.
-        QVERIFY2(
-            committed == lastReported || committed == lastReported + 1,
-            qPrintable(
-                QStringLiteral("counter %1, last reported %2").arg(committed).arg(lastReported)));
-        lastReported = committed;
-
-        // Exactly the saves 1..committed, each whole: its task, and the counter beside it.
-        QList<bool> seen(committed + 1, false);
-        int scratch = 0;
-        for (const TaskItem* task : context->tasks()) {
-            if (task == counter)
-                continue;
-            if (task->title() == kScratch) {
-                ++scratch;
-                continue;
+            QList<qint64> reported;
+            const QList<QByteArray> lines = child.readAllStandardOutput().split('\n');
+            for (const QByteArray& line : lines) {
+                if (!line.isEmpty())
+                    reported << line.toLongLong();
             }
-            bool ok = false;
-            const qint64 n = task->title().toLongLong(&ok);
-            QVERIFY2(ok && n >= 1 && n <= committed,
-                     qPrintable(QStringLiteral("unexpected task %1").arg(task->title())));
-            QVERIFY2(!seen.at(n), qPrintable(QStringLiteral("save %1 twice").arg(n)));
-            seen[n] = true;
-            QCOMPARE(task->sortIndex(), n);
-            QCOMPARE(task->note(), QStringLiteral("保存 %1").arg(n));
+            QVERIFY(!reported.isEmpty());
+            // Each run carries on from what the last one left on disk.
+            QVERIFY2(reported.first() == lastReported + 1,
+                     qPrintable(QStringLiteral("round %1 started at %2 after %3")
+                                    .arg(rounds)
+                                    .arg(reported.first())
+                                    .arg(lastReported)));
+            lastReported = reported.last();
+
+            QCOMPARE(
+                BoardTest::SideConnection(path).value(QStringLiteral("PRAGMA integrity_check")),
+                QVariant(QStringLiteral("ok")));
+
+            QString error;
+            auto context = ModelContext::open(path, &error);
+            QVERIFY2(context, qPrintable(error));
+            const TaskItem* counter = context->task(kCounterId);
+            QVERIFY(counter);
+            const qint64 committed = counter->sortIndex();
+            // The save in flight at the kill may have committed without being reported.
+            QVERIFY2(committed == lastReported || committed == lastReported + 1,
+                     qPrintable(QStringLiteral("counter %1, last reported %2")
+                                    .arg(committed)
+                                    .arg(lastReported)));
+            lastReported = committed;
+
+            // Exactly the saves 1..committed, each whole: its task, and the counter beside it.
+            QList<bool> seen(committed + 1, false);
+            int scratch = 0;
+            for (const TaskItem* task : context->tasks()) {
+                if (task == counter)
+                    continue;
+                if (task->title() == kScratch) {
+                    ++scratch;
+                    continue;
+                }
+                bool ok = false;
+                const qint64 n = task->title().toLongLong(&ok);
+                QVERIFY2(ok && n >= 1 && n <= committed,
+                         qPrintable(QStringLiteral("unexpected task %1").arg(task->title())));
+                QVERIFY2(!seen.at(n), qPrintable(QStringLiteral("save %1 twice").arg(n)));
+                seen[n] = true;
+                QCOMPARE(task->sortIndex(), n);
+                QCOMPARE(task->note(), QStringLiteral("保存 %1").arg(n));
+            }
+            for (qint64 n = 1; n <= committed; ++n)
+                QVERIFY2(seen.at(n), qPrintable(QStringLiteral("save %1 lost").arg(n)));
+            QCOMPARE(scratch, committed >= 3 ? 1 : 0);
         }
-        for (qint64 n = 1; n <= committed; ++n)
-            QVERIFY2(seen.at(n), qPrintable(QStringLiteral("save %1 lost").arg(n)));
-        QCOMPARE(scratch, committed >= 3 ? 1 : 0);
+        qInfo("%d rounds, %lld saves", rounds, lastReported);
     }
-    qInfo("%d rounds, %lld saves", rounds, lastReported);
-}
+};
 
 int main(int argc, char** argv) {
     if (argc == 3 && QString::fromLocal8Bit(argv[1]) == kSaveLoop) {

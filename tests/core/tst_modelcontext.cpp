@@ -197,15 +197,238 @@ class TestModelContext : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase() {
+        QStandardPaths::setTestModeEnabled(true);
+        qRegisterMetaType<TaskItem*>();
+        qRegisterMetaType<TaskCategory*>();
+        bool fixed = false;
+        m_seed = quint32(qEnvironmentVariableIntValue("TAVIK_TEST_SEED", &fixed));
+        if (!fixed)
+            m_seed = QRandomGenerator::global()->generate();
+        // Printed so that a failing run can be repeated with TAVIK_TEST_SEED.
+        qInfo("random seed %u", m_seed);
+    }
 
-    void randomisedRoundTrip();
-    void changeSignals_data();
-    void changeSignals();
-    void insertRemoveSave();
-    void writesToADeletedRecordTouchNothing();
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+    }
+
+    void cleanup() { m_dir.reset(); }
+
+    void randomisedRoundTrip() {
+        RecordGenerator generate(m_seed);
+        auto context = openStore();
+        QVERIFY(context);
+
+        QList<TaskCategory*> categories;
+        for (int i = 0; i < 40; ++i) {
+            categories << generate.newCategory();
+            context->insert(categories.last());
+        }
+        for (int i = 0; i < 600; ++i)
+            context->insert(generate.newTask(categories));
+
+        QString error;
+        QVERIFY2(context->save(&error), qPrintable(error));
+        QVERIFY(!context->hasChanges());
+        auto reopened = openStore();
+        QVERIFY(reopened);
+        compareContexts(*context, *reopened);
+        if (QTest::currentTestFailed())
+            return;
+
+        // A second generation of edits, removals and inserts over the reopened store.
+        context = std::move(reopened);
+        categories = context->categories();
+        for (int i = 0; i < 5; ++i)
+            context->remove(categories.takeAt(int(generate.random().bounded(categories.size()))));
+        for (TaskCategory* category : std::as_const(categories)) {
+            if (generate.chance(30))
+                generate.fill(category);
+        }
+        const QList<TaskItem*> tasks = context->tasks();
+        for (TaskItem* task : tasks) {
+            const int roll = int(generate.random().bounded(10));
+            if (roll == 0)
+                context->remove(task);
+            else if (roll < 4)
+                generate.fill(task, categories);
+        }
+        for (int i = 0; i < 100; ++i)
+            context->insert(generate.newTask(categories));
+
+        QVERIFY2(context->save(&error), qPrintable(error));
+        reopened = openStore();
+        QVERIFY(reopened);
+        compareContexts(*context, *reopened);
+    }
+
+    void changeSignals_data() {
+        QTest::addColumn<BoardAction>("action");
+        QTest::addColumn<QList<int>>("counts"); // inserted, removed, changed: tasks, then lists
+        QTest::addColumn<bool>("hasChanges");
+        const auto row = [](const char* tag, BoardAction action, QList<int> counts, bool changes) {
+            QTest::newRow(tag) << action << counts << changes;
+        };
+        row(
+            "insert a task, twice",
+            [](Board& b) {
+                auto* task = new TaskItem(QStringLiteral("new"), 9, kNow);
+                b.context->insert(task);
+                b.context->insert(task);
+            },
+            {1, 0, 0, 0, 0, 0}, true);
+        row(
+            "edit a field", [](Board& b) { b.a->setTitle(QStringLiteral("edited")); },
+            {0, 0, 1, 0, 0, 0}, true);
+        row(
+            "write the same value",
+            [](Board& b) {
+                b.a->setTitle(QStringLiteral("a"));
+                b.a->setCategory(b.work);
+                b.a->setSortIndex(3);
+                b.a->setDueDate({});
+            },
+            {0, 0, 0, 0, 0, 0}, false);
+        row(
+            "remove a task twice",
+            [](Board& b) {
+                b.context->remove(b.a);
+                b.context->remove(b.a);
+            },
+            {0, 1, 0, 0, 0, 0}, true);
+        row(
+            "insert, then remove before saving",
+            [](Board& b) {
+                auto* task = new TaskItem(QStringLiteral("brief"), 9, kNow);
+                b.context->insert(task);
+                task->setTitle(QStringLiteral("briefer"));
+                b.context->remove(task);
+            },
+            {1, 1, 1, 0, 0, 0}, false);
+        row(
+            "rename a list", [](Board& b) { b.home->setName(QStringLiteral("家里")); },
+            {0, 0, 0, 0, 0, 1}, true);
+        row(
+            "remove a list with two tasks", [](Board& b) { b.context->remove(b.work); },
+            {0, 0, 2, 0, 1, 0}, true);
+        row(
+            "remove a task, then its list",
+            [](Board& b) {
+                b.context->remove(b.a);
+                b.context->remove(b.work);
+            },
+            {0, 1, 1, 0, 1, 0}, true);
+    }
+
+    void changeSignals() {
+        QFETCH(BoardAction, action);
+        QFETCH(QList<int>, counts);
+        QFETCH(bool, hasChanges);
+
+        Board board = makeBoard();
+        QVERIFY(board.context);
+        ModelContext* context = board.context.get();
+        QSignalSpy taskInserted(context, &ModelContext::taskInserted);
+        QSignalSpy taskRemoved(context, &ModelContext::taskRemoved);
+        QSignalSpy taskChanged(context, &ModelContext::taskChanged);
+        QSignalSpy categoryInserted(context, &ModelContext::categoryInserted);
+        QSignalSpy categoryRemoved(context, &ModelContext::categoryRemoved);
+        QSignalSpy categoryChanged(context, &ModelContext::categoryChanged);
+
+        action(board);
+
+        const QList<int> actual = {int(taskInserted.size()),    int(taskRemoved.size()),
+                                   int(taskChanged.size()),     int(categoryInserted.size()),
+                                   int(categoryRemoved.size()), int(categoryChanged.size())};
+        QCOMPARE(actual, counts);
+        QCOMPARE(context->hasChanges(), hasChanges);
+        // A removal is announced once the record is gone from the context.
+        for (const QList<QVariant>& args : std::as_const(taskRemoved))
+            QVERIFY(!context->tasks().contains(args.at(0).value<TaskItem*>()));
+
+        // What the context says now is what the file says after a save.
+        QString error;
+        QVERIFY2(context->save(&error), qPrintable(error));
+        auto reopened = openStore();
+        QVERIFY(reopened);
+        compareContexts(*context, *reopened);
+    }
+
+    // Saves are explicit, a removed or foreign record can't come in through insert, and a task
+    // that loses its list loses it in the file too.
+    void insertRemoveSave() {
+        Board board = makeBoard();
+        QVERIFY(board.context);
+        QString error;
+        auto other = ModelContext::open(m_dir->filePath(QStringLiteral("other.store")), &error);
+        QVERIFY2(other, qPrintable(error));
+        other->insert(board.c);
+        other->insert(board.home);
+        QVERIFY(!other->hasChanges());
+        QVERIFY(other->tasks().isEmpty() && other->categories().isEmpty());
+        QCOMPARE(board.c->modelContext(), board.context.get());
+
+        // A task inserted but not saved yet loses its list too.
+        auto* fresh = new TaskItem(QStringLiteral("fresh"), 7, kNow);
+        fresh->setCategory(board.work);
+        board.context->insert(fresh);
+        const QUuid workId = board.work->id();
+        const QUuid cId = board.c->id();
+        board.context->remove(board.work);
+        board.context->remove(board.c);
+        board.context->insert(board.c);
+        QCOMPARE(fresh->category(), nullptr);
+        QVERIFY(!board.context->task(cId));
+        // Before the save, the file still holds the removed task.
+        QVERIFY(openStore()->task(cId));
+
+        QVERIFY2(board.context->save(&error), qPrintable(error));
+        auto reopened = openStore();
+        QCOMPARE(reopened->tasks().size(), 3);
+        QVERIFY(!reopened->task(cId));
+        QCOMPARE(reopened->task(fresh->id())->category(), nullptr);
+        // No row still names the deleted list, so no other reader finds a dangling link.
+        BoardTest::SideConnection peek(storePath());
+        QCOMPARE(peek.value(QStringLiteral("SELECT COUNT(*) FROM tasks WHERE category_id = '%1'")
+                                .arg(workId.toString(QUuid::WithoutBraces)))
+                     .toInt(),
+                 0);
+    }
+
+    void writesToADeletedRecordTouchNothing() {
+        Board board = makeBoard();
+        QVERIFY(board.context);
+        ModelContext* context = board.context.get();
+
+        // A deferred write (say the completion delay of a row) still holds the task.
+        QPointer<TaskItem> held = board.a;
+        QPointer<TaskCategory> heldList = board.home;
+        const QUuid id = board.a->id();
+        context->remove(board.a);
+        context->remove(board.home);
+        held->setCompleted(true, kNow);
+        heldList->setName(QStringLiteral("ghost list"));
+        QVERIFY(context->save());
+        QVERIFY(!context->hasChanges());
+
+        // Held past the save as well: still nothing reaches the file.
+        QVERIFY(held);
+        QSignalSpy changed(context, &ModelContext::taskChanged);
+        held->setTitle(QStringLiteral("ghost again"));
+        heldList->setSortIndex(kMax);
+        QCOMPARE(changed.size(), 0);
+        QVERIFY(!context->hasChanges());
+        board.b->setTitle(QStringLiteral("b2")); // an unrelated save must not carry the ghost along
+        QVERIFY(context->save());
+
+        auto reopened = openStore();
+        QVERIFY(reopened);
+        QVERIFY(!reopened->task(id));
+        QCOMPARE(reopened->tasks().size(), 2);
+        QCOMPARE(reopened->categories().size(), 1);
+    }
 
 private:
     [[nodiscard]] QString storePath() const { return m_dir->filePath(QStringLiteral("t.store")); }
@@ -216,27 +439,6 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
     quint32 m_seed = 0;
 };
-
-void TestModelContext::initTestCase() {
-    QStandardPaths::setTestModeEnabled(true);
-    qRegisterMetaType<TaskItem*>();
-    qRegisterMetaType<TaskCategory*>();
-    bool fixed = false;
-    m_seed = quint32(qEnvironmentVariableIntValue("TAVIK_TEST_SEED", &fixed));
-    if (!fixed)
-        m_seed = QRandomGenerator::global()->generate();
-    // Printed so that a failing run can be repeated with TAVIK_TEST_SEED.
-    qInfo("random seed %u", m_seed);
-}
-
-void TestModelContext::init() {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-}
-
-void TestModelContext::cleanup() {
-    m_dir.reset();
-}
 
 std::unique_ptr<ModelContext> TestModelContext::openStore() {
     QString error;
@@ -276,220 +478,6 @@ Board TestModelContext::makeBoard() {
     if (!board.context->save())
         board.context.reset();
     return board;
-}
-
-void TestModelContext::randomisedRoundTrip() {
-    RecordGenerator generate(m_seed);
-    auto context = openStore();
-    QVERIFY(context);
-
-    QList<TaskCategory*> categories;
-    for (int i = 0; i < 40; ++i) {
-        categories << generate.newCategory();
-        context->insert(categories.last());
-    }
-    for (int i = 0; i < 600; ++i)
-        context->insert(generate.newTask(categories));
-
-    QString error;
-    QVERIFY2(context->save(&error), qPrintable(error));
-    QVERIFY(!context->hasChanges());
-    auto reopened = openStore();
-    QVERIFY(reopened);
-    compareContexts(*context, *reopened);
-    if (QTest::currentTestFailed())
-        return;
-
-    // A second generation of edits, removals and inserts over the reopened store.
-    context = std::move(reopened);
-    categories = context->categories();
-    for (int i = 0; i < 5; ++i)
-        context->remove(categories.takeAt(int(generate.random().bounded(categories.size()))));
-    for (TaskCategory* category : std::as_const(categories)) {
-        if (generate.chance(30))
-            generate.fill(category);
-    }
-    const QList<TaskItem*> tasks = context->tasks();
-    for (TaskItem* task : tasks) {
-        const int roll = int(generate.random().bounded(10));
-        if (roll == 0)
-            context->remove(task);
-        else if (roll < 4)
-            generate.fill(task, categories);
-    }
-    for (int i = 0; i < 100; ++i)
-        context->insert(generate.newTask(categories));
-
-    QVERIFY2(context->save(&error), qPrintable(error));
-    reopened = openStore();
-    QVERIFY(reopened);
-    compareContexts(*context, *reopened);
-}
-
-void TestModelContext::changeSignals_data() {
-    QTest::addColumn<BoardAction>("action");
-    QTest::addColumn<QList<int>>("counts"); // inserted, removed, changed: tasks, then lists
-    QTest::addColumn<bool>("hasChanges");
-    const auto row = [](const char* tag, BoardAction action, QList<int> counts, bool changes) {
-        QTest::newRow(tag) << action << counts << changes;
-    };
-    row(
-        "insert a task, twice",
-        [](Board& b) {
-            auto* task = new TaskItem(QStringLiteral("new"), 9, kNow);
-            b.context->insert(task);
-            b.context->insert(task);
-        },
-        {1, 0, 0, 0, 0, 0}, true);
-    row(
-        "edit a field", [](Board& b) { b.a->setTitle(QStringLiteral("edited")); },
-        {0, 0, 1, 0, 0, 0}, true);
-    row(
-        "write the same value",
-        [](Board& b) {
-            b.a->setTitle(QStringLiteral("a"));
-            b.a->setCategory(b.work);
-            b.a->setSortIndex(3);
-            b.a->setDueDate({});
-        },
-        {0, 0, 0, 0, 0, 0}, false);
-    row(
-        "remove a task twice",
-        [](Board& b) {
-            b.context->remove(b.a);
-            b.context->remove(b.a);
-        },
-        {0, 1, 0, 0, 0, 0}, true);
-    row(
-        "insert, then remove before saving",
-        [](Board& b) {
-            auto* task = new TaskItem(QStringLiteral("brief"), 9, kNow);
-            b.context->insert(task);
-            task->setTitle(QStringLiteral("briefer"));
-            b.context->remove(task);
-        },
-        {1, 1, 1, 0, 0, 0}, false);
-    row(
-        "rename a list", [](Board& b) { b.home->setName(QStringLiteral("家里")); },
-        {0, 0, 0, 0, 0, 1}, true);
-    row(
-        "remove a list with two tasks", [](Board& b) { b.context->remove(b.work); },
-        {0, 0, 2, 0, 1, 0}, true);
-    row(
-        "remove a task, then its list",
-        [](Board& b) {
-            b.context->remove(b.a);
-            b.context->remove(b.work);
-        },
-        {0, 1, 1, 0, 1, 0}, true);
-}
-
-void TestModelContext::changeSignals() {
-    QFETCH(BoardAction, action);
-    QFETCH(QList<int>, counts);
-    QFETCH(bool, hasChanges);
-
-    Board board = makeBoard();
-    QVERIFY(board.context);
-    ModelContext* context = board.context.get();
-    QSignalSpy taskInserted(context, &ModelContext::taskInserted);
-    QSignalSpy taskRemoved(context, &ModelContext::taskRemoved);
-    QSignalSpy taskChanged(context, &ModelContext::taskChanged);
-    QSignalSpy categoryInserted(context, &ModelContext::categoryInserted);
-    QSignalSpy categoryRemoved(context, &ModelContext::categoryRemoved);
-    QSignalSpy categoryChanged(context, &ModelContext::categoryChanged);
-
-    action(board);
-
-    const QList<int> actual = {int(taskInserted.size()),    int(taskRemoved.size()),
-                               int(taskChanged.size()),     int(categoryInserted.size()),
-                               int(categoryRemoved.size()), int(categoryChanged.size())};
-    QCOMPARE(actual, counts);
-    QCOMPARE(context->hasChanges(), hasChanges);
-    // A removal is announced once the record is gone from the context.
-    for (const QList<QVariant>& args : std::as_const(taskRemoved))
-        QVERIFY(!context->tasks().contains(args.at(0).value<TaskItem*>()));
-
-    // What the context says now is what the file says after a save.
-    QString error;
-    QVERIFY2(context->save(&error), qPrintable(error));
-    auto reopened = openStore();
-    QVERIFY(reopened);
-    compareContexts(*context, *reopened);
-}
-
-// Saves are explicit, a removed or foreign record can't come in through insert, and a task
-// that loses its list loses it in the file too.
-void TestModelContext::insertRemoveSave() {
-    Board board = makeBoard();
-    QVERIFY(board.context);
-    QString error;
-    auto other = ModelContext::open(m_dir->filePath(QStringLiteral("other.store")), &error);
-    QVERIFY2(other, qPrintable(error));
-    other->insert(board.c);
-    other->insert(board.home);
-    QVERIFY(!other->hasChanges());
-    QVERIFY(other->tasks().isEmpty() && other->categories().isEmpty());
-    QCOMPARE(board.c->modelContext(), board.context.get());
-
-    // A task inserted but not saved yet loses its list too.
-    auto* fresh = new TaskItem(QStringLiteral("fresh"), 7, kNow);
-    fresh->setCategory(board.work);
-    board.context->insert(fresh);
-    const QUuid workId = board.work->id();
-    const QUuid cId = board.c->id();
-    board.context->remove(board.work);
-    board.context->remove(board.c);
-    board.context->insert(board.c);
-    QCOMPARE(fresh->category(), nullptr);
-    QVERIFY(!board.context->task(cId));
-    // Before the save, the file still holds the removed task.
-    QVERIFY(openStore()->task(cId));
-
-    QVERIFY2(board.context->save(&error), qPrintable(error));
-    auto reopened = openStore();
-    QCOMPARE(reopened->tasks().size(), 3);
-    QVERIFY(!reopened->task(cId));
-    QCOMPARE(reopened->task(fresh->id())->category(), nullptr);
-    // No row still names the deleted list, so no other reader finds a dangling link.
-    BoardTest::SideConnection peek(storePath());
-    QCOMPARE(peek.value(QStringLiteral("SELECT COUNT(*) FROM tasks WHERE category_id = '%1'")
-                            .arg(workId.toString(QUuid::WithoutBraces)))
-                 .toInt(),
-             0);
-}
-
-void TestModelContext::writesToADeletedRecordTouchNothing() {
-    Board board = makeBoard();
-    QVERIFY(board.context);
-    ModelContext* context = board.context.get();
-
-    // A deferred write (say the completion delay of a row) still holds the task.
-    QPointer<TaskItem> held = board.a;
-    QPointer<TaskCategory> heldList = board.home;
-    const QUuid id = board.a->id();
-    context->remove(board.a);
-    context->remove(board.home);
-    held->setCompleted(true, kNow);
-    heldList->setName(QStringLiteral("ghost list"));
-    QVERIFY(context->save());
-    QVERIFY(!context->hasChanges());
-
-    // Held past the save as well: still nothing reaches the file.
-    QVERIFY(held);
-    QSignalSpy changed(context, &ModelContext::taskChanged);
-    held->setTitle(QStringLiteral("ghost again"));
-    heldList->setSortIndex(kMax);
-    QCOMPARE(changed.size(), 0);
-    QVERIFY(!context->hasChanges());
-    board.b->setTitle(QStringLiteral("b2")); // an unrelated save must not carry the ghost along
-    QVERIFY(context->save());
-
-    auto reopened = openStore();
-    QVERIFY(reopened);
-    QVERIFY(!reopened->task(id));
-    QCOMPARE(reopened->tasks().size(), 2);
-    QCOMPARE(reopened->categories().size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestModelContext)

@@ -57,14 +57,101 @@ class TestTavikContainer : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase() {
+        QStandardPaths::setTestModeEnabled(true);
+        m_savedHome = qgetenv("HOME");
+    }
 
-    void mirroredOpenWithoutAMirrorStaysLocal();
-    void badStoreFilesAreLeftAsTheyWere_data();
-    void badStoreFilesAreLeftAsTheyWere();
-    void demoStoreNeverTouchesTheRealOne();
+    void init() {
+        // Test mode puts the data location under $HOME/.qttest: a fresh home per test keeps the
+        // stores of one test away from the next.
+        m_home = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_home->isValid());
+        qputenv("HOME", m_home->path().toLocal8Bit());
+    }
+
+    void cleanup() {
+        qputenv("HOME", m_savedHome);
+        m_home.reset();
+    }
+
+    // The sync module has not installed a mirror: the board opens local only and says why.
+    void mirroredOpenWithoutAMirrorStaysLocal() {
+        const QUuid existing = seedRealStore();
+        QVERIFY(!existing.isNull());
+        QString error;
+        auto container = TavikContainer::create(true, &error);
+        QVERIFY2(container, qPrintable(error));
+        QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
+        QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
+        QVERIFY(container->mainContext().task(existing));
+        container->mainContext().insert(new TaskItem(QStringLiteral("new"), 2, kNow));
+        QVERIFY(container->mainContext().save());
+    }
+
+    void badStoreFilesAreLeftAsTheyWere_data() {
+        QTest::addColumn<QByteArray>("contents"); // empty: a store of a newer schema
+        QTest::addColumn<bool>("cloudSync");
+
+        const QByteArray text = QByteArrayLiteral("这不是数据库 — just a note that landed here\n");
+        QByteArray header = QByteArrayLiteral("SQLite format 3");
+        header.append('\0');
+        header.append(QByteArray(4080, '\x5a'));
+
+        QTest::newRow("text file, mirrored") << text << true;
+        QTest::newRow("SQLite header over garbage") << header << false;
+        QTest::newRow("newer schema") << QByteArray() << false;
+    }
+
+    void badStoreFilesAreLeftAsTheyWere() {
+        QFETCH(QByteArray, contents);
+        QFETCH(bool, cloudSync);
+
+        const QString path = TavikContainer::realStorePath();
+        if (contents.isEmpty())
+            QVERIFY(writeNewerStore(path));
+        else
+            QVERIFY(writeFile(path, contents));
+        const QMap<QString, QByteArray> before = snapshot(TavikContainer::storeDirectory());
+        QVERIFY(before.contains(QStringLiteral("tavik.store")));
+
+        QString error;
+        auto container = TavikContainer::create(cloudSync, &error);
+        QVERIFY(!container);
+        // Clear enough to act on: it names the file.
+        QVERIFY2(error.contains(QStringLiteral("tavik.store")), qPrintable(error));
+        if (contents.isEmpty())
+            QVERIFY2(error.contains(QString::number(ModelContext::schemaVersion + 1)),
+                     qPrintable(error));
+        if (cloudSync) {
+            // The mirrored open failed first, and said why.
+            QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
+            QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
+        }
+
+        // Byte for byte as before, and no journal left beside it.
+        QCOMPARE(snapshot(TavikContainer::storeDirectory()), before);
+    }
+
+    void demoStoreNeverTouchesTheRealOne() {
+        const QUuid existing = seedRealStore();
+        QVERIFY(!existing.isNull());
+        const QMap<QString, QByteArray> before = snapshot(TavikContainer::storeDirectory());
+
+        QString error;
+        auto demo = TavikContainer::createDemo(&error);
+        QVERIFY2(demo, qPrintable(error));
+        QVERIFY(!demo->mainContext().task(existing));
+        demo->mainContext().insert(new TaskItem(QStringLiteral("示例"), 1, kNow));
+        QVERIFY(demo->mainContext().save());
+        demo.reset();
+
+        // Only demo files appeared; the real store's files are as they were.
+        QMap<QString, QByteArray> after = snapshot(TavikContainer::storeDirectory());
+        after.removeIf(
+            [](auto entry) { return entry.key().startsWith(QLatin1String("tavik-demo")); });
+        QCOMPARE(after, before);
+    }
 
 private:
     // Puts one task in the real store, as an earlier launch would have.
@@ -73,24 +160,6 @@ private:
     std::unique_ptr<QTemporaryDir> m_home;
     QByteArray m_savedHome;
 };
-
-void TestTavikContainer::initTestCase() {
-    QStandardPaths::setTestModeEnabled(true);
-    m_savedHome = qgetenv("HOME");
-}
-
-void TestTavikContainer::init() {
-    // Test mode puts the data location under $HOME/.qttest: a fresh home per test keeps the
-    // stores of one test away from the next.
-    m_home = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_home->isValid());
-    qputenv("HOME", m_home->path().toLocal8Bit());
-}
-
-void TestTavikContainer::cleanup() {
-    qputenv("HOME", m_savedHome);
-    m_home.reset();
-}
 
 QUuid TestTavikContainer::seedRealStore() {
     QString error;
@@ -102,83 +171,6 @@ QUuid TestTavikContainer::seedRealStore() {
     auto* task = new TaskItem(QStringLiteral("已有任务"), 1, kNow);
     context->insert(task);
     return context->save() ? task->id() : QUuid();
-}
-
-void TestTavikContainer::badStoreFilesAreLeftAsTheyWere_data() {
-    QTest::addColumn<QByteArray>("contents"); // empty: a store of a newer schema
-    QTest::addColumn<bool>("cloudSync");
-
-    const QByteArray text = QByteArrayLiteral("这不是数据库 — just a note that landed here\n");
-    QByteArray header = QByteArrayLiteral("SQLite format 3");
-    header.append('\0');
-    header.append(QByteArray(4080, '\x5a'));
-
-    QTest::newRow("text file, mirrored") << text << true;
-    QTest::newRow("SQLite header over garbage") << header << false;
-    QTest::newRow("newer schema") << QByteArray() << false;
-}
-
-void TestTavikContainer::badStoreFilesAreLeftAsTheyWere() {
-    QFETCH(QByteArray, contents);
-    QFETCH(bool, cloudSync);
-
-    const QString path = TavikContainer::realStorePath();
-    if (contents.isEmpty())
-        QVERIFY(writeNewerStore(path));
-    else
-        QVERIFY(writeFile(path, contents));
-    const QMap<QString, QByteArray> before = snapshot(TavikContainer::storeDirectory());
-    QVERIFY(before.contains(QStringLiteral("tavik.store")));
-
-    QString error;
-    auto container = TavikContainer::create(cloudSync, &error);
-    QVERIFY(!container);
-    // Clear enough to act on: it names the file.
-    QVERIFY2(error.contains(QStringLiteral("tavik.store")), qPrintable(error));
-    if (contents.isEmpty())
-        QVERIFY2(error.contains(QString::number(ModelContext::schemaVersion + 1)),
-                 qPrintable(error));
-    if (cloudSync) {
-        // The mirrored open failed first, and said why.
-        QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
-        QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
-    }
-
-    // Byte for byte as before, and no journal left beside it.
-    QCOMPARE(snapshot(TavikContainer::storeDirectory()), before);
-}
-
-// The sync module has not installed a mirror: the board opens local only and says why.
-void TestTavikContainer::mirroredOpenWithoutAMirrorStaysLocal() {
-    const QUuid existing = seedRealStore();
-    QVERIFY(!existing.isNull());
-    QString error;
-    auto container = TavikContainer::create(true, &error);
-    QVERIFY2(container, qPrintable(error));
-    QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
-    QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
-    QVERIFY(container->mainContext().task(existing));
-    container->mainContext().insert(new TaskItem(QStringLiteral("new"), 2, kNow));
-    QVERIFY(container->mainContext().save());
-}
-
-void TestTavikContainer::demoStoreNeverTouchesTheRealOne() {
-    const QUuid existing = seedRealStore();
-    QVERIFY(!existing.isNull());
-    const QMap<QString, QByteArray> before = snapshot(TavikContainer::storeDirectory());
-
-    QString error;
-    auto demo = TavikContainer::createDemo(&error);
-    QVERIFY2(demo, qPrintable(error));
-    QVERIFY(!demo->mainContext().task(existing));
-    demo->mainContext().insert(new TaskItem(QStringLiteral("示例"), 1, kNow));
-    QVERIFY(demo->mainContext().save());
-    demo.reset();
-
-    // Only demo files appeared; the real store's files are as they were.
-    QMap<QString, QByteArray> after = snapshot(TavikContainer::storeDirectory());
-    after.removeIf([](auto entry) { return entry.key().startsWith(QLatin1String("tavik-demo")); });
-    QCOMPARE(after, before);
 }
 
 QTEST_GUILESS_MAIN(TestTavikContainer)

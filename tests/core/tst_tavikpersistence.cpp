@@ -112,14 +112,134 @@ class TestTavikPersistence : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanupTestCase();
-    void init();
-    void cleanup();
+    void initTestCase() {
+        QStandardPaths::setTestModeEnabled(true);
+        s_previousHandler = qInstallMessageHandler(captureHandler);
+    }
 
-    void failingSavesAnnounceOncePerRun_data();
-    void failingSavesAnnounceOncePerRun();
-    void nothingToSaveIsQuiet();
+    void cleanupTestCase() { qInstallMessageHandler(s_previousHandler); }
+
+    void init() {
+        TavikPersistence::resetForTesting();
+        s_lines.clear();
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        QString error;
+        m_context = ModelContext::open(storePath(), &error);
+        QVERIFY2(m_context, qPrintable(error));
+        m_list = new TaskCategory(QStringLiteral("工作"), QStringLiteral("FF6B6B"), 0, kNow);
+        m_first = new TaskItem(QStringLiteral("first"), 2, kNow);
+        m_second = new TaskItem(QStringLiteral("second"), 1, kNow);
+        m_first->setCategory(m_list);
+        m_context->insert(m_list);
+        m_context->insert(m_first);
+        m_context->insert(m_second);
+        QVERIFY(m_context->save());
+    }
+
+    void cleanup() {
+        m_context.reset();
+        m_dir.reset();
+        TavikPersistence::resetForTesting();
+    }
+
+    // The action is any text, and is taken as it stands: placeholders are not expanded.
+    void failingSavesAnnounceOncePerRun_data() {
+        QTest::addColumn<Failure>("failure");
+        QTest::addColumn<QString>("errorFragment");
+        QTest::addColumn<QString>("action");
+
+        QTest::newRow("read-only")
+            << Failure::readOnly << QStringLiteral("readonly") << QStringLiteral("tasksChanged");
+        QTest::newRow("locked") << Failure::locked << QStringLiteral("locked")
+                                << QStringLiteral("%2 then %1");
+        QTest::newRow("refused mid-save, no action")
+            << Failure::refused << QStringLiteral("writes refused") << QString();
+    }
+
+    void failingSavesAnnounceOncePerRun() {
+        QFETCH(Failure, failure);
+        QFETCH(QString, errorFragment);
+        QFETCH(QString, action);
+        const QString failed = QStringLiteral("save FAILED after ") + action + QStringLiteral(": ");
+
+        NotificationHub hub;
+        QSignalSpy posted(&hub, &NotificationHub::posted);
+        StoreBlocker blocker(storePath(), failure);
+        QVERIFY(blocker.block());
+
+        // First failure: one notification, one error line, nothing lost, nothing half-written.
+        m_list->setName(QStringLiteral("renamed"));
+        m_first->setTitle(QStringLiteral("first, edited"));
+        QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+        QVERIFY(TavikPersistence::isFailing());
+        QVERIFY(m_context->hasChanges());
+        QCOMPARE(posted.size(), 1);
+        QCOMPARE(posted.at(0).at(0).toString(), TavikNotification::saveFailed);
+        const QVariantMap info = posted.at(0).at(1).toMap();
+        QCOMPARE(info.value(QStringLiteral("action")), QVariant(action));
+        const QString error = info.value(QStringLiteral("error")).toString();
+        QVERIFY2(error.contains(errorFragment, Qt::CaseInsensitive), qPrintable(error));
+        QCOMPARE(s_lines.size(), 1);
+        QCOMPARE(s_lines.at(0).message, failed + error);
+        QCOMPARE(blocker.taskTitle(m_first->id()), QStringLiteral("first"));
+        QCOMPARE(blocker.categoryName(m_list->id()), QStringLiteral("工作"));
+
+        // Second failure in the same run: a line, no notification.
+        m_second->setSortIndex(std::numeric_limits<qint64>::max());
+        QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+        QCOMPARE(posted.size(), 1);
+        QCOMPARE(s_lines.size(), 2);
+        QVERIFY(s_lines.at(1).message.startsWith(failed));
+
+        // Writable again: the next save writes everything from both failed attempts.
+        QVERIFY(blocker.unblock());
+        QVERIFY(TavikPersistence::save(*m_context, action, hub));
+        QVERIFY(!TavikPersistence::isFailing());
+        QVERIFY(!m_context->hasChanges());
+        QCOMPARE(posted.size(), 1);
+        QCOMPARE(s_lines.size(), 3);
+        QCOMPARE(s_lines.at(2).message, QStringLiteral("save recovered after ") + action);
+        {
+            QString openError;
+            auto reopened = ModelContext::open(storePath(), &openError);
+            QVERIFY2(reopened, qPrintable(openError));
+            QCOMPARE(reopened->task(m_first->id())->title(), QStringLiteral("first, edited"));
+            QCOMPARE(reopened->category(m_list->id())->name(), QStringLiteral("renamed"));
+            QCOMPARE(reopened->task(m_second->id())->sortIndex(),
+                     std::numeric_limits<qint64>::max());
+        }
+
+        // A new failure after the recovery is a new run and is announced again.
+        QVERIFY(blocker.block());
+        m_second->setTitle(QStringLiteral("second, edited again"));
+        QVERIFY(!TavikPersistence::save(*m_context, action, hub));
+        QCOMPARE(posted.size(), 2);
+        QCOMPARE(s_lines.size(), 4);
+    }
+
+    // A store with nothing to write, while failing: true, silent, and still failing, since
+    // writing nothing proves nothing about the disk.
+    void nothingToSaveIsQuiet() {
+        NotificationHub hub;
+        QSignalSpy posted(&hub, &NotificationHub::posted);
+        QVERIFY(TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
+        QVERIFY(s_lines.isEmpty());
+        {
+            StoreBlocker blocker(storePath(), Failure::refused);
+            QVERIFY(blocker.block());
+            m_first->setTitle(QStringLiteral("x"));
+            QVERIFY(!TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
+            QVERIFY(blocker.unblock());
+        }
+        QString error;
+        auto clean = ModelContext::open(m_dir->filePath(QStringLiteral("clean.store")), &error);
+        QVERIFY2(clean, qPrintable(error));
+        QVERIFY(TavikPersistence::save(*clean, QStringLiteral("tasksChanged"), hub));
+        QVERIFY(TavikPersistence::isFailing());
+        QCOMPARE(s_lines.size(), 1);
+        QCOMPARE(posted.size(), 1);
+    }
 
 private:
     [[nodiscard]] QString storePath() const { return m_dir->filePath(QStringLiteral("t.store")); }
@@ -130,136 +250,6 @@ private:
     TaskItem* m_first = nullptr;
     TaskItem* m_second = nullptr;
 };
-
-void TestTavikPersistence::initTestCase() {
-    QStandardPaths::setTestModeEnabled(true);
-    s_previousHandler = qInstallMessageHandler(captureHandler);
-}
-
-void TestTavikPersistence::cleanupTestCase() {
-    qInstallMessageHandler(s_previousHandler);
-}
-
-void TestTavikPersistence::init() {
-    TavikPersistence::resetForTesting();
-    s_lines.clear();
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-    QString error;
-    m_context = ModelContext::open(storePath(), &error);
-    QVERIFY2(m_context, qPrintable(error));
-    m_list = new TaskCategory(QStringLiteral("工作"), QStringLiteral("FF6B6B"), 0, kNow);
-    m_first = new TaskItem(QStringLiteral("first"), 2, kNow);
-    m_second = new TaskItem(QStringLiteral("second"), 1, kNow);
-    m_first->setCategory(m_list);
-    m_context->insert(m_list);
-    m_context->insert(m_first);
-    m_context->insert(m_second);
-    QVERIFY(m_context->save());
-}
-
-void TestTavikPersistence::cleanup() {
-    m_context.reset();
-    m_dir.reset();
-    TavikPersistence::resetForTesting();
-}
-
-// The action is any text, and is taken as it stands: placeholders are not expanded.
-void TestTavikPersistence::failingSavesAnnounceOncePerRun_data() {
-    QTest::addColumn<Failure>("failure");
-    QTest::addColumn<QString>("errorFragment");
-    QTest::addColumn<QString>("action");
-
-    QTest::newRow("read-only") << Failure::readOnly << QStringLiteral("readonly")
-                               << QStringLiteral("tasksChanged");
-    QTest::newRow("locked") << Failure::locked << QStringLiteral("locked")
-                            << QStringLiteral("%2 then %1");
-    QTest::newRow("refused mid-save, no action")
-        << Failure::refused << QStringLiteral("writes refused") << QString();
-}
-
-void TestTavikPersistence::failingSavesAnnounceOncePerRun() {
-    QFETCH(Failure, failure);
-    QFETCH(QString, errorFragment);
-    QFETCH(QString, action);
-    const QString failed = QStringLiteral("save FAILED after ") + action + QStringLiteral(": ");
-
-    NotificationHub hub;
-    QSignalSpy posted(&hub, &NotificationHub::posted);
-    StoreBlocker blocker(storePath(), failure);
-    QVERIFY(blocker.block());
-
-    // First failure: one notification, one error line, nothing lost, nothing half-written.
-    m_list->setName(QStringLiteral("renamed"));
-    m_first->setTitle(QStringLiteral("first, edited"));
-    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
-    QVERIFY(TavikPersistence::isFailing());
-    QVERIFY(m_context->hasChanges());
-    QCOMPARE(posted.size(), 1);
-    QCOMPARE(posted.at(0).at(0).toString(), TavikNotification::saveFailed);
-    const QVariantMap info = posted.at(0).at(1).toMap();
-    QCOMPARE(info.value(QStringLiteral("action")), QVariant(action));
-    const QString error = info.value(QStringLiteral("error")).toString();
-    QVERIFY2(error.contains(errorFragment, Qt::CaseInsensitive), qPrintable(error));
-    QCOMPARE(s_lines.size(), 1);
-    QCOMPARE(s_lines.at(0).message, failed + error);
-    QCOMPARE(blocker.taskTitle(m_first->id()), QStringLiteral("first"));
-    QCOMPARE(blocker.categoryName(m_list->id()), QStringLiteral("工作"));
-
-    // Second failure in the same run: a line, no notification.
-    m_second->setSortIndex(std::numeric_limits<qint64>::max());
-    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
-    QCOMPARE(posted.size(), 1);
-    QCOMPARE(s_lines.size(), 2);
-    QVERIFY(s_lines.at(1).message.startsWith(failed));
-
-    // Writable again: the next save writes everything from both failed attempts.
-    QVERIFY(blocker.unblock());
-    QVERIFY(TavikPersistence::save(*m_context, action, hub));
-    QVERIFY(!TavikPersistence::isFailing());
-    QVERIFY(!m_context->hasChanges());
-    QCOMPARE(posted.size(), 1);
-    QCOMPARE(s_lines.size(), 3);
-    QCOMPARE(s_lines.at(2).message, QStringLiteral("save recovered after ") + action);
-    {
-        QString openError;
-        auto reopened = ModelContext::open(storePath(), &openError);
-        QVERIFY2(reopened, qPrintable(openError));
-        QCOMPARE(reopened->task(m_first->id())->title(), QStringLiteral("first, edited"));
-        QCOMPARE(reopened->category(m_list->id())->name(), QStringLiteral("renamed"));
-        QCOMPARE(reopened->task(m_second->id())->sortIndex(), std::numeric_limits<qint64>::max());
-    }
-
-    // A new failure after the recovery is a new run and is announced again.
-    QVERIFY(blocker.block());
-    m_second->setTitle(QStringLiteral("second, edited again"));
-    QVERIFY(!TavikPersistence::save(*m_context, action, hub));
-    QCOMPARE(posted.size(), 2);
-    QCOMPARE(s_lines.size(), 4);
-}
-
-// A store with nothing to write, while failing: true, silent, and still failing, since
-// writing nothing proves nothing about the disk.
-void TestTavikPersistence::nothingToSaveIsQuiet() {
-    NotificationHub hub;
-    QSignalSpy posted(&hub, &NotificationHub::posted);
-    QVERIFY(TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
-    QVERIFY(s_lines.isEmpty());
-    {
-        StoreBlocker blocker(storePath(), Failure::refused);
-        QVERIFY(blocker.block());
-        m_first->setTitle(QStringLiteral("x"));
-        QVERIFY(!TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
-        QVERIFY(blocker.unblock());
-    }
-    QString error;
-    auto clean = ModelContext::open(m_dir->filePath(QStringLiteral("clean.store")), &error);
-    QVERIFY2(clean, qPrintable(error));
-    QVERIFY(TavikPersistence::save(*clean, QStringLiteral("tasksChanged"), hub));
-    QVERIFY(TavikPersistence::isFailing());
-    QCOMPARE(s_lines.size(), 1);
-    QCOMPARE(posted.size(), 1);
-}
 
 QTEST_GUILESS_MAIN(TestTavikPersistence)
 #include "tst_tavikpersistence.moc"

@@ -32,20 +32,247 @@ class tst_NotificationCenter : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase() {
+        QStandardPaths::setTestModeEnabled(true);
+        m_desktop = std::make_unique<Desktop>();
+        QVERIFY(m_desktop->bus.isValid());
+        QVERIFY(m_desktop->server->start());
+    }
 
-    void deliversAtItsMoment();
-    void addReplacesTheSameIdentifier();
-    void restartAfterTheMomentDeliversLateOnce_data();
-    void restartAfterTheMomentDeliversLateOnce();
-    void unreadableStoreIsKeptAside();
-    void malformedEntriesAreSkipped();
-    void serverAnswers_data();
-    void serverAnswers();
-    void serverMissingAtTheMomentLosesNothing();
-    void wakeFromSleepRechecks();
+    void init() {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        if (!m_desktop->server->isOwned())
+            QVERIFY(m_desktop->server->start());
+        m_desktop->server->clearCalls();
+    }
+
+    void cleanup() {
+        QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon was started by a call");
+    }
+
+    void deliversAtItsMoment() {
+        ManualClock clock(start);
+        auto center = makeCenter(clock);
+        const QDateTime moment = start.addSecs(300);
+        center->add(request(QStringLiteral("A"), moment));
+        QCOMPARE(center->nextTrigger(), moment);
+
+        clock.setNow(moment.addMSecs(-1));
+        center->checkDue();
+        QTest::qWait(100);
+        QCOMPARE(m_desktop->notifyCalls().size(), 0);
+        QCOMPARE(center->pendingRequests().size(), 1);
+
+        clock.setNow(moment);
+        center->checkDue();
+        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+        const QVariantList call = m_desktop->notifyCalls().constFirst();
+        QCOMPARE(call.at(3).toString(), QStringLiteral("写周报"));
+        QCOMPARE(call.at(4).toString(), QStringLiteral("工作"));
+        QCOMPARE(call.at(5).toStringList(), QStringList({"ONE", "一", "TWO", "二", "default", ""}));
+        QVERIFY(center->pendingRequests().isEmpty());
+
+        // Delivered means gone: later checks send nothing more.
+        clock.advance(3600 * 1000);
+        center->checkDue();
+        QTest::qWait(100);
+        QCOMPARE(m_desktop->notifyCalls().size(), 1);
+    }
+
+    void addReplacesTheSameIdentifier() {
+        ManualClock clock(start);
+        auto center = makeCenter(clock);
+        center->add(request(QStringLiteral("A"), start.addSecs(600)));
+        center->add(request(QStringLiteral("B"), start.addSecs(900)));
+        center->add(request(QStringLiteral("A"), start.addSecs(1200), QStringLiteral("家")));
+
+        const QList<NotificationRequest> pending = center->pendingRequests();
+        QCOMPARE(pending.size(), 2);
+        QCOMPARE(pending.at(0).identifier, QStringLiteral("B"));
+        QCOMPARE(pending.at(1).body, QStringLiteral("家"));
+        QCOMPARE(center->nextTrigger(), start.addSecs(900));
+
+        center->removePending({QStringLiteral("B"), QStringLiteral("nothing")});
+        QCOMPARE(center->nextTrigger(), start.addSecs(1200));
+    }
+
+    void restartAfterTheMomentDeliversLateOnce_data() {
+        QTest::addColumn<QString>("body");
+        QTest::addColumn<QString>("shown");
+        QTest::newRow("with a list")
+            << QStringLiteral("工作") << QStringLiteral("工作（错过的提醒）");
+        QTest::newRow("without a list") << QString() << QStringLiteral("（错过的提醒）");
+    }
+
+    void restartAfterTheMomentDeliversLateOnce() {
+        QFETCH(QString, body);
+        QFETCH(QString, shown);
+
+        ManualClock clock(start);
+        const QDateTime moment = start.addSecs(3600);
+        makeCenter(clock)->add(request(QStringLiteral("A"), moment, body));
+
+        clock.setNow(moment.addSecs(7200));
+        {
+            auto center = makeCenter(clock);
+            QVERIFY(center->pendingRequests().isEmpty());
+            QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+            QCOMPARE(m_desktop->notifyCalls().constFirst().at(3).toString(),
+                     QStringLiteral("写周报"));
+            QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(), shown);
+            QTest::qWait(100);
+        }
+
+        auto again = makeCenter(clock);
+        QTRY_COMPARE(again->authorizationStatus(),
+                     NotificationCenter::AuthorizationStatus::authorized);
+        QTest::qWait(100);
+        QCOMPARE(m_desktop->notifyCalls().size(), 1);
+    }
+
+    void unreadableStoreIsKeptAside() {
+        QFile file(storePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("{\"pending\": [ not json");
+        file.close();
+
+        ManualClock clock(start);
+        {
+            auto center = makeCenter(clock);
+            QVERIFY(center->pendingRequests().isEmpty());
+            center->add(request(QStringLiteral("A"), start.addSecs(600)));
+        }
+        QFile aside(storePath() + QStringLiteral(".corrupt"));
+        QVERIFY(aside.open(QIODevice::ReadOnly));
+        QCOMPARE(aside.readAll(), QByteArray("{\"pending\": [ not json"));
+
+        QCOMPARE(makeCenter(clock)->pendingRequests().size(), 1);
+    }
+
+    void malformedEntriesAreSkipped() {
+        const QJsonObject good = request(QStringLiteral("A"), start.addSecs(600)).toJson();
+        QJsonObject noTrigger = good;
+        noTrigger.insert(QStringLiteral("identifier"), QStringLiteral("B"));
+        noTrigger.insert(QStringLiteral("trigger"), QStringLiteral("someday"));
+        QJsonObject noIdentifier = good;
+        noIdentifier.remove(QStringLiteral("identifier"));
+        const QJsonObject root{
+            {QStringLiteral("pending"), QJsonArray{noTrigger, good, noIdentifier}}};
+
+        QFile file(storePath());
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(QJsonDocument(root).toJson());
+        file.close();
+
+        ManualClock clock(start);
+        auto center = makeCenter(clock);
+        QCOMPARE(center->pendingRequests(),
+                 QList{request(QStringLiteral("A"), start.addSecs(600))});
+    }
+
+    void serverAnswers_data() {
+        QTest::addColumn<QString>("signal");
+        QTest::addColumn<bool>("ownNotification");
+        QTest::addColumn<QVariant>("argument");
+        QTest::addColumn<QString>("response"); // empty: none
+
+        QTest::newRow("button") << "action" << true << QVariant("TWO") << "TWO";
+        QTest::newRow("closed by the user") << "closed" << true << QVariant(2u) << "dismiss";
+        QTest::newRow("expired") << "closed" << true << QVariant(1u) << "";
+        QTest::newRow("closed by a call") << "closed" << true << QVariant(3u) << "";
+        QTest::newRow("someone else's action") << "action" << false << QVariant("TWO") << "";
+    }
+
+    void serverAnswers() {
+        QFETCH(QString, signal);
+        QFETCH(bool, ownNotification);
+        QFETCH(QVariant, argument);
+        QFETCH(QString, response);
+
+        ManualClock clock(start);
+        auto center = makeCenter(clock);
+        const uint tested = deliver(*center, clock, QStringLiteral("TESTED"));
+        const uint sentinel = deliver(*center, clock, QStringLiteral("SENTINEL"));
+        QVERIFY(tested != 0 && sentinel != 0 && tested != sentinel);
+        const uint target = ownNotification ? tested : sentinel + 100;
+
+        QSignalSpy responses(center.get(), &NotificationCenter::responseReceived);
+        // Twice: a notification is answered at most once. The sentinel's answer comes last, as
+        // signals of one sender arrive in order.
+        for (int i = 0; i < 2; ++i) {
+            if (signal == QLatin1String("action"))
+                m_desktop->actionInvoked(target, argument.toString());
+            else
+                m_desktop->notificationClosed(target, argument.toUInt());
+        }
+        m_desktop->actionInvoked(sentinel, QStringLiteral("ONE"));
+        QTRY_VERIFY(!responses.isEmpty() &&
+                    responses.constLast().at(0).toString() == QLatin1String("ONE"));
+
+        QList<QString> expected;
+        if (!response.isEmpty())
+            expected << response;
+        expected << QStringLiteral("ONE");
+        QList<QString> received;
+        for (const QList<QVariant>& arguments : std::as_const(responses))
+            received << arguments.at(0).toString();
+        QCOMPARE(received, expected);
+        if (!response.isEmpty()) {
+            QCOMPARE(responses.constFirst().at(1).toMap(),
+                     QVariantMap({{QStringLiteral("taskId"), QStringLiteral("TESTED")}}));
+        }
+        // An answered notification leaves the screen.
+        QTRY_VERIFY(m_desktop->server->methodCalls(QStringLiteral("CloseNotification"))
+                        .contains(QVariantList{sentinel}));
+    }
+
+    void serverMissingAtTheMomentLosesNothing() {
+        ManualClock clock(start);
+        auto center = makeCenter(clock);
+        QTRY_COMPARE(center->authorizationStatus(),
+                     NotificationCenter::AuthorizationStatus::authorized);
+        center->add(request(QStringLiteral("A"), start.addSecs(60)));
+
+        m_desktop->server->stop();
+        QTRY_COMPARE(center->authorizationStatus(),
+                     NotificationCenter::AuthorizationStatus::denied);
+        clock.advance(120 * 1000);
+        center->checkDue();
+        QTest::qWait(200);
+        QVERIFY(center->pendingRequests().isEmpty());
+
+        // The server comes back: the notification goes out, marked as late, with nobody asking.
+        QVERIFY(m_desktop->server->start());
+        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+        QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(),
+                 QStringLiteral("工作（错过的提醒）"));
+    }
+
+    void wakeFromSleepRechecks() {
+        DbusMockServer logind(m_desktop->bus.connection(), m_desktop->bus.address(),
+                              QStringLiteral("logind"), QStringLiteral("org.freedesktop.login1"),
+                              QStringLiteral("/org/freedesktop/login1"));
+        QVERIFY(logind.start());
+        const auto prepareForSleep = [&logind](bool sleeping) {
+            logind.emitSignal(QStringLiteral("org.freedesktop.login1.Manager"),
+                              QStringLiteral("PrepareForSleep"), QStringLiteral("b"), {sleeping});
+        };
+
+        ManualClock clock(start);
+        auto center = makeCenter(clock);
+        center->add(request(QStringLiteral("A"), start.addSecs(60)));
+        QTest::qWait(100);
+
+        // The machine slept through the moment; the timer's clock stood still meanwhile.
+        clock.advance(3600 * 1000);
+        prepareForSleep(true);
+        QTest::qWait(200);
+        QCOMPARE(m_desktop->notifyCalls().size(), 0);
+
+        prepareForSleep(false);
+        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
+    }
 
 private:
     [[nodiscard]] std::unique_ptr<NotificationCenter> makeCenter(const Clock& clock) {
@@ -63,25 +290,6 @@ private:
     std::unique_ptr<QTemporaryDir> m_dir;
 };
 
-void tst_NotificationCenter::initTestCase() {
-    QStandardPaths::setTestModeEnabled(true);
-    m_desktop = std::make_unique<Desktop>();
-    QVERIFY(m_desktop->bus.isValid());
-    QVERIFY(m_desktop->server->start());
-}
-
-void tst_NotificationCenter::init() {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-    if (!m_desktop->server->isOwned())
-        QVERIFY(m_desktop->server->start());
-    m_desktop->server->clearCalls();
-}
-
-void tst_NotificationCenter::cleanup() {
-    QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon was started by a call");
-}
-
 uint tst_NotificationCenter::deliver(NotificationCenter& center, ManualClock& clock,
                                      const QString& identifier) {
     QSignalSpy delivered(&center, &NotificationCenter::notificationDelivered);
@@ -91,223 +299,6 @@ uint tst_NotificationCenter::deliver(NotificationCenter& center, ManualClock& cl
     if (!delivered.wait(5000))
         return 0;
     return delivered.constFirst().at(1).toUInt();
-}
-
-void tst_NotificationCenter::deliversAtItsMoment() {
-    ManualClock clock(start);
-    auto center = makeCenter(clock);
-    const QDateTime moment = start.addSecs(300);
-    center->add(request(QStringLiteral("A"), moment));
-    QCOMPARE(center->nextTrigger(), moment);
-
-    clock.setNow(moment.addMSecs(-1));
-    center->checkDue();
-    QTest::qWait(100);
-    QCOMPARE(m_desktop->notifyCalls().size(), 0);
-    QCOMPARE(center->pendingRequests().size(), 1);
-
-    clock.setNow(moment);
-    center->checkDue();
-    QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
-    const QVariantList call = m_desktop->notifyCalls().constFirst();
-    QCOMPARE(call.at(3).toString(), QStringLiteral("写周报"));
-    QCOMPARE(call.at(4).toString(), QStringLiteral("工作"));
-    QCOMPARE(call.at(5).toStringList(), QStringList({"ONE", "一", "TWO", "二", "default", ""}));
-    QVERIFY(center->pendingRequests().isEmpty());
-
-    // Delivered means gone: later checks send nothing more.
-    clock.advance(3600 * 1000);
-    center->checkDue();
-    QTest::qWait(100);
-    QCOMPARE(m_desktop->notifyCalls().size(), 1);
-}
-
-void tst_NotificationCenter::addReplacesTheSameIdentifier() {
-    ManualClock clock(start);
-    auto center = makeCenter(clock);
-    center->add(request(QStringLiteral("A"), start.addSecs(600)));
-    center->add(request(QStringLiteral("B"), start.addSecs(900)));
-    center->add(request(QStringLiteral("A"), start.addSecs(1200), QStringLiteral("家")));
-
-    const QList<NotificationRequest> pending = center->pendingRequests();
-    QCOMPARE(pending.size(), 2);
-    QCOMPARE(pending.at(0).identifier, QStringLiteral("B"));
-    QCOMPARE(pending.at(1).body, QStringLiteral("家"));
-    QCOMPARE(center->nextTrigger(), start.addSecs(900));
-
-    center->removePending({QStringLiteral("B"), QStringLiteral("nothing")});
-    QCOMPARE(center->nextTrigger(), start.addSecs(1200));
-}
-
-void tst_NotificationCenter::restartAfterTheMomentDeliversLateOnce_data() {
-    QTest::addColumn<QString>("body");
-    QTest::addColumn<QString>("shown");
-    QTest::newRow("with a list") << QStringLiteral("工作") << QStringLiteral("工作（错过的提醒）");
-    QTest::newRow("without a list") << QString() << QStringLiteral("（错过的提醒）");
-}
-
-void tst_NotificationCenter::restartAfterTheMomentDeliversLateOnce() {
-    QFETCH(QString, body);
-    QFETCH(QString, shown);
-
-    ManualClock clock(start);
-    const QDateTime moment = start.addSecs(3600);
-    makeCenter(clock)->add(request(QStringLiteral("A"), moment, body));
-
-    clock.setNow(moment.addSecs(7200));
-    {
-        auto center = makeCenter(clock);
-        QVERIFY(center->pendingRequests().isEmpty());
-        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
-        QCOMPARE(m_desktop->notifyCalls().constFirst().at(3).toString(), QStringLiteral("写周报"));
-        QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(), shown);
-        QTest::qWait(100);
-    }
-
-    auto again = makeCenter(clock);
-    QTRY_COMPARE(again->authorizationStatus(), NotificationCenter::AuthorizationStatus::authorized);
-    QTest::qWait(100);
-    QCOMPARE(m_desktop->notifyCalls().size(), 1);
-}
-
-void tst_NotificationCenter::unreadableStoreIsKeptAside() {
-    QFile file(storePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("{\"pending\": [ not json");
-    file.close();
-
-    ManualClock clock(start);
-    {
-        auto center = makeCenter(clock);
-        QVERIFY(center->pendingRequests().isEmpty());
-        center->add(request(QStringLiteral("A"), start.addSecs(600)));
-    }
-    QFile aside(storePath() + QStringLiteral(".corrupt"));
-    QVERIFY(aside.open(QIODevice::ReadOnly));
-    QCOMPARE(aside.readAll(), QByteArray("{\"pending\": [ not json"));
-
-    QCOMPARE(makeCenter(clock)->pendingRequests().size(), 1);
-}
-
-void tst_NotificationCenter::malformedEntriesAreSkipped() {
-    const QJsonObject good = request(QStringLiteral("A"), start.addSecs(600)).toJson();
-    QJsonObject noTrigger = good;
-    noTrigger.insert(QStringLiteral("identifier"), QStringLiteral("B"));
-    noTrigger.insert(QStringLiteral("trigger"), QStringLiteral("someday"));
-    QJsonObject noIdentifier = good;
-    noIdentifier.remove(QStringLiteral("identifier"));
-    const QJsonObject root{{QStringLiteral("pending"), QJsonArray{noTrigger, good, noIdentifier}}};
-
-    QFile file(storePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(QJsonDocument(root).toJson());
-    file.close();
-
-    ManualClock clock(start);
-    auto center = makeCenter(clock);
-    QCOMPARE(center->pendingRequests(), QList{request(QStringLiteral("A"), start.addSecs(600))});
-}
-
-void tst_NotificationCenter::serverAnswers_data() {
-    QTest::addColumn<QString>("signal");
-    QTest::addColumn<bool>("ownNotification");
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("response"); // empty: none
-
-    QTest::newRow("button") << "action" << true << QVariant("TWO") << "TWO";
-    QTest::newRow("closed by the user") << "closed" << true << QVariant(2u) << "dismiss";
-    QTest::newRow("expired") << "closed" << true << QVariant(1u) << "";
-    QTest::newRow("closed by a call") << "closed" << true << QVariant(3u) << "";
-    QTest::newRow("someone else's action") << "action" << false << QVariant("TWO") << "";
-}
-
-void tst_NotificationCenter::serverAnswers() {
-    QFETCH(QString, signal);
-    QFETCH(bool, ownNotification);
-    QFETCH(QVariant, argument);
-    QFETCH(QString, response);
-
-    ManualClock clock(start);
-    auto center = makeCenter(clock);
-    const uint tested = deliver(*center, clock, QStringLiteral("TESTED"));
-    const uint sentinel = deliver(*center, clock, QStringLiteral("SENTINEL"));
-    QVERIFY(tested != 0 && sentinel != 0 && tested != sentinel);
-    const uint target = ownNotification ? tested : sentinel + 100;
-
-    QSignalSpy responses(center.get(), &NotificationCenter::responseReceived);
-    // Twice: a notification is answered at most once. The sentinel's answer comes last, as
-    // signals of one sender arrive in order.
-    for (int i = 0; i < 2; ++i) {
-        if (signal == QLatin1String("action"))
-            m_desktop->actionInvoked(target, argument.toString());
-        else
-            m_desktop->notificationClosed(target, argument.toUInt());
-    }
-    m_desktop->actionInvoked(sentinel, QStringLiteral("ONE"));
-    QTRY_VERIFY(!responses.isEmpty() &&
-                responses.constLast().at(0).toString() == QLatin1String("ONE"));
-
-    QList<QString> expected;
-    if (!response.isEmpty())
-        expected << response;
-    expected << QStringLiteral("ONE");
-    QList<QString> received;
-    for (const QList<QVariant>& arguments : std::as_const(responses))
-        received << arguments.at(0).toString();
-    QCOMPARE(received, expected);
-    if (!response.isEmpty()) {
-        QCOMPARE(responses.constFirst().at(1).toMap(),
-                 QVariantMap({{QStringLiteral("taskId"), QStringLiteral("TESTED")}}));
-    }
-    // An answered notification leaves the screen.
-    QTRY_VERIFY(m_desktop->server->methodCalls(QStringLiteral("CloseNotification"))
-                    .contains(QVariantList{sentinel}));
-}
-
-void tst_NotificationCenter::serverMissingAtTheMomentLosesNothing() {
-    ManualClock clock(start);
-    auto center = makeCenter(clock);
-    QTRY_COMPARE(center->authorizationStatus(),
-                 NotificationCenter::AuthorizationStatus::authorized);
-    center->add(request(QStringLiteral("A"), start.addSecs(60)));
-
-    m_desktop->server->stop();
-    QTRY_COMPARE(center->authorizationStatus(), NotificationCenter::AuthorizationStatus::denied);
-    clock.advance(120 * 1000);
-    center->checkDue();
-    QTest::qWait(200);
-    QVERIFY(center->pendingRequests().isEmpty());
-
-    // The server comes back: the notification goes out, marked as late, with nobody asking.
-    QVERIFY(m_desktop->server->start());
-    QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
-    QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(),
-             QStringLiteral("工作（错过的提醒）"));
-}
-
-void tst_NotificationCenter::wakeFromSleepRechecks() {
-    DbusMockServer logind(m_desktop->bus.connection(), m_desktop->bus.address(),
-                          QStringLiteral("logind"), QStringLiteral("org.freedesktop.login1"),
-                          QStringLiteral("/org/freedesktop/login1"));
-    QVERIFY(logind.start());
-    const auto prepareForSleep = [&logind](bool sleeping) {
-        logind.emitSignal(QStringLiteral("org.freedesktop.login1.Manager"),
-                          QStringLiteral("PrepareForSleep"), QStringLiteral("b"), {sleeping});
-    };
-
-    ManualClock clock(start);
-    auto center = makeCenter(clock);
-    center->add(request(QStringLiteral("A"), start.addSecs(60)));
-    QTest::qWait(100);
-
-    // The machine slept through the moment; the timer's clock stood still meanwhile.
-    clock.advance(3600 * 1000);
-    prepareForSleep(true);
-    QTest::qWait(200);
-    QCOMPARE(m_desktop->notifyCalls().size(), 0);
-
-    prepareForSleep(false);
-    QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
 }
 
 QTEST_GUILESS_MAIN(tst_NotificationCenter)
