@@ -1,7 +1,6 @@
 // The `tavik` binary run as a process, in a throwaway home, against real store files.
 
 #include "ModelContext.h"
-#include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
@@ -245,24 +244,6 @@ private slots:
             QVERIFY(shown.value(QStringLiteral("richNote")).isNull());
         else
             QCOMPARE(shown.value(QStringLiteral("richNote")).toObject(), parseObject(richNote));
-
-        // Where the backup and the listing overlap they agree: the same plain note, and the
-        // backup's noteData decodes to the listed runs.
-        const Result exported = home.run({QStringLiteral("--export")});
-        QCOMPARE(exported.exitCode, 0);
-        const QJsonObject backup =
-            parseObject(exported.out).value(QStringLiteral("tasks")).toArray().at(0).toObject();
-        QCOMPARE(backup.value(QStringLiteral("id")), shown.value(QStringLiteral("id")));
-        QCOMPARE(backup.value(QStringLiteral("note")), shown.value(QStringLiteral("note")));
-        const QByteArray backupData =
-            QByteArray::fromBase64(backup.value(QStringLiteral("noteData")).toString().toLatin1());
-        QCOMPARE(backupData, noteData);
-        if (!richNote.isEmpty()) {
-            RichText fromBackup;
-            QVERIFY(RichText::fromJson(backupData, &fromBackup));
-            QCOMPARE(parseObject(fromBackup.toJson()),
-                     shown.value(QStringLiteral("richNote")).toObject());
-        }
     }
 
     void listText() {
