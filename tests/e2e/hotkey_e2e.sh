@@ -3,15 +3,10 @@
 # X server, with and without the lock keys. Then another X client holds Alt+J before Tavik
 # starts: Tavik says so in its log and the board still opens and closes from the tray's path
 # (`tavik --toggle`). Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: hotkey_e2e.sh TAVIK_BINARY X11_KEYGRAB_BINARY    (runs itself on a private session bus)
+# Usage: hotkey_e2e.sh TAVIK_BINARY X11_KEYGRAB_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 KEYGRAB=$(readlink -f "$2")
 
 FAILED_LINE='[Tavik] RegisterEventHotKey failed (status 10); the combo may be taken — use the menu-bar icon.'
@@ -38,8 +33,8 @@ stop_tavik() {
 
 start_tavik "$WORK/tavik.log"
 check "the board window appears" wait_for 20 board_shown
-xdotool mousemove 1395 895
-sleep 1
+park_pointer
+sleep 0.7
 shot hotkey-board
 
 # Tavik holds Mod1+J for every lock state: none of them is free for another client.
@@ -84,8 +79,8 @@ check "the rival client holds Alt+J" wait_for 5 grep -qx holding "$WORK/rival.lo
 start_tavik "$WORK/tavik-taken.log"
 check "the board window appears beside the rival" wait_for 20 board_shown
 check "Tavik logs that Alt+J is taken" wait_for 5 grep -qF "$FAILED_LINE" "$WORK/tavik-taken.log"
-xdotool mousemove 1395 895
-sleep 1
+park_pointer
+sleep 0.7
 shot hotkey-taken-board
 
 presses_before=$(grep -c '^press' "$WORK/rival.log" || true)
