@@ -68,7 +68,7 @@ class TestBoardView : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void checkboxAndTextClicks() {
+    void clickingTheTextOpensTheTask() {
         Screen screen;
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
         QCOMPARE(screen.view->status(), QQuickView::Ready);
@@ -79,15 +79,6 @@ private slots:
         QCOMPARE(screen.controller->editingTask()->title(), QStringLiteral("预约牙医"));
         QTRY_VERIFY(row->property("isEditing").toBool());
 
-        // The check box ticks at once; the task leaves its column after the animation.
-        row = screen.row(QStringLiteral("回复客户的合作邮件"));
-        click(screen.view.get(), find(row, [](QQuickItem* item) {
-                  return QByteArray(item->metaObject()->className()).startsWith("TaskCheckbox");
-              }));
-        QVERIFY(row->property("completing").toBool());
-        QCOMPARE(screen.controller->todayModel()->count(), 7);
-        QTRY_COMPARE(screen.controller->todayModel()->count(), 6);
-        QCOMPARE(screen.controller->doneModel()->count(), 2);
     }
 
     void contextMenuFilesAndDeletes() {
