@@ -70,7 +70,7 @@ check "the other lists stay" bash -c '[ "$(list_names | sort | tr "\n" " ")" = "
 # Ctrl+W closes the window; the process stays; `tavik --toggle` brings it back.
 xdotool windowfocus --sync "$WIN" 2>/dev/null || true
 key ctrl+w
-check "Ctrl+W hides the board" wait_for 5 bash -c '[ -z "$(xdotool search --onlyvisible --name "^Tavik\$" 2>/dev/null)" ]'
+check "Ctrl+W hides the board" wait_for 5 board_hidden
 check "the process lives on in the tray" kill -0 "$APP"
 "$TAVIK" --toggle
 check "tavik --toggle shows the board again" wait_for 10 window_id

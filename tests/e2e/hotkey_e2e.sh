@@ -11,8 +11,6 @@ KEYGRAB=$(readlink -f "$2")
 
 FAILED_LINE='[Tavik] RegisterEventHotKey failed (status 10); the combo may be taken — use the menu-bar icon.'
 
-board_shown() { [ -n "$(window_id)" ]; }
-board_hidden() { [ -z "$(window_id)" ]; }
 locks_are() { [ "$("$KEYGRAB" locks)" = "$1" ]; }
 
 # The hot key itself, not xdotool's idea of the modifiers: no --clearmodifiers, which would
@@ -46,7 +44,6 @@ done
 alt_j
 check "Alt+J hides the visible board" wait_for 5 board_hidden
 check "the process lives on without its window" kill -0 "$APP"
-shot hotkey-hidden
 alt_j
 check "Alt+J shows the board again" wait_for 5 board_shown
 
@@ -59,10 +56,8 @@ for locks in "Num_Lock:caps=0 num=1" "Caps_Lock:caps=1 num=0" "Num_Lock Caps_Loc
     sleep 0.5
     alt_j
     check "Alt+J hides the board ($state)" wait_for 5 board_hidden
-    shot "hotkey-hidden-${keys// /-}"
     alt_j
     check "Alt+J shows the board ($state)" wait_for 5 board_shown
-    shot "hotkey-shown-${keys// /-}"
     for k in $keys; do xdotool key "$k"; done
     check "lock keys off again" wait_for 3 locks_are "caps=0 num=0"
 done
@@ -93,7 +88,6 @@ check "Alt+J leaves Tavik's board alone" board_shown
 xdotool windowfocus --sync "$(window_id)" 2>/dev/null || true
 "$TAVIK" --toggle
 check "tavik --toggle hides the board" wait_for 10 board_hidden
-shot hotkey-taken-toggled-off
 "$TAVIK" --toggle
 check "tavik --toggle shows it again" wait_for 10 board_shown
 shot hotkey-taken-toggled-on

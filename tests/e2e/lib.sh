@@ -67,6 +67,8 @@ titles() { board_json "$1" | python3 -c 'import json,sys; print("\n".join(t["tit
 export -f titles board_json
 shot() { import -window root "$ARTIFACTS/$1.png"; }
 window_id() { xdotool search --onlyvisible --name '^Tavik$' 2>/dev/null | head -n1; }
+board_shown() { [ -n "$(window_id)" ]; }
+board_hidden() { [ -z "$(window_id)" ]; }
 wait_for() { # wait_for SECONDS COMMAND...
     local deadline=$((SECONDS + $1))
     shift

@@ -114,8 +114,6 @@ moments = (datetime.fromisoformat(r["trigger"].replace("Z", "+00:00")) for r in 
 print(" ".join(str(int(m.timestamp())) for m in sorted(moments)))' "$PENDING" 2>/dev/null
 }
 pending_is() { [ "$(pending_triggers)" = "$1" ]; }
-board_shown() { [ -n "$(window_id)" ]; }
-board_hidden() { [ -z "$(window_id)" ]; }
 
 # --- Tavik in the tray waits for the minute ------------------------------------------------------
 

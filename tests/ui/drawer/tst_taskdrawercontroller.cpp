@@ -120,7 +120,14 @@ private slots:
         QCOMPARE(task->updatedAt(), stamped);
     }
 
+    void noteIsStoredOnceWhenTheCardGoes_data() {
+        QTest::addColumn<bool>("toAnotherTask");
+        QTest::newRow("the card closes") << false;
+        QTest::newRow("the card turns to another task") << true;
+    }
+
     void noteIsStoredOnceWhenTheCardGoes() {
+        QFETCH(bool, toAnotherTask);
         TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow.addDays(-1));
         task->setRichNote(rich(R"({"runs":[{"text":"买","bold":true},{"text":"牛奶"}]})"),
                           kNow.addDays(-1));
@@ -142,7 +149,12 @@ private slots:
         task->setRichNote(RichText::fromPlainText(QStringLiteral("同步来的")), kNow);
 
         m_clock.advance(5'000);
-        drawer.disappear();
+        if (toAnotherTask) {
+            drawer.setTask(m_store->addTask(QStringLiteral("下一个"), 2, kNow));
+            QVERIFY(drawer.noteEmpty());
+        } else {
+            drawer.disappear();
+        }
         QCOMPARE(task->richNote(), edited);
         QCOMPARE(task->note(), QStringLiteral("买牛奶"));
         QCOMPARE(task->updatedAt(), m_clock.now());
