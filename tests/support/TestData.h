@@ -11,16 +11,17 @@
 
 namespace TestData {
 
-// The array under `key` of the file `name`; a missing or broken file stops the test run.
+// The array under `key` of the file `name`; a missing, broken or empty table stops the run.
 inline QJsonArray cases(const char* name, const char* key) {
     QFile file(QStringLiteral(TAVIK_UI_DATA "/") + QLatin1String(name));
     if (!file.open(QIODevice::ReadOnly))
         qFatal("no test data %s", name);
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(file.readAll(), &error);
-    if (error.error != QJsonParseError::NoError || !document.object().value(key).isArray())
-        qFatal("%s: no array %s (%s)", name, key, qPrintable(error.errorString()));
-    return document.object().value(key).toArray();
+    const QJsonArray rows = document.object().value(key).toArray();
+    if (error.error != QJsonParseError::NoError || rows.isEmpty())
+        qFatal("%s: no rows under %s (%s)", name, key, qPrintable(error.errorString()));
+    return rows;
 }
 
 // A JSON value as compact text, for cases that hold a rich note.
