@@ -1,24 +1,17 @@
 #!/usr/bin/env bash
 # The board as a person meets it: the real binary in a real X window (Xvfb), driven with
 # xdotool, checked through `tavik --list --json`. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: board_e2e.sh TAVIK_BINARY    (runs itself on a private session bus)
+# Usage: board_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 
 start_board --seed-demo --debug-frame
-shot demo-board
+shot board-light
 
 # Keyboard: the first arrow only lights a row (the first of 今天), the next moves the focus.
 second_today=$(titles today | sed -n 2p)
-# The pointer parks outside the board while the keyboard works.
-xdotool mousemove 1395 895
-sleep 0.3
+park_pointer
 key Down
 key Down
 key ctrl+Left
@@ -77,10 +70,17 @@ check "the other lists stay" bash -c '[ "$(list_names | sort | tr "\n" " ")" = "
 # Ctrl+W closes the window; the process stays; `tavik --toggle` brings it back.
 xdotool windowfocus --sync "$WIN" 2>/dev/null || true
 key ctrl+w
-check "Ctrl+W hides the board" wait_for 5 bash -c '[ -z "$(xdotool search --onlyvisible --name "^Tavik\$" 2>/dev/null)" ]'
+check "Ctrl+W hides the board" wait_for 5 board_hidden
 check "the process lives on in the tray" kill -0 "$APP"
 "$TAVIK" --toggle
 check "tavik --toggle shows the board again" wait_for 10 window_id
 shot after-toggle
+
+# The same board in the dark appearance, for a person to look at.
+kill "$APP"
+wait "$APP" 2>/dev/null || true
+TAVIK_APPEARANCE=dark start_board --seed-demo --debug-frame
+park_pointer
+shot board-dark
 
 e2e_finish

@@ -1,15 +1,10 @@
 #!/usr/bin/env bash
 # Drag and drop as a person does it: the real binary under Xvfb, the pointer driven by
 # xdotool, the outcome read back with `tavik --list --json`. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: drag_e2e.sh TAVIK_BINARY    (runs itself on a private session bus)
+# Usage: drag_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 
 # One field of the task titled $2 in column $1.
 field() {
@@ -30,7 +25,6 @@ sys.exit(0 if moment.date() == datetime.now().astimezone().date() else 1)' "$1"
 }
 
 start_board --seed-demo --debug-frame
-eval "$(xdotool getwindowgeometry --shell "$WIN")"
 shot drag-before
 
 # Points are given inside the window; the demo board with its fixed frame puts the rows there.

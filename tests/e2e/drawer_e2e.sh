@@ -3,15 +3,10 @@
 # row's menu with the mouse, a formatted note typed with xdotool and its shortcuts, the
 # outcome read back with `tavik --list --json`, across a quit and a restart. Then a note
 # longer than the card, which scrolls inside it. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: drawer_e2e.sh TAVIK_BINARY    (runs itself on a private session bus)
+# Usage: drawer_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 
 # note_is STORE TITLE FIELD JSON: the task titled TITLE (any column) in the demo store
 # ("demo") or the real one ("real") has FIELD equal to the JSON value given.
@@ -111,10 +106,6 @@ open_drawer() {
 # Inside the note editor: the middle of a short card is note.
 click_note() { xdotool mousemove --window "$WIN" $((WIDTH / 2)) $((HEIGHT / 2)) click 1; sleep 0.3; }
 typed() { xdotool type --delay 120 "$1"; }
-quit_board() {
-    key ctrl+q
-    check "Ctrl+Q ends the board" wait_for 10 bash -c "! kill -0 $APP 2>/dev/null"
-}
 
 # A store for the second half, imported before anything runs: a note of forty lines, taller
 # than any card, and a note whose formatting data is damaged.
@@ -147,7 +138,6 @@ check "the long-note store imports" "$TAVIK" --import "$WORK/long.json"
 
 # 1. The demo board: the drawer of 预约牙医 (top of 本周) from its row's menu.
 start_board --seed-demo --debug-frame
-eval "$(xdotool getwindowgeometry --shell "$WIN")"
 shot drawer-board
 check "预约牙医 starts without a note" note_is demo 预约牙医 richNote null
 open_drawer 470 103
@@ -185,7 +175,6 @@ check "the plain note follows" note_is demo 预约牙医 note "$plain"
 quit_board
 check "the formatting is in the store after quitting" note_is demo 预约牙医 richNote "$formatted"
 start_board --seed-demo --debug-frame
-eval "$(xdotool getwindowgeometry --shell "$WIN")"
 open_drawer 470 103
 shot drawer-reopened
 check "the reopened card is the same size" card_fits drawer-reopened 400
@@ -210,7 +199,6 @@ check "a note typed into an open card survives Ctrl+Q" note_is demo 预约牙医
 
 # Hiding the board with the card open stores what was typed too, without a quit.
 start_board --seed-demo --debug-frame
-eval "$(xdotool getwindowgeometry --shell "$WIN")"
 open_drawer 470 103
 click_note
 key ctrl+End
@@ -234,7 +222,6 @@ print(json.dumps([t["richNote"] for c in json.load(sys.stdin)["columns"] for t i
                   if t["title"] == "长备注"][0]))')
 long_updated=$(exported 长备注 updatedAt)
 start_board --debug-frame
-eval "$(xdotool getwindowgeometry --shell "$WIN")"
 open_drawer 110 103
 xdotool mousemove --window "$WIN" $((WIDTH / 2)) $((HEIGHT / 2))
 sleep 0.8

@@ -3,21 +3,14 @@
 # X server, with and without the lock keys. Then another X client holds Alt+J before Tavik
 # starts: Tavik says so in its log and the board still opens and closes from the tray's path
 # (`tavik --toggle`). Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: hotkey_e2e.sh TAVIK_BINARY X11_KEYGRAB_BINARY    (runs itself on a private session bus)
+# Usage: hotkey_e2e.sh TAVIK_BINARY X11_KEYGRAB_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 KEYGRAB=$(readlink -f "$2")
 
 FAILED_LINE='[Tavik] RegisterEventHotKey failed (status 10); the combo may be taken — use the menu-bar icon.'
 
-board_shown() { [ -n "$(window_id)" ]; }
-board_hidden() { [ -z "$(window_id)" ]; }
 locks_are() { [ "$("$KEYGRAB" locks)" = "$1" ]; }
 
 # The hot key itself, not xdotool's idea of the modifiers: no --clearmodifiers, which would
@@ -38,8 +31,8 @@ stop_tavik() {
 
 start_tavik "$WORK/tavik.log"
 check "the board window appears" wait_for 20 board_shown
-xdotool mousemove 1395 895
-sleep 1
+park_pointer
+sleep 0.7
 shot hotkey-board
 
 # Tavik holds Mod1+J for every lock state: none of them is free for another client.
@@ -51,7 +44,6 @@ done
 alt_j
 check "Alt+J hides the visible board" wait_for 5 board_hidden
 check "the process lives on without its window" kill -0 "$APP"
-shot hotkey-hidden
 alt_j
 check "Alt+J shows the board again" wait_for 5 board_shown
 
@@ -64,10 +56,8 @@ for locks in "Num_Lock:caps=0 num=1" "Caps_Lock:caps=1 num=0" "Num_Lock Caps_Loc
     sleep 0.5
     alt_j
     check "Alt+J hides the board ($state)" wait_for 5 board_hidden
-    shot "hotkey-hidden-${keys// /-}"
     alt_j
     check "Alt+J shows the board ($state)" wait_for 5 board_shown
-    shot "hotkey-shown-${keys// /-}"
     for k in $keys; do xdotool key "$k"; done
     check "lock keys off again" wait_for 3 locks_are "caps=0 num=0"
 done
@@ -84,8 +74,8 @@ check "the rival client holds Alt+J" wait_for 5 grep -qx holding "$WORK/rival.lo
 start_tavik "$WORK/tavik-taken.log"
 check "the board window appears beside the rival" wait_for 20 board_shown
 check "Tavik logs that Alt+J is taken" wait_for 5 grep -qF "$FAILED_LINE" "$WORK/tavik-taken.log"
-xdotool mousemove 1395 895
-sleep 1
+park_pointer
+sleep 0.7
 shot hotkey-taken-board
 
 presses_before=$(grep -c '^press' "$WORK/rival.log" || true)
@@ -98,7 +88,6 @@ check "Alt+J leaves Tavik's board alone" board_shown
 xdotool windowfocus --sync "$(window_id)" 2>/dev/null || true
 "$TAVIK" --toggle
 check "tavik --toggle hides the board" wait_for 10 board_hidden
-shot hotkey-taken-toggled-off
 "$TAVIK" --toggle
 check "tavik --toggle shows it again" wait_for 10 board_shown
 shot hotkey-taken-toggled-on

@@ -1,11 +1,16 @@
 # Shared ground of the end-to-end scripts: a private home, a display of our own (Xvfb),
-# check/wait helpers and screenshots. Source it after re-executing on a private session bus:
+# check/wait helpers and screenshots. A script starts with
 #
-#   [ -z "${TAVIK_E2E_INNER:-}" ] && TAVIK_E2E_INNER=1 exec dbus-run-session -- "$0" "$@"
-#   source "$(dirname "$0")/lib.sh" "$1"
+#   source "$(dirname "$0")/lib.sh" "$@"
 #
-# Sets TAVIK (the binary), WORK (the private home), ARTIFACTS, DISPLAY. Call `e2e_finish`
-# last; its status is the script's.
+# which runs the script again on a private session bus, then sets TAVIK (the first argument),
+# WORK (the private home), ARTIFACTS and DISPLAY. Call `e2e_finish` last; its status is the
+# script's.
+
+if [ -z "${TAVIK_E2E_INNER:-}" ]; then
+    export TAVIK_E2E_INNER=1
+    exec dbus-run-session -- "$0" "$@"
+fi
 
 TAVIK=$(readlink -f "$1")
 ARTIFACTS=${TAVIK_ARTIFACTS:-$PWD/artifacts/e2e}
@@ -62,6 +67,8 @@ titles() { board_json "$1" | python3 -c 'import json,sys; print("\n".join(t["tit
 export -f titles board_json
 shot() { import -window root "$ARTIFACTS/$1.png"; }
 window_id() { xdotool search --onlyvisible --name '^Tavik$' 2>/dev/null | head -n1; }
+board_shown() { [ -n "$(window_id)" ]; }
+board_hidden() { [ -z "$(window_id)" ]; }
 wait_for() { # wait_for SECONDS COMMAND...
     local deadline=$((SECONDS + $1))
     shift
@@ -89,13 +96,20 @@ refocus_board() {
 }
 
 # Starts the board with ARGS (output in $WORK/tavik.log), checks that its window appears and
-# gives it the keyboard. Sets APP (the process) and WIN (the window).
+# gives it the keyboard. Sets APP (the process), WIN (the window) and its X, Y, WIDTH, HEIGHT.
 start_board() {
     "$TAVIK" "$@" >"$WORK/tavik.log" 2>&1 &
     APP=$!
     E2E_PIDS+=("$APP")
     check "the board window appears" wait_for 20 window_id
     WIN=$(window_id)
+    eval "$(xdotool getwindowgeometry --shell "$WIN")"
     xdotool windowfocus --sync "$WIN" 2>/dev/null || true
     sleep 1
 }
+quit_board() {
+    key ctrl+q
+    check "Ctrl+Q ends the board" wait_for 10 bash -c "! kill -0 $APP 2>/dev/null"
+}
+# The pointer parks outside the board while the keyboard works.
+park_pointer() { xdotool mousemove 1395 895; sleep 0.3; }

@@ -3,15 +3,10 @@
 # display. Three tasks remind at the start of the coming minute; each notification is
 # answered the way a person answers dunst (its context menu, a click), and
 # `tavik --list --json` shows what became of the task. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: reminder_e2e.sh TAVIK_BINARY    (runs itself on a private session bus)
+# Usage: reminder_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 HERE=$(cd "$(dirname "$0")" && pwd)
 MENU=$WORK/menu
 mkdir -p "$MENU"
@@ -119,8 +114,6 @@ moments = (datetime.fromisoformat(r["trigger"].replace("Z", "+00:00")) for r in 
 print(" ".join(str(int(m.timestamp())) for m in sorted(moments)))' "$PENDING" 2>/dev/null
 }
 pending_is() { [ "$(pending_triggers)" = "$1" ]; }
-board_shown() { [ -n "$(window_id)" ]; }
-board_hidden() { [ -z "$(window_id)" ]; }
 
 # --- Tavik in the tray waits for the minute ------------------------------------------------------
 
@@ -191,8 +184,8 @@ check "a click on the notification opens the board" wait_for 10 board_shown
 check "the clicked notification is gone" wait_for 5 displayed_is 0
 check "a click leaves the task open" field_is $PARCEL completed False
 check "a click leaves its reminder" field_is $PARCEL reminderAt "$REMINDER"
-xdotool mousemove 1395 895
-sleep 1
+park_pointer
+sleep 0.7
 shot reminder-board-opened
 cp "$MENU/offered" "$ARTIFACTS/reminder-menu.txt"
 

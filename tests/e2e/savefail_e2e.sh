@@ -2,15 +2,10 @@
 # A store that cannot be written while the board runs: another process holds SQLite's write
 # lock. The first failing save shows the alert, a second one does not stack another, the
 # board goes on working, and once the lock is gone the next save writes every change.
-# Usage: savefail_e2e.sh TAVIK_BINARY    (runs itself on a private session bus)
+# Usage: savefail_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
-if [ -z "${TAVIK_E2E_INNER:-}" ]; then
-    export TAVIK_E2E_INNER=1
-    exec dbus-run-session -- "$0" "$@"
-fi
-
-source "$(dirname "$0")/lib.sh" "$1"
+source "$(dirname "$0")/lib.sh" "$@"
 
 STORE=$XDG_DATA_HOME/tavik/tavik-demo.store
 
@@ -39,8 +34,7 @@ check "another process holds the store's write lock" wait_for 10 test -s "$WORK/
 
 # 1. Ctrl+Return completes the focused task: the save fails and the alert comes up once.
 first_today=$(titles today | sed -n 1p)
-xdotool mousemove 1395 895
-sleep 0.3
+park_pointer
 key Down
 key ctrl+Return
 check "a failing save shows the alert" wait_for 10 alert_shown
@@ -84,8 +78,7 @@ check "the log says the save recovered" grep -q 'save recovered after tasksChang
 shot savefail-recovered
 
 # Quitting and reading the store again finds the same board.
-key ctrl+q
-check "Ctrl+Q ends the board" wait_for 10 bash -c "! kill -0 $APP 2>/dev/null"
+quit_board
 check "the store still has both changes after quitting" \
     bash -c "titles done | grep -qxF '$first_today' && titles later | grep -qxF '修自行车'"
 

@@ -1,6 +1,7 @@
 // The board's drag without a screen: the grab, the target under the pointer, the drop and the
 // hand-over from placeholder to row, on reported rectangles and a real store.
 #include "BoardControllerFixture.h"
+#include "TestData.h"
 #include "board/TaskListModel.h"
 
 #include <QSignalSpy>
@@ -121,24 +122,12 @@ private slots:
     void targetUnderThePointer_data() {
         QTest::addColumn<QList<QPointF>>("path");
         QTest::addColumn<QString>("target");
-
-        // 本周 holds W1 (centre y 125) and W2 (175); T1 is dragged out of 今天.
-        QTest::newRow("above a row's centre") << QList<QPointF>{{450, 120}} << "thisWeek before W1";
-        QTest::newRow("on the centre: the row below")
-            << QList<QPointF>{{450, 125}} << "thisWeek before W2";
-        QTest::newRow("below the last row") << QList<QPointF>{{450, 400}} << "thisWeek before end";
-        QTest::newRow("above the column still counts")
-            << QList<QPointF>{{450, -80}} << "thisWeek before W1";
-        QTest::newRow("the dragged row is no neighbour")
-            << QList<QPointF>{{750, 110}} << "today before T2";
-        QTest::newRow("a tab wins over the column under it")
-            << QList<QPointF>{{130, 20}} << "list A";
-        QTest::newRow("全部") << QList<QPointF>{{40, 20}} << "list all";
-        QTest::newRow("the strip between tabs falls to the column")
-            << QList<QPointF>{{280, 20}} << "later before L1";
-        QTest::newRow("outside all columns keeps the last target")
-            << QList<QPointF>{{450, 400}, {1200, 300}} << "thisWeek before end";
-        QTest::newRow("outside before any target: none") << QList<QPointF>{{1200, 300}} << "none";
+        for (const QJsonValue& row : TestData::cases("drag-targets.json", "targets")) {
+            QList<QPointF> path;
+            for (const QJsonValue& point : row["path"].toArray())
+                path << QPointF(point[0].toDouble(), point[1].toDouble());
+            QTest::newRow(qPrintable(row["tag"].toString())) << path << row["target"].toString();
+        }
     }
 
     void targetUnderThePointer() {

@@ -1,6 +1,5 @@
 #include "lists/CategoryTabController.h"
 
-#include <QSignalSpy>
 #include <QTest>
 
 class TestCategoryTab : public QObject {
@@ -55,19 +54,6 @@ private slots:
         QCOMPARE(tab.swatchFilled(), filled);
         QCOMPARE(tab.showsHotCapsule(), hotCapsule);
         QCOMPARE(tab.horizontalPadding(), padding);
-    }
-
-    void everyInputAnnouncesTheDerivedState() {
-        CategoryTabController tab;
-        QSignalSpy state(&tab, &CategoryTabController::stateChanged);
-        tab.setCategoryId(QStringLiteral("a"));
-        tab.setSelectedCategoryId(QStringLiteral("a"));
-        tab.setHot(true);
-        QCOMPARE(state.count(), 3);
-        // Setting a value it already has is not a change.
-        tab.setHot(true);
-        tab.setSelectedCategoryId(QStringLiteral("a"));
-        QCOMPARE(state.count(), 3);
     }
 };
 

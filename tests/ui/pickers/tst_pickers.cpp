@@ -1,5 +1,6 @@
 #include "Clock.h"
 #include "IsoCalendar.h"
+#include "TestData.h"
 #include "pickers/CalendarGridModel.h"
 #include "pickers/SchedulePopoverController.h"
 #include "pickers/TimeListModel.h"
@@ -40,315 +41,274 @@ class TestPickers : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void init();
     void cleanup() { UiClock::install(nullptr); }
 
-    void gridShape_data();
-    void gridShape();
-    void gridFlags();
-    void gridPaging();
+    void init() {
+        m_clock.setNow(local(2024, 6, 12, 10, 0));
+        UiClock::install(&m_clock);
+    }
 
-    void timeSlots();
-    void timeSlotsAcrossDaylightSaving_data();
-    void timeSlotsAcrossDaylightSaving();
-    void timeAnchor_data();
-    void timeAnchor();
+    void gridShape_data() {
+        QTest::addColumn<QDate>("month");
+        QTest::addColumn<int>("firstDay");
+        QTest::addColumn<int>("leading");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<QDate>("firstCell");
+        QTest::addColumn<QDate>("lastCell");
+        const auto date = [](const QJsonValue& v) {
+            return QDate::fromString(v.toString(), Qt::ISODate);
+        };
+        for (const QJsonValue& row : TestData::cases("calendar-grid.json", "shapes")) {
+            QTest::newRow(qPrintable(row["tag"].toString()))
+                << date(row["month"]) << row["firstDay"].toInt() << row["leading"].toInt()
+                << row["rows"].toInt() << date(row["first"]) << date(row["last"]);
+        }
+    }
 
-    void popoverReminderToggle_data();
-    void popoverReminderToggle();
-    void popoverRules();
+    void gridShape() {
+        QFETCH(QDate, month);
+        QFETCH(int, firstDay);
+        QFETCH(int, leading);
+        QFETCH(int, rows);
+        QFETCH(QDate, firstCell);
+        QFETCH(QDate, lastCell);
+
+        CalendarGridModel grid;
+        QAbstractItemModelTester tester(&grid,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        grid.setFirstDayOfWeek(firstDay);
+        // Any moment of the month selects it; the grid reads back the start of its first day.
+        grid.setMonthStart(local(month.year(), month.month(), 17, 13, 45));
+        QCOMPARE(grid.monthStart(), local(month.year(), month.month(), 1));
+        QCOMPARE(grid.leadingDays(), leading);
+        QCOMPARE(grid.rows(), rows);
+        QCOMPARE(grid.rowCount(), rows * 7);
+        QCOMPARE(cellDay(grid, 0), firstCell);
+        QCOMPARE(cellDay(grid, grid.rowCount() - 1), lastCell);
+        QCOMPARE(cellDay(grid, leading), month);
+
+        // Every cell is the start of its local day, one calendar day after the one before, also
+        // across a 23- or 25-hour day.
+        const IsoCalendar calendar;
+        for (int row = 0; row < grid.rowCount(); ++row) {
+            const QDateTime cell = grid.index(row).data(CalendarGridModel::DateRole).toDateTime();
+            QCOMPARE(cell, calendar.startOfDay(firstCell.addDays(row)));
+        }
+    }
+
+    void gridFlags() {
+        CalendarGridModel grid;
+        QAbstractItemModelTester tester(&grid,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        grid.setFirstDayOfWeek(Qt::Sunday);
+        grid.setMonthStart(local(2024, 6, 1));
+        grid.setMinDay(local(2024, 6, 12));
+        grid.setSelected(local(2024, 6, 20));
+
+        using R = CalendarGridModel;
+        const auto is = [&](QDate day, R::Role role) { return flag(grid, day, role) == true; };
+        const auto isNot = [&](QDate day, R::Role role) { return flag(grid, day, role) == false; };
+        // A neighbouring month's days stand outside the month; before minDay they are disabled.
+        QVERIFY(isNot(QDate(2024, 5, 26), R::InMonthRole));
+        QVERIFY(is(QDate(2024, 5, 26), R::BeforeMinRole));
+        QVERIFY(is(QDate(2024, 6, 11), R::BeforeMinRole));
+        QVERIFY(isNot(QDate(2024, 6, 12), R::BeforeMinRole));
+        QVERIFY(is(QDate(2024, 6, 12), R::IsTodayRole));
+        QVERIFY(isNot(QDate(2024, 6, 13), R::IsTodayRole));
+        QVERIFY(is(QDate(2024, 6, 20), R::IsSelectedRole));
+        QVERIFY(isNot(QDate(2024, 6, 21), R::IsSelectedRole));
+        // The next month's days after minDay stay pickable.
+        QVERIFY(isNot(QDate(2024, 7, 6), R::InMonthRole));
+        QVERIFY(isNot(QDate(2024, 7, 6), R::BeforeMinRole));
+
+        // A new selection is announced on the cells, not by a reset.
+        QSignalSpy changed(&grid, &QAbstractItemModel::dataChanged);
+        QSignalSpy reset(&grid, &QAbstractItemModel::modelReset);
+        grid.setSelected(local(2024, 6, 21, 18, 0));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(reset.count(), 0);
+        QVERIFY(is(QDate(2024, 6, 21), R::IsSelectedRole));
+        QVERIFY(isNot(QDate(2024, 6, 20), R::IsSelectedRole));
+
+        // Paged wholly before minDay: every day disabled, but the month still shows.
+        grid.page(-2);
+        QCOMPARE(grid.rowCount() % 7, 0);
+        for (int row = 0; row < grid.rowCount(); ++row)
+            QVERIFY(grid.index(row).data(R::BeforeMinRole).toBool());
+    }
+
+    void gridPaging() {
+        CalendarGridModel grid;
+        grid.setMonthStart(local(2024, 1, 31, 22, 0));
+        grid.page(-1);
+        QCOMPARE(grid.monthStart(), local(2023, 12, 1));
+        grid.page(13);
+        QCOMPARE(grid.monthStart(), local(2025, 1, 1));
+        // A grid without a month has no cells and does not page.
+        CalendarGridModel empty;
+        empty.page(1);
+        QCOMPARE(empty.rowCount(), 0);
+    }
+
+    void timeSlots() {
+        TimeListModel list;
+        QAbstractItemModelTester tester(&list,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        list.setInitial(local(2024, 6, 12, 14, 10));
+        QCOMPARE(list.rowCount(), 96);
+        QCOMPARE(list.slotAt(0), local(2024, 6, 12, 0, 0));
+        QCOMPARE(list.slotAt(95), local(2024, 6, 12, 23, 45));
+
+        // Selection by hour and minute, whatever the date of the selected moment.
+        list.setSelected(local(2020, 1, 1, 9, 30));
+        QVERIFY(list.index(38).data(TimeListModel::IsSelectedRole).toBool());
+        int marked = 0;
+        for (int row = 0; row < list.rowCount(); ++row)
+            marked += list.index(row).data(TimeListModel::IsSelectedRole).toBool() ? 1 : 0;
+        QCOMPARE(marked, 1);
+        // Off the quarter-hour grid: no row is marked.
+        list.setSelected(local(2024, 6, 12, 14, 37));
+        for (int row = 0; row < list.rowCount(); ++row)
+            QVERIFY(!list.index(row).data(TimeListModel::IsSelectedRole).toBool());
+    }
+
+    void timeSlotsAcrossDaylightSaving_data() {
+        QTest::addColumn<QDate>("day");
+        QTest::newRow("Europe springs forward") << QDate(2024, 3, 31);
+        QTest::newRow("North America springs forward") << QDate(2024, 3, 10);
+        QTest::newRow("Europe falls back") << QDate(2024, 10, 27);
+        QTest::newRow("North America falls back") << QDate(2024, 11, 3);
+    }
+
+    void timeSlotsAcrossDaylightSaving() {
+        QFETCH(QDate, day);
+        TimeListModel list;
+        list.setInitial(QDateTime(day, QTime(12, 0), Qt::LocalTime));
+        // Where this zone skips the hour after 02:00 that night, its four slots do not exist.
+        const bool skipsAnHour = !QDateTime(day, QTime(2, 30), Qt::LocalTime).isValid();
+        QCOMPARE(list.rowCount(), skipsAnHour ? 92 : 96);
+        QStringList labels;
+        for (int row = 0; row < list.rowCount(); ++row) {
+            labels.append(label(list, row));
+            if (row > 0)
+                QVERIFY(list.slotAt(row - 1) < list.slotAt(row));
+            QCOMPARE(list.slotAt(row).toLocalTime().date(), day);
+        }
+        QCOMPARE(labels.contains(QStringLiteral("02:30")), !skipsAnHour);
+        QCOMPARE(labels.last(), QStringLiteral("23:45"));
+        QCOMPARE(labels.removeDuplicates(), 0);
+    }
+
+    void timeAnchor_data() {
+        QTest::addColumn<QDateTime>("selected");
+        QTest::addColumn<QDateTime>("initial");
+        QTest::addColumn<QString>("anchorLabel");
+
+        const QDateTime initial = local(2024, 6, 12, 14, 30);
+        QTest::newRow("no selection: the initial slot") << QDateTime() << initial << "14:30";
+        QTest::newRow("initial off the grid") << QDateTime() << local(2024, 6, 12, 9, 1) << "09:15";
+        QTest::newRow("selection on the grid") << local(2024, 6, 12, 8, 45) << initial << "08:45";
+        QTest::newRow("14:37 scrolls to 14:45") << local(2024, 6, 12, 14, 37) << initial << "14:45";
+        QTest::newRow("23:50 has no slot after it")
+            << local(2024, 6, 12, 23, 50) << initial << "23:45";
+        QTest::newRow("initial 23:50") << QDateTime() << local(2024, 6, 12, 23, 50) << "23:45";
+        QTest::newRow("midnight") << local(2024, 6, 13, 0, 0) << initial << "00:00";
+    }
+
+    void timeAnchor() {
+        QFETCH(QDateTime, selected);
+        QFETCH(QDateTime, initial);
+        QFETCH(QString, anchorLabel);
+        TimeListModel list;
+        list.setInitial(initial);
+        list.setSelected(selected);
+        QCOMPARE(label(list, list.anchorIndex()), anchorLabel);
+    }
+
+    void popoverReminderToggle_data() {
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QDateTime>("expectedReminder");
+        QTest::addColumn<bool>("passed");
+
+        QTest::newRow("14:10 proposes 14:30 today")
+            << local(2024, 6, 12, 14, 10) << local(2024, 6, 12, 14, 30) << false;
+        QTest::newRow("14:30 proposes 15:00")
+            << local(2024, 6, 12, 14, 30) << local(2024, 6, 12, 15, 0) << false;
+        // The proposal 00:00 belongs to tomorrow, but the day stays today: a passed reminder.
+        QTest::newRow("23:45 gives today's midnight, passed")
+            << local(2024, 6, 12, 23, 45) << local(2024, 6, 12, 0, 0) << true;
+    }
+
+    void popoverReminderToggle() {
+        QFETCH(QDateTime, now);
+        QFETCH(QDateTime, expectedReminder);
+        QFETCH(bool, passed);
+        m_clock.setNow(now);
+
+        SchedulePopoverController popover;
+        popover.seed({}, {});
+        QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
+        popover.setReminderEnabled(true);
+        QCOMPARE(reported.count(), 1);
+        QCOMPARE(reported.first().at(0).toDateTime(), local(2024, 6, 12));
+        QCOMPARE(reported.first().at(1).toDateTime(), expectedReminder);
+        QCOMPARE(popover.reminderPassed(), passed);
+        QVERIFY(popover.todayActive());
+    }
+
+    void popoverRules() {
+        m_clock.setNow(local(2024, 6, 12, 14, 10));
+        SchedulePopoverController popover;
+        popover.seed({}, {});
+        QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
+        const auto last = [&] { return reported.last(); };
+
+        // A day without a time reports the day and no reminder.
+        popover.chooseTomorrow();
+        QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 13));
+        QVERIFY(!last().at(1).toDateTime().isValid());
+        QVERIFY(!popover.reminderPassed());
+
+        // A chip pressed again stays on, and still reports.
+        popover.chooseTomorrow();
+        QCOMPARE(reported.count(), 2);
+        QVERIFY(popover.tomorrowActive());
+
+        // A time on that day; then moving the day keeps hour and minute.
+        popover.chooseTime(local(2024, 1, 1, 7, 45));
+        QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 13, 7, 45));
+        popover.chooseDate(local(2024, 6, 28, 19, 0));
+        QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 28));
+        QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 28, 7, 45));
+
+        // Today with a time before now: reported as it is, flagged as passed; equal to now too.
+        popover.chooseToday();
+        QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 12, 7, 45));
+        QVERIFY(popover.reminderPassed());
+        popover.chooseTime(local(2024, 6, 12, 14, 10));
+        QVERIFY(popover.reminderPassed());
+        m_clock.setNow(local(2024, 6, 12, 14, 9, 59));
+        QVERIFY(!popover.reminderPassed());
+
+        // Switching the time off keeps the day.
+        popover.setReminderEnabled(false);
+        QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 12));
+        QVERIFY(!last().at(1).toDateTime().isValid());
+        QVERIFY(popover.showClear());
+        QCOMPARE(popover.timeFieldValue(), local(2024, 6, 12, 14, 30));
+
+        // Only "清除" clears the day, and it clears both.
+        popover.setReminderEnabled(true);
+        popover.clear();
+        QVERIFY(!last().at(0).toDateTime().isValid());
+        QVERIFY(!last().at(1).toDateTime().isValid());
+        QVERIFY(!popover.showClear());
+        QVERIFY(!popover.hasTime());
+    }
 
 private:
     ManualClock m_clock;
 };
-
-void TestPickers::init() {
-    m_clock.setNow(local(2024, 6, 12, 10, 0));
-    UiClock::install(&m_clock);
-}
-
-void TestPickers::gridShape_data() {
-    QTest::addColumn<QDate>("month");
-    QTest::addColumn<int>("firstDay");
-    QTest::addColumn<int>("leading");
-    QTest::addColumn<int>("rows");
-    QTest::addColumn<QDate>("firstCell");
-    QTest::addColumn<QDate>("lastCell");
-
-    const int mon = Qt::Monday, sun = Qt::Sunday, sat = Qt::Saturday;
-    QTest::newRow("begins on Monday, Monday first")
-        << QDate(2024, 4, 1) << mon << 0 << 5 << QDate(2024, 4, 1) << QDate(2024, 5, 5);
-    QTest::newRow("begins on Monday, Sunday first")
-        << QDate(2024, 4, 1) << sun << 1 << 5 << QDate(2024, 3, 31) << QDate(2024, 5, 4);
-    QTest::newRow("non-leap February on the first weekday: 4 rows")
-        << QDate(2026, 2, 1) << sun << 0 << 4 << QDate(2026, 2, 1) << QDate(2026, 2, 28);
-    QTest::newRow("non-leap February, Monday first")
-        << QDate(2021, 2, 1) << mon << 0 << 4 << QDate(2021, 2, 1) << QDate(2021, 2, 28);
-    QTest::newRow("same February, Sunday first")
-        << QDate(2021, 2, 1) << sun << 1 << 5 << QDate(2021, 1, 31) << QDate(2021, 3, 6);
-    QTest::newRow("leap February")
-        << QDate(2024, 2, 1) << mon << 3 << 5 << QDate(2024, 1, 29) << QDate(2024, 3, 3);
-    QTest::newRow("spring-forward month, Monday first")
-        << QDate(2024, 3, 1) << mon << 4 << 5 << QDate(2024, 2, 26) << QDate(2024, 3, 31);
-    QTest::newRow("spring-forward month, Sunday first: 6 rows")
-        << QDate(2024, 3, 1) << sun << 5 << 6 << QDate(2024, 2, 25) << QDate(2024, 4, 6);
-    QTest::newRow("fall-back month, Monday first")
-        << QDate(2024, 10, 1) << mon << 1 << 5 << QDate(2024, 9, 30) << QDate(2024, 11, 3);
-    QTest::newRow("fall-back month, Sunday first")
-        << QDate(2024, 10, 1) << sun << 2 << 5 << QDate(2024, 9, 29) << QDate(2024, 11, 2);
-    QTest::newRow("begins on Saturday, Sunday first: 6 rows")
-        << QDate(2024, 6, 1) << sun << 6 << 6 << QDate(2024, 5, 26) << QDate(2024, 7, 6);
-    QTest::newRow("begins on Saturday, Saturday first")
-        << QDate(2024, 6, 1) << sat << 0 << 5 << QDate(2024, 6, 1) << QDate(2024, 7, 5);
-    QTest::newRow("across the year end")
-        << QDate(2024, 12, 1) << mon << 6 << 6 << QDate(2024, 11, 25) << QDate(2025, 1, 5);
-}
-
-void TestPickers::gridShape() {
-    QFETCH(QDate, month);
-    QFETCH(int, firstDay);
-    QFETCH(int, leading);
-    QFETCH(int, rows);
-    QFETCH(QDate, firstCell);
-    QFETCH(QDate, lastCell);
-
-    CalendarGridModel grid;
-    QAbstractItemModelTester tester(&grid, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    grid.setFirstDayOfWeek(firstDay);
-    // Any moment of the month selects it; the grid reads back the start of its first day.
-    grid.setMonthStart(local(month.year(), month.month(), 17, 13, 45));
-    QCOMPARE(grid.monthStart(), local(month.year(), month.month(), 1));
-    QCOMPARE(grid.leadingDays(), leading);
-    QCOMPARE(grid.rows(), rows);
-    QCOMPARE(grid.rowCount(), rows * 7);
-    QCOMPARE(cellDay(grid, 0), firstCell);
-    QCOMPARE(cellDay(grid, grid.rowCount() - 1), lastCell);
-    QCOMPARE(cellDay(grid, leading), month);
-
-    // Every cell is the start of its local day, one calendar day after the one before, also
-    // across a 23- or 25-hour day.
-    const IsoCalendar calendar;
-    for (int row = 0; row < grid.rowCount(); ++row) {
-        const QDateTime cell = grid.index(row).data(CalendarGridModel::DateRole).toDateTime();
-        QCOMPARE(cell, calendar.startOfDay(firstCell.addDays(row)));
-        QCOMPARE(grid.index(row).data(CalendarGridModel::DayNumberRole).toInt(),
-                 firstCell.addDays(row).day());
-    }
-    QCOMPARE(grid.weekdaySymbols().first(),
-             QLocale(QLocale::Chinese, QLocale::China)
-                 .standaloneDayName(firstDay, QLocale::NarrowFormat));
-}
-
-void TestPickers::gridFlags() {
-    CalendarGridModel grid;
-    QAbstractItemModelTester tester(&grid, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    grid.setFirstDayOfWeek(Qt::Sunday);
-    grid.setMonthStart(local(2024, 6, 1));
-    grid.setMinDay(local(2024, 6, 12));
-    grid.setSelected(local(2024, 6, 20));
-
-    using R = CalendarGridModel;
-    const auto is = [&](QDate day, R::Role role) { return flag(grid, day, role) == true; };
-    const auto isNot = [&](QDate day, R::Role role) { return flag(grid, day, role) == false; };
-    // A neighbouring month's days stand outside the month; before minDay they are disabled.
-    QVERIFY(isNot(QDate(2024, 5, 26), R::InMonthRole));
-    QVERIFY(is(QDate(2024, 5, 26), R::BeforeMinRole));
-    QVERIFY(is(QDate(2024, 6, 11), R::BeforeMinRole));
-    QVERIFY(isNot(QDate(2024, 6, 12), R::BeforeMinRole));
-    QVERIFY(is(QDate(2024, 6, 12), R::IsTodayRole));
-    QVERIFY(isNot(QDate(2024, 6, 13), R::IsTodayRole));
-    QVERIFY(is(QDate(2024, 6, 20), R::IsSelectedRole));
-    QVERIFY(isNot(QDate(2024, 6, 21), R::IsSelectedRole));
-    // The next month's days after minDay stay pickable.
-    QVERIFY(isNot(QDate(2024, 7, 6), R::InMonthRole));
-    QVERIFY(isNot(QDate(2024, 7, 6), R::BeforeMinRole));
-
-    // A new selection is announced on the cells, not by a reset.
-    QSignalSpy changed(&grid, &QAbstractItemModel::dataChanged);
-    QSignalSpy reset(&grid, &QAbstractItemModel::modelReset);
-    grid.setSelected(local(2024, 6, 21, 18, 0));
-    QCOMPARE(changed.count(), 1);
-    QCOMPARE(reset.count(), 0);
-    QVERIFY(is(QDate(2024, 6, 21), R::IsSelectedRole));
-    QVERIFY(isNot(QDate(2024, 6, 20), R::IsSelectedRole));
-
-    // Paged wholly before minDay: every day disabled, but the month still shows.
-    grid.page(-2);
-    QCOMPARE(grid.rowCount() % 7, 0);
-    for (int row = 0; row < grid.rowCount(); ++row)
-        QVERIFY(grid.index(row).data(R::BeforeMinRole).toBool());
-}
-
-void TestPickers::gridPaging() {
-    CalendarGridModel grid;
-    grid.setMonthStart(local(2024, 1, 31, 22, 0));
-    grid.page(-1);
-    QCOMPARE(grid.monthStart(), local(2023, 12, 1));
-    QCOMPARE(grid.title(), QStringLiteral("2023年12月"));
-    grid.page(13);
-    QCOMPARE(grid.title(), QStringLiteral("2025年1月"));
-    // A grid without a month has no cells and does not page.
-    CalendarGridModel empty;
-    empty.page(1);
-    QCOMPARE(empty.rowCount(), 0);
-}
-
-void TestPickers::timeSlots() {
-    TimeListModel list;
-    QAbstractItemModelTester tester(&list, QAbstractItemModelTester::FailureReportingMode::QtTest);
-    list.setInitial(local(2024, 6, 12, 14, 10));
-    QCOMPARE(list.rowCount(), 96);
-    QCOMPARE(label(list, 0), QStringLiteral("00:00"));
-    QCOMPARE(label(list, 1), QStringLiteral("00:15"));
-    QCOMPARE(label(list, 57), QStringLiteral("14:15"));
-    QCOMPARE(label(list, 95), QStringLiteral("23:45"));
-    QCOMPARE(list.slotAt(95), local(2024, 6, 12, 23, 45));
-
-    // Selection by hour and minute, whatever the date of the selected moment.
-    list.setSelected(local(2020, 1, 1, 9, 30));
-    QVERIFY(list.index(38).data(TimeListModel::IsSelectedRole).toBool());
-    int marked = 0;
-    for (int row = 0; row < list.rowCount(); ++row)
-        marked += list.index(row).data(TimeListModel::IsSelectedRole).toBool() ? 1 : 0;
-    QCOMPARE(marked, 1);
-    // Off the quarter-hour grid: no row is marked.
-    list.setSelected(local(2024, 6, 12, 14, 37));
-    for (int row = 0; row < list.rowCount(); ++row)
-        QVERIFY(!list.index(row).data(TimeListModel::IsSelectedRole).toBool());
-}
-
-void TestPickers::timeSlotsAcrossDaylightSaving_data() {
-    QTest::addColumn<QDate>("day");
-    QTest::newRow("Europe springs forward") << QDate(2024, 3, 31);
-    QTest::newRow("North America springs forward") << QDate(2024, 3, 10);
-    QTest::newRow("Europe falls back") << QDate(2024, 10, 27);
-    QTest::newRow("North America falls back") << QDate(2024, 11, 3);
-}
-
-void TestPickers::timeSlotsAcrossDaylightSaving() {
-    QFETCH(QDate, day);
-    TimeListModel list;
-    list.setInitial(QDateTime(day, QTime(12, 0), Qt::LocalTime));
-    // Where this zone skips the hour after 02:00 that night, its four slots do not exist.
-    const bool skipsAnHour = !QDateTime(day, QTime(2, 30), Qt::LocalTime).isValid();
-    QCOMPARE(list.rowCount(), skipsAnHour ? 92 : 96);
-    QStringList labels;
-    for (int row = 0; row < list.rowCount(); ++row) {
-        labels.append(label(list, row));
-        if (row > 0)
-            QVERIFY(list.slotAt(row - 1) < list.slotAt(row));
-        QCOMPARE(list.slotAt(row).toLocalTime().date(), day);
-    }
-    QCOMPARE(labels.contains(QStringLiteral("02:30")), !skipsAnHour);
-    QCOMPARE(labels.last(), QStringLiteral("23:45"));
-    QCOMPARE(labels.removeDuplicates(), 0);
-}
-
-void TestPickers::timeAnchor_data() {
-    QTest::addColumn<QDateTime>("selected");
-    QTest::addColumn<QDateTime>("initial");
-    QTest::addColumn<QString>("anchorLabel");
-
-    const QDateTime initial = local(2024, 6, 12, 14, 30);
-    QTest::newRow("no selection: the initial slot") << QDateTime() << initial << "14:30";
-    QTest::newRow("initial off the grid") << QDateTime() << local(2024, 6, 12, 9, 1) << "09:15";
-    QTest::newRow("selection on the grid") << local(2024, 6, 12, 8, 45) << initial << "08:45";
-    QTest::newRow("14:37 scrolls to 14:45") << local(2024, 6, 12, 14, 37) << initial << "14:45";
-    QTest::newRow("23:50 has no slot after it") << local(2024, 6, 12, 23, 50) << initial << "23:45";
-    QTest::newRow("initial 23:50") << QDateTime() << local(2024, 6, 12, 23, 50) << "23:45";
-    QTest::newRow("midnight") << local(2024, 6, 13, 0, 0) << initial << "00:00";
-}
-
-void TestPickers::timeAnchor() {
-    QFETCH(QDateTime, selected);
-    QFETCH(QDateTime, initial);
-    QFETCH(QString, anchorLabel);
-    TimeListModel list;
-    list.setInitial(initial);
-    list.setSelected(selected);
-    QCOMPARE(label(list, list.anchorIndex()), anchorLabel);
-}
-
-void TestPickers::popoverReminderToggle_data() {
-    QTest::addColumn<QDateTime>("now");
-    QTest::addColumn<QDateTime>("expectedReminder");
-    QTest::addColumn<bool>("passed");
-
-    QTest::newRow("14:10 proposes 14:30 today")
-        << local(2024, 6, 12, 14, 10) << local(2024, 6, 12, 14, 30) << false;
-    QTest::newRow("14:30 proposes 15:00")
-        << local(2024, 6, 12, 14, 30) << local(2024, 6, 12, 15, 0) << false;
-    // The proposal 00:00 belongs to tomorrow, but the day stays today: a passed reminder.
-    QTest::newRow("23:45 gives today's midnight, passed")
-        << local(2024, 6, 12, 23, 45) << local(2024, 6, 12, 0, 0) << true;
-}
-
-void TestPickers::popoverReminderToggle() {
-    QFETCH(QDateTime, now);
-    QFETCH(QDateTime, expectedReminder);
-    QFETCH(bool, passed);
-    m_clock.setNow(now);
-
-    SchedulePopoverController popover;
-    popover.seed({}, {});
-    QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
-    popover.setReminderEnabled(true);
-    QCOMPARE(reported.count(), 1);
-    QCOMPARE(reported.first().at(0).toDateTime(), local(2024, 6, 12));
-    QCOMPARE(reported.first().at(1).toDateTime(), expectedReminder);
-    QCOMPARE(popover.reminderPassed(), passed);
-    QVERIFY(popover.todayActive());
-}
-
-void TestPickers::popoverRules() {
-    m_clock.setNow(local(2024, 6, 12, 14, 10));
-    SchedulePopoverController popover;
-    popover.seed({}, {});
-    QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
-    const auto last = [&] { return reported.last(); };
-
-    // A day without a time reports the day and no reminder.
-    popover.chooseTomorrow();
-    QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 13));
-    QVERIFY(!last().at(1).toDateTime().isValid());
-    QVERIFY(!popover.reminderPassed());
-
-    // A chip pressed again stays on, and still reports.
-    popover.chooseTomorrow();
-    QCOMPARE(reported.count(), 2);
-    QVERIFY(popover.tomorrowActive());
-
-    // A time on that day; then moving the day keeps hour and minute.
-    popover.chooseTime(local(2024, 1, 1, 7, 45));
-    QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 13, 7, 45));
-    popover.chooseDate(local(2024, 6, 28, 19, 0));
-    QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 28));
-    QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 28, 7, 45));
-
-    // Today with a time before now: reported as it is, flagged as passed; equal to now too.
-    popover.chooseToday();
-    QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 12, 7, 45));
-    QVERIFY(popover.reminderPassed());
-    popover.chooseTime(local(2024, 6, 12, 14, 10));
-    QVERIFY(popover.reminderPassed());
-    m_clock.setNow(local(2024, 6, 12, 14, 9, 59));
-    QVERIFY(!popover.reminderPassed());
-
-    // Switching the time off keeps the day.
-    popover.setReminderEnabled(false);
-    QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 12));
-    QVERIFY(!last().at(1).toDateTime().isValid());
-    QVERIFY(popover.showClear());
-    QCOMPARE(popover.timeFieldValue(), local(2024, 6, 12, 14, 30));
-
-    // Only "清除" clears the day, and it clears both.
-    popover.setReminderEnabled(true);
-    popover.clear();
-    QVERIFY(!last().at(0).toDateTime().isValid());
-    QVERIFY(!last().at(1).toDateTime().isValid());
-    QVERIFY(!popover.showClear());
-    QVERIFY(!popover.hasTime());
-}
 
 QTEST_GUILESS_MAIN(TestPickers)
 #include "tst_pickers.moc"

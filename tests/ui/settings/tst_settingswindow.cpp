@@ -2,7 +2,6 @@
 #include "settings/SettingsWindowController.h"
 
 #include <QDesktopServices>
-#include <QDir>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -61,37 +60,12 @@ private slots:
     }
     void cleanup() { m_engine.reset(); }
 
-    void constructionBuildsBothTabsOnce() {
-        SettingsWindowController controller(m_engine.get());
-        QQuickWindow* window = controller.window();
-        QVERIFY(window);
-        QCOMPARE(window->title(), QStringLiteral("Tavik 设置"));
-        QVERIFY(!window->isVisible());
-        QVERIFY(controller.tabView(QStringLiteral("general")));
-        QVERIFY(controller.tabView(QStringLiteral("about")));
-        QVERIFY(controller.tabView(QStringLiteral("general")) !=
-                controller.tabView(QStringLiteral("about")));
-        // Titled and closable only.
-        QVERIFY(window->flags().testFlag(Qt::WindowCloseButtonHint));
-        QVERIFY(!window->flags().testFlag(Qt::WindowMinimizeButtonHint));
-        QVERIFY(!window->flags().testFlag(Qt::WindowMaximizeButtonHint));
-        // Without a sync monitor the General form is empty.
-        QQuickItem* form =
-            findItem(controller.tabView(QStringLiteral("general")), QStringLiteral("generalForm"));
-        QVERIFY(form);
-        QVERIFY(form->childItems().isEmpty());
-    }
-
     void selectFitsTheTabAndKeepsTheCorner_data() {
         QTest::addColumn<QStringList>("sequence");
         QTest::addColumn<bool>("shown");
 
-        QTest::newRow("about, hidden") << QStringList{"about"} << false;
-        QTest::newRow("general then about, hidden") << QStringList{"general", "about"} << false;
-        QTest::newRow("about then general, shown") << QStringList{"about", "general"} << true;
-        QTest::newRow("back and forth, shown")
-            << QStringList{"general", "about", "general", "about"} << true;
-        QTest::newRow("same tab twice, shown") << QStringList{"about", "about"} << true;
+        QTest::newRow("hidden") << QStringList{"general", "about"} << false;
+        QTest::newRow("shown") << QStringList{"about", "general", "about", "about"} << true;
     }
 
     void selectFitsTheTabAndKeepsTheCorner() {
@@ -145,33 +119,16 @@ private slots:
         }
         for (const QPoint& p : std::as_const(corners))
             QCOMPARE(p, corner);
-
-        // The About tab is shorter than the default box, and its text is not clipped.
-        if (controller.currentTab() == QLatin1String("about")) {
-            QVERIFY(window->height() < SettingsWindowController::toolbarHeightValue +
-                                           SettingsWindowController::initialContentHeight);
-            QVERIFY(aboutContentBottom(controller) > 56 + 22);
-        }
-    }
-
-    void unknownTabChangesNothing_data() {
-        QTest::addColumn<QString>("id");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("not a tab") << QStringLiteral("ai");
-        QTest::newRow("label instead of id") << QStringLiteral("通用");
-        QTest::newRow("wrong case") << QStringLiteral("General");
     }
 
     void unknownTabChangesNothing() {
-        QFETCH(QString, id);
         SettingsWindowController controller(m_engine.get());
         controller.select(QStringLiteral("about"));
         const QRect geometry = controller.window()->geometry();
         QSignalSpy tabSpy(&controller, &SettingsWindowController::currentTabChanged);
-
-        controller.select(id);
+        for (const char* id : {"", "ai", "通用", "General"})
+            controller.select(QString::fromUtf8(id));
         QCOMPARE(controller.currentTab(), QStringLiteral("about"));
-        QCOMPARE(controller.window()->title(), QStringLiteral("Tavik 关于"));
         QCOMPARE(controller.window()->geometry(), geometry);
         QCOMPARE(tabSpy.count(), 0);
         QVERIFY(controller.tabView(QStringLiteral("about"))->parentItem());
@@ -189,15 +146,8 @@ private slots:
 
         click(window, about);
         QCOMPARE(controller.currentTab(), QStringLiteral("about"));
-        QCOMPARE(window->title(), QStringLiteral("Tavik 关于"));
         QVERIFY(about->property("selected").toBool());
         QVERIFY(!general->property("selected").toBool());
-        QTRY_VERIFY(!controller.isResizing());
-
-        click(window, general);
-        QCOMPARE(controller.currentTab(), QStringLiteral("general"));
-        QTRY_COMPARE(window->height(), SettingsWindowController::toolbarHeightValue +
-                                           SettingsWindowController::generalHeightValue);
     }
 
     void openingAgainReturnsToGeneralCentred_data() {
@@ -243,21 +193,6 @@ private slots:
         QCOMPARE(window->geometry().center(), screenCentre());
     }
 
-    void aboutShowsTheVersionLine() {
-        SettingsWindowController controller(m_engine.get());
-        controller.setVersionLine(QStringLiteral("版本 —（—）"));
-        QQuickItem* about = controller.tabView(QStringLiteral("about"));
-        auto* version = findItem(about, QStringLiteral("aboutVersion"));
-        QVERIFY(version);
-        // A line set after the tab was built reaches it.
-        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
-        QCOMPARE(version->property("text").toString(), QStringLiteral("版本 0.1.0（42）"));
-        QCOMPARE(findItem(about, QStringLiteral("aboutName"))->property("text"),
-                 QStringLiteral("Tavik"));
-        QCOMPARE(findItem(about, QStringLiteral("aboutTagline"))->property("text"),
-                 QStringLiteral("轻盈的三栏任务看板"));
-    }
-
     void aboutButtons() {
         UrlCatcher catcher;
         QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "open");
@@ -266,49 +201,26 @@ private slots:
         SettingsWindowController controller(m_engine.get());
         QSignalSpy checkSpy(&controller, &SettingsWindowController::checkForUpdatesRequested);
         controller.openGeneral();
+        // A version line set after the tab was built reaches it.
+        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
         controller.select(QStringLiteral("about"));
         QQuickWindow* window = controller.window();
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QTRY_VERIFY(!controller.isResizing());
 
         QQuickItem* about = controller.tabView(QStringLiteral("about"));
-        auto* check = findItem(about, QStringLiteral("checkForUpdatesButton"));
-        QCOMPARE(check->property("text").toString(), QStringLiteral("检查更新"));
-        click(window, check);
+        QCOMPARE(findItem(about, QStringLiteral("aboutVersion"))->property("text").toString(),
+                 QStringLiteral("版本 0.1.0（42）"));
+        click(window, findItem(about, QStringLiteral("checkForUpdatesButton")));
         QCOMPARE(checkSpy.count(), 1);
         QVERIFY(catcher.urls.isEmpty());
 
-        auto* follow = findItem(about, QStringLiteral("followButton"));
-        QCOMPARE(follow->property("text").toString(), QStringLiteral("关注作者"));
-        click(window, follow);
+        click(window, findItem(about, QStringLiteral("followButton")));
         QCOMPARE(catcher.urls, QList<QUrl>{SettingsWindowController::followUrl()});
         QCOMPARE(checkSpy.count(), 1);
 
         QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
         QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
-    }
-
-    // Grabs both tabs; with TAVIK_SCREENSHOT_DIR set the images are kept for a look.
-    void screenshots() {
-        SettingsWindowController controller(m_engine.get());
-        controller.setVersionLine(QStringLiteral("版本 0.1.0（1）"));
-        QQuickWindow* window = controller.window();
-        controller.openGeneral();
-        QVERIFY(QTest::qWaitForWindowExposed(window));
-        const QString dir = qEnvironmentVariable("TAVIK_SCREENSHOT_DIR");
-        const QString appearance = qEnvironmentVariable("TAVIK_APPEARANCE", "default");
-        for (const auto& t : SettingsWindowController::tabs()) {
-            controller.select(t.id);
-            QTRY_VERIFY(!controller.isResizing());
-            QTest::qWait(50);
-            const QImage image = window->grabWindow();
-            QCOMPARE(image.size(), window->size() * window->devicePixelRatio());
-            if (!dir.isEmpty()) {
-                QDir().mkpath(dir);
-                QVERIFY(
-                    image.save(QStringLiteral("%1/settings-%2-%3.png").arg(dir, t.id, appearance)));
-            }
-        }
     }
 
 private:

@@ -74,219 +74,170 @@ void typeLatin(QWindow* window, const char* keys) {
 class TestGrowingTextView : public QObject {
     Q_OBJECT
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
 
-    void compositionIsNotContent();
-    void keyDuringCompositionBelongsToTheInputMethod_data();
-    void keyDuringCompositionBelongsToTheInputMethod();
-    void fieldGrowsWithTheComposition();
-    void returnRules_data();
-    void returnRules();
-    void outsideClearShowsPlaceholder();
-    void focusFollowsTheParent();
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void init() {
+        m_window = std::make_unique<QQuickWindow>();
+        m_window->resize(320, 200);
+        m_engine = new QQmlEngine(m_window.get());
+        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        QQmlComponent component(m_engine);
+        component.setData(kHost, QUrl::fromLocalFile(QStringLiteral("/host.qml")));
+        m_host.reset(component.create());
+        QVERIFY2(m_host, qPrintable(component.errorString()));
+        qobject_cast<QQuickItem*>(m_host.get())->setParentItem(m_window->contentItem());
+        m_window->show();
+        m_window->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    }
+
+    void cleanup() {
+        m_host.reset();
+        m_window.reset();
+        m_engine = nullptr;
+    }
+
+    void compositionIsNotContent() {
+        focusField();
+        QSignalSpy edited(field(), SIGNAL(textEdited(QString)));
+
+        sendPreedit(editor(), QStringLiteral("ni"));
+        sendPreedit(editor(), QStringLiteral("ni'hao"));
+        QVERIFY(field()->property("composing").toBool());
+        QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
+        // The marked text is on screen but not in the content.
+        QCOMPARE(m_host->property("model").toString(), QString());
+        QCOMPARE(edited.count(), 0);
+        QVERIFY(placeholder());
+        QVERIFY(!placeholder()->isVisible());
+
+        // A refresh from the parent does not disturb the composition.
+        m_host->setProperty("model", QStringLiteral("外面改的"));
+        QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
+        QCOMPARE(editor()->property("text").toString(), QString());
+        QVERIFY(field()->property("composing").toBool());
+
+        // The commit is content, and wins over the parent's value that waited meanwhile.
+        sendCommit(editor(), QStringLiteral("你好"));
+        QVERIFY(!field()->property("composing").toBool());
+        QCOMPARE(m_host->property("model").toString(), QStringLiteral("你好"));
+        QCOMPARE(editor()->property("text").toString(), QStringLiteral("你好"));
+    }
+
+    void keyDuringCompositionBelongsToTheInputMethod_data() {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QByteArray>("counter");
+        QTest::newRow("Return does not submit") << int(Qt::Key_Return) << QByteArray("submits");
+        QTest::newRow("Enter does not submit") << int(Qt::Key_Enter) << QByteArray("submits");
+        QTest::newRow("Escape does not close") << int(Qt::Key_Escape) << QByteArray("escapes");
+    }
+
+    void keyDuringCompositionBelongsToTheInputMethod() {
+        QFETCH(int, key);
+        QFETCH(QByteArray, counter);
+        m_host->setProperty("allowsNewlines", false);
+        m_host->setProperty("submitOnReturn", true);
+        focusField();
+
+        sendPreedit(editor(), QStringLiteral("mai"));
+        QTest::keyClick(m_window.get(), Qt::Key(key));
+        QCOMPARE(m_host->property(counter).toInt(), 0);
+        QCOMPARE(m_host->property("model").toString(), QString());
+
+        // Right after the commit the same key acts, and changes nothing in the text.
+        sendCommit(editor(), QStringLiteral("买"));
+        QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
+        QTest::keyClick(m_window.get(), Qt::Key(key));
+        QCOMPARE(m_host->property(counter).toInt(), 1);
+        QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
+    }
+
+    void fieldGrowsWithTheComposition() {
+        m_host->setProperty("fieldWidth", 60);
+        focusField();
+        QTRY_VERIFY(m_host->property("reportedHeight").toReal() > 0);
+        const qreal oneLine = m_host->property("reportedHeight").toReal();
+
+        // Several syllables of marked text that need more than one line at this width.
+        sendPreedit(editor(), QStringLiteral("zhe shi yi ge hen chang de ju zi"));
+        QTRY_VERIFY(m_host->property("reportedHeight").toReal() > oneLine * 1.5);
+        QCOMPARE(m_host->property("model").toString(), QString());
+
+        const qreal composing = m_host->property("reportedHeight").toReal();
+
+        // After the commit the field shrinks back to the one line that the committed text takes.
+        sendCommit(editor(), QStringLiteral("这"));
+        QTRY_VERIFY(m_host->property("reportedHeight").toReal() < composing);
+        QCOMPARE(m_host->property("reportedHeight").toReal(),
+                 editor()->property("contentHeight").toReal());
+        QCOMPARE(editor()->property("lineCount").toInt(), 1);
+    }
+
+    void returnRules_data() {
+        QTest::addColumn<bool>("allowsNewlines");
+        QTest::addColumn<bool>("submitOnReturn");
+        QTest::addColumn<bool>("shift");
+        QTest::addColumn<bool>("submits");
+
+        QTest::newRow("single line: Return submits") << false << true << false << true;
+        QTest::newRow("single line: Shift-Return submits too") << false << true << true << true;
+        QTest::newRow("single line without submit flag still submits")
+            << false << false << false << true;
+        QTest::newRow("multi-line submitting: Return submits") << true << true << false << true;
+        QTest::newRow("multi-line submitting: Shift-Return breaks")
+            << true << true << true << false;
+        QTest::newRow("note: Return breaks") << true << false << false << false;
+        QTest::newRow("note: Shift-Return breaks") << true << false << true << false;
+    }
+
+    void returnRules() {
+        QFETCH(bool, allowsNewlines);
+        QFETCH(bool, submitOnReturn);
+        QFETCH(bool, shift);
+        QFETCH(bool, submits);
+
+        m_host->setProperty("allowsNewlines", allowsNewlines);
+        m_host->setProperty("submitOnReturn", submitOnReturn);
+        focusField();
+        typeLatin(m_window.get(), "ab");
+        QTest::keyClick(m_window.get(), Qt::Key_Left);
+        QTest::keyClick(m_window.get(), Qt::Key_Return, shift ? Qt::ShiftModifier : Qt::NoModifier);
+
+        QCOMPARE(m_host->property("submits").toInt(), submits ? 1 : 0);
+        // A line break goes in at the caret, as a plain "\n".
+        QCOMPARE(m_host->property("model").toString(),
+                 submits ? QStringLiteral("ab") : QStringLiteral("a\nb"));
+        // The break is one undo step of its own.
+        if (!submits) {
+            QTest::keyClick(m_window.get(), Qt::Key_Z, Qt::ControlModifier);
+            QCOMPARE(m_host->property("model").toString(), QStringLiteral("ab"));
+        }
+    }
 
 private:
-    [[nodiscard]] QQuickItem* field() const;
-    [[nodiscard]] QQuickItem* editor() const;
-    [[nodiscard]] QQuickItem* placeholder() const;
-    void focusField();
+    QQuickItem* field() const { return m_host->findChild<QQuickItem*>(QStringLiteral("field")); }
+
+    QQuickItem* editor() const { return field()->property("editor").value<QQuickItem*>(); }
+
+    QQuickItem* placeholder() const {
+        // The one Text child of the field that draws the placeholder.
+        for (QQuickItem* child : field()->childItems()) {
+            if (child->property("text").toString() == QStringLiteral("接下来要做什么？"))
+                return child;
+        }
+        return nullptr;
+    }
+
+    void focusField() {
+        m_host->setProperty("wantsFocus", true);
+        QTRY_VERIFY(editor()->hasActiveFocus());
+    }
 
     QQmlEngine* m_engine = nullptr;
     std::unique_ptr<QQuickWindow> m_window;
     std::unique_ptr<QObject> m_host;
 };
-
-void TestGrowingTextView::initTestCase() {
-    QStandardPaths::setTestModeEnabled(true);
-}
-
-void TestGrowingTextView::init() {
-    m_window = std::make_unique<QQuickWindow>();
-    m_window->resize(320, 200);
-    m_engine = new QQmlEngine(m_window.get());
-    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    QQmlComponent component(m_engine);
-    component.setData(kHost, QUrl::fromLocalFile(QStringLiteral("/host.qml")));
-    m_host.reset(component.create());
-    QVERIFY2(m_host, qPrintable(component.errorString()));
-    qobject_cast<QQuickItem*>(m_host.get())->setParentItem(m_window->contentItem());
-    m_window->show();
-    m_window->requestActivate();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
-}
-
-void TestGrowingTextView::cleanup() {
-    m_host.reset();
-    m_window.reset();
-    m_engine = nullptr;
-}
-
-QQuickItem* TestGrowingTextView::field() const {
-    return m_host->findChild<QQuickItem*>(QStringLiteral("field"));
-}
-
-QQuickItem* TestGrowingTextView::editor() const {
-    return field()->property("editor").value<QQuickItem*>();
-}
-
-QQuickItem* TestGrowingTextView::placeholder() const {
-    // The one Text child of the field that draws the placeholder.
-    for (QQuickItem* child : field()->childItems()) {
-        if (child->property("text").toString() == QStringLiteral("接下来要做什么？"))
-            return child;
-    }
-    return nullptr;
-}
-
-void TestGrowingTextView::focusField() {
-    m_host->setProperty("wantsFocus", true);
-    QTRY_VERIFY(editor()->hasActiveFocus());
-}
-
-void TestGrowingTextView::compositionIsNotContent() {
-    focusField();
-    QSignalSpy edited(field(), SIGNAL(textEdited(QString)));
-
-    sendPreedit(editor(), QStringLiteral("ni"));
-    sendPreedit(editor(), QStringLiteral("ni'hao"));
-    QVERIFY(field()->property("composing").toBool());
-    QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
-    // The marked text is on screen but not in the content.
-    QCOMPARE(m_host->property("model").toString(), QString());
-    QCOMPARE(edited.count(), 0);
-    QVERIFY(placeholder());
-    QVERIFY(!placeholder()->isVisible());
-
-    // A refresh from the parent does not disturb the composition.
-    m_host->setProperty("model", QStringLiteral("外面改的"));
-    QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
-    QCOMPARE(editor()->property("text").toString(), QString());
-    QVERIFY(field()->property("composing").toBool());
-
-    // The commit is content, and wins over the parent's value that waited meanwhile.
-    sendCommit(editor(), QStringLiteral("你好"));
-    QVERIFY(!field()->property("composing").toBool());
-    QCOMPARE(m_host->property("model").toString(), QStringLiteral("你好"));
-    QCOMPARE(editor()->property("text").toString(), QStringLiteral("你好"));
-}
-
-void TestGrowingTextView::keyDuringCompositionBelongsToTheInputMethod_data() {
-    QTest::addColumn<int>("key");
-    QTest::addColumn<QByteArray>("counter");
-    QTest::newRow("Return does not submit") << int(Qt::Key_Return) << QByteArray("submits");
-    QTest::newRow("Enter does not submit") << int(Qt::Key_Enter) << QByteArray("submits");
-    QTest::newRow("Escape does not close") << int(Qt::Key_Escape) << QByteArray("escapes");
-}
-
-void TestGrowingTextView::keyDuringCompositionBelongsToTheInputMethod() {
-    QFETCH(int, key);
-    QFETCH(QByteArray, counter);
-    m_host->setProperty("allowsNewlines", false);
-    m_host->setProperty("submitOnReturn", true);
-    focusField();
-
-    sendPreedit(editor(), QStringLiteral("mai"));
-    QTest::keyClick(m_window.get(), Qt::Key(key));
-    QCOMPARE(m_host->property(counter).toInt(), 0);
-    QCOMPARE(m_host->property("model").toString(), QString());
-
-    // Right after the commit the same key acts, and changes nothing in the text.
-    sendCommit(editor(), QStringLiteral("买"));
-    QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
-    QTest::keyClick(m_window.get(), Qt::Key(key));
-    QCOMPARE(m_host->property(counter).toInt(), 1);
-    QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
-}
-
-void TestGrowingTextView::fieldGrowsWithTheComposition() {
-    m_host->setProperty("fieldWidth", 60);
-    focusField();
-    QTRY_VERIFY(m_host->property("reportedHeight").toReal() > 0);
-    const qreal oneLine = m_host->property("reportedHeight").toReal();
-
-    // Several syllables of marked text that need more than one line at this width.
-    sendPreedit(editor(), QStringLiteral("zhe shi yi ge hen chang de ju zi"));
-    QTRY_VERIFY(m_host->property("reportedHeight").toReal() > oneLine * 1.5);
-    QCOMPARE(m_host->property("model").toString(), QString());
-
-    const qreal composing = m_host->property("reportedHeight").toReal();
-
-    // After the commit the field shrinks back to the one line that the committed text takes.
-    sendCommit(editor(), QStringLiteral("这"));
-    QTRY_VERIFY(m_host->property("reportedHeight").toReal() < composing);
-    QCOMPARE(m_host->property("reportedHeight").toReal(),
-             editor()->property("contentHeight").toReal());
-    QCOMPARE(editor()->property("lineCount").toInt(), 1);
-}
-
-void TestGrowingTextView::returnRules_data() {
-    QTest::addColumn<bool>("allowsNewlines");
-    QTest::addColumn<bool>("submitOnReturn");
-    QTest::addColumn<bool>("shift");
-    QTest::addColumn<bool>("submits");
-
-    QTest::newRow("single line: Return submits") << false << true << false << true;
-    QTest::newRow("single line: Shift-Return submits too") << false << true << true << true;
-    QTest::newRow("single line without submit flag still submits")
-        << false << false << false << true;
-    QTest::newRow("multi-line submitting: Return submits") << true << true << false << true;
-    QTest::newRow("multi-line submitting: Shift-Return breaks") << true << true << true << false;
-    QTest::newRow("note: Return breaks") << true << false << false << false;
-    QTest::newRow("note: Shift-Return breaks") << true << false << true << false;
-}
-
-void TestGrowingTextView::returnRules() {
-    QFETCH(bool, allowsNewlines);
-    QFETCH(bool, submitOnReturn);
-    QFETCH(bool, shift);
-    QFETCH(bool, submits);
-
-    m_host->setProperty("allowsNewlines", allowsNewlines);
-    m_host->setProperty("submitOnReturn", submitOnReturn);
-    focusField();
-    typeLatin(m_window.get(), "ab");
-    QTest::keyClick(m_window.get(), Qt::Key_Left);
-    QTest::keyClick(m_window.get(), Qt::Key_Return, shift ? Qt::ShiftModifier : Qt::NoModifier);
-
-    QCOMPARE(m_host->property("submits").toInt(), submits ? 1 : 0);
-    // A line break goes in at the caret, as a plain "\n".
-    QCOMPARE(m_host->property("model").toString(),
-             submits ? QStringLiteral("ab") : QStringLiteral("a\nb"));
-    // The break is one undo step of its own.
-    if (!submits) {
-        QTest::keyClick(m_window.get(), Qt::Key_Z, Qt::ControlModifier);
-        QCOMPARE(m_host->property("model").toString(), QStringLiteral("ab"));
-    }
-}
-
-void TestGrowingTextView::outsideClearShowsPlaceholder() {
-    m_host->setProperty("fieldWidth", 60);
-    m_host->setProperty("model", QStringLiteral("一段需要好几行才能放下的文字"));
-    QTRY_VERIFY(m_host->property("reportedHeight").toReal() > 30);
-    QVERIFY(!placeholder()->isVisible());
-    const qreal tall = m_host->property("reportedHeight").toReal();
-
-    m_host->setProperty("model", QString());
-    QCOMPARE(editor()->property("text").toString(), QString());
-    QVERIFY(placeholder()->isVisible());
-    // The field reports the height of its laid-out text, not of the placeholder.
-    QTest::qWait(20);
-    QVERIFY(m_host->property("reportedHeight").toReal() < tall);
-    QVERIFY(m_host->property("reportedHeight").toReal() > 0);
-}
-
-void TestGrowingTextView::focusFollowsTheParent() {
-    focusField();
-    m_host->setProperty("wantsFocus", false);
-    QTRY_VERIFY(!editor()->hasActiveFocus());
-
-    // Focus taken by the user (a click) is reported back to the parent.
-    QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, QPoint(20, 8));
-    QTRY_VERIFY(editor()->hasActiveFocus());
-    QTRY_COMPARE(m_host->property("wantsFocus").toBool(), true);
-}
 
 QTEST_MAIN(TestGrowingTextView)
 #include "tst_growingtextview.moc"
