@@ -132,18 +132,23 @@ ModelContext::~ModelContext() {
     QSqlDatabase::removeDatabase(m_connectionName);
 }
 
-std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* error) {
+std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* error,
+                                                 OpenMode mode) {
     QString ignored;
     QString& message = error ? *error : ignored;
     const QString name =
         QStringLiteral("tavik-store-%1").arg(connectionCounter.fetchAndAddRelaxed(1));
     std::unique_ptr<ModelContext> context(new ModelContext(path, name));
+    context->m_mode = mode;
     QSqlDatabase& db = context->d->db;
     db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
     db.setDatabaseName(path);
     // A short wait covers a reader (tavik --list) holding the file for a moment; a store
     // that stays locked must fail the save rather than freeze the board.
-    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000"));
+    QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000");
+    if (mode != OpenMode::readWrite)
+        options += QStringLiteral(";QSQLITE_OPEN_READONLY");
+    db.setConnectOptions(options);
     if (!db.open()) {
         message = describe(db.lastError());
         return nullptr;
@@ -168,12 +173,46 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
         return nullptr;
     }
 
+    if (mode != OpenMode::readWrite) {
+        if (version == schemaVersion)
+            return context->load(&message) ? std::move(context) : nullptr;
+        // A file no board has written yet (say, zero bytes) holds an empty board; reading
+        // it must not write a schema into it.
+        QSqlQuery tables(db);
+        if (!tables.exec(QStringLiteral("SELECT count(*) FROM sqlite_master")) || !tables.next()) {
+            message = QStringLiteral("%1 is not a readable store: %2")
+                          .arg(path, describe(tables.lastError()));
+            return nullptr;
+        }
+        if (version == 0 && tables.value(0).toInt() == 0)
+            return context;
+        message = QStringLiteral("%1 has schema version %2; start the board once to upgrade it")
+                      .arg(path)
+                      .arg(version);
+        return nullptr;
+    }
+
     {
         QSqlQuery query(db);
         // WAL keeps readers and the writer apart; FULL sync makes a returned save durable.
         if (!query.exec(QStringLiteral("PRAGMA journal_mode=WAL")) ||
             !query.exec(QStringLiteral("PRAGMA synchronous=FULL"))) {
             message = describe(query.lastError());
+            return nullptr;
+        }
+    }
+
+    // The board writes into this file for hours: a damaged page anywhere (an index too,
+    // which loading never reads) must stop it before it saves into the damage.
+    {
+        QSqlQuery check(db);
+        if (!check.exec(QStringLiteral("PRAGMA quick_check")) || !check.next()) {
+            message = damagedMessage(path, describe(check.lastError()));
+            return nullptr;
+        }
+        const QString verdict = check.value(0).toString();
+        if (verdict != QLatin1String("ok")) {
+            message = damagedMessage(path, verdict);
             return nullptr;
         }
     }
@@ -203,16 +242,28 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
     return context;
 }
 
+QString ModelContext::damagedMessage(const QString& path, const QString& detail) {
+    return QStringLiteral("%1 is damaged and cannot be read whole (%2). It was left as it "
+                          "was. Save what can still be read with `tavik --export FILE`, then "
+                          "move the damaged file away and restore with `tavik --import FILE`.")
+        .arg(path, detail);
+}
+
+namespace {
+
+const QString taskColumns = QStringLiteral(
+    "id, title, note, note_data, completed, completed_at, due_date, year, week,"
+    " reminder_at, scheduled_explicitly, category_id, sort_index, created_at, updated_at");
+
+} // namespace
+
 bool ModelContext::load(QString* error) {
     QSqlDatabase& db = d->db;
     QSqlQuery categories(db);
     categories.setForwardOnly(true);
-    if (!categories.exec(
-            QStringLiteral("SELECT id, name, color_hex, sort_index, created_at FROM categories"))) {
-        *error = describe(categories.lastError());
-        return false;
-    }
-    while (categories.next()) {
+    categories.exec(
+        QStringLiteral("SELECT id, name, color_hex, sort_index, created_at FROM categories"));
+    while (categories.isActive() && categories.next()) {
         auto* category = new TaskCategory(QUuid::fromString(categories.value(0).toString()),
                                           toDate(categories.value(4)));
         category->m_name = categories.value(1).toString();
@@ -222,43 +273,97 @@ bool ModelContext::load(QString* error) {
         m_categories.append(category);
         m_categoryById.insert(category->id(), category);
     }
-
-    QSqlQuery tasks(db);
-    tasks.setForwardOnly(true);
-    if (!tasks.exec(QStringLiteral(
-            "SELECT id, title, note, note_data, completed, completed_at, due_date, year, week,"
-            " reminder_at, scheduled_explicitly, category_id, sort_index, created_at, updated_at"
-            " FROM tasks"))) {
-        *error = describe(tasks.lastError());
-        return false;
+    // next() turns false on a damaged page as on the last row; only the error tells them
+    // apart. A failing exec is the same damage, met on the first page.
+    if (categories.lastError().isValid()) {
+        if (m_mode != OpenMode::salvage) {
+            *error = damagedMessage(m_path, describe(categories.lastError()));
+            return false;
+        }
+        m_damage = describe(categories.lastError());
     }
-    while (tasks.next()) {
-        auto* task =
-            new TaskItem(QUuid::fromString(tasks.value(0).toString()), toDate(tasks.value(13)));
-        task->m_title = tasks.value(1).toString();
-        task->m_note = tasks.value(2).toString();
-        task->m_noteData = tasks.value(3).toByteArray();
-        task->m_completed = tasks.value(4).toBool();
-        task->m_completedAt = toDate(tasks.value(5));
-        task->m_dueDate = toDate(tasks.value(6));
-        task->m_year = toOptional(tasks.value(7));
-        task->m_week = toOptional(tasks.value(8));
-        task->m_reminderAt = toDate(tasks.value(9));
-        task->m_scheduledExplicitly = tasks.value(10).toBool();
-        const QVariant categoryId = tasks.value(11);
-        if (!categoryId.isNull())
-            task->m_category = m_categoryById.value(QUuid::fromString(categoryId.toString()));
-        task->m_sortIndex = tasks.value(12).toLongLong();
-        task->m_updatedAt = toDate(tasks.value(14));
-        task->m_context = this;
+
+    if (!loadTasks(error))
+        return false;
+
+    QSqlQuery seq(db);
+    if (!seq.exec(QStringLiteral("SELECT COALESCE(MAX(seq), 0) FROM pending_changes")) ||
+        !seq.next()) {
+        if (m_mode != OpenMode::salvage) {
+            *error = damagedMessage(m_path, describe(seq.lastError()));
+            return false;
+        }
+    } else {
+        d->lastChangeSeq = seq.value(0).toLongLong();
+    }
+    return true;
+}
+
+TaskItem* ModelContext::taskFromRow(const QSqlQuery& row) {
+    auto* task = new TaskItem(QUuid::fromString(row.value(0).toString()), toDate(row.value(13)));
+    task->m_title = row.value(1).toString();
+    task->m_note = row.value(2).toString();
+    task->m_noteData = row.value(3).toByteArray();
+    task->m_completed = row.value(4).toBool();
+    task->m_completedAt = toDate(row.value(5));
+    task->m_dueDate = toDate(row.value(6));
+    task->m_year = toOptional(row.value(7));
+    task->m_week = toOptional(row.value(8));
+    task->m_reminderAt = toDate(row.value(9));
+    task->m_scheduledExplicitly = row.value(10).toBool();
+    const QVariant categoryId = row.value(11);
+    if (!categoryId.isNull())
+        task->m_category = m_categoryById.value(QUuid::fromString(categoryId.toString()));
+    task->m_sortIndex = row.value(12).toLongLong();
+    task->m_updatedAt = toDate(row.value(14));
+    task->m_context = this;
+    return task;
+}
+
+bool ModelContext::loadTasks(QString* error) {
+    QSqlQuery tasks(d->db);
+    tasks.setForwardOnly(true);
+    tasks.exec(QStringLiteral("SELECT %1 FROM tasks").arg(taskColumns));
+    while (tasks.isActive() && tasks.next()) {
+        TaskItem* task = taskFromRow(tasks);
         m_tasks.append(task);
         m_taskById.insert(task->id(), task);
     }
-
-    QSqlQuery seq(db);
-    if (seq.exec(QStringLiteral("SELECT COALESCE(MAX(seq), 0) FROM pending_changes")) && seq.next())
-        d->lastChangeSeq = seq.value(0).toLongLong();
+    if (!tasks.lastError().isValid())
+        return true;
+    if (m_mode != OpenMode::salvage) {
+        *error = damagedMessage(m_path, describe(tasks.lastError()));
+        return false;
+    }
+    m_damage = describe(tasks.lastError());
+    salvageTasks();
     return true;
+}
+
+// The table scan stopped at a damaged page; the primary key's index usually still lists
+// the ids behind it, and each row is fetched alone, so only the rows on the damaged page
+// are lost.
+void ModelContext::salvageTasks() {
+    QSqlQuery ids(d->db);
+    ids.setForwardOnly(true);
+    if (!ids.exec(QStringLiteral("SELECT id FROM tasks ORDER BY id")))
+        return;
+    QStringList missing;
+    while (ids.next()) {
+        const QString id = ids.value(0).toString();
+        if (!m_taskById.contains(QUuid::fromString(id)))
+            missing.append(id);
+    }
+    QSqlQuery row(d->db);
+    row.prepare(QStringLiteral("SELECT %1 FROM tasks WHERE id = ?").arg(taskColumns));
+    for (const QString& id : std::as_const(missing)) {
+        row.bindValue(0, id);
+        if (!row.exec() || !row.next())
+            continue;
+        TaskItem* task = taskFromRow(row);
+        m_tasks.append(task);
+        m_taskById.insert(task->id(), task);
+    }
 }
 
 TaskItem* ModelContext::task(const QUuid& id) const {
@@ -345,6 +450,10 @@ bool ModelContext::save(QString* error) {
         return true;
     QString ignored;
     QString& message = error ? *error : ignored;
+    if (isReadOnly()) {
+        message = QStringLiteral("%1 was opened read-only").arg(m_path);
+        return false;
+    }
     QSqlDatabase& db = d->db;
 
     if (!db.transaction()) {

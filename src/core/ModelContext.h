@@ -11,6 +11,7 @@
 
 class TaskCategory;
 class TaskItem;
+class QSqlQuery;
 
 // One record change the cloud mirror has not taken yet.
 struct RecordChange {
@@ -33,10 +34,24 @@ public:
 
     ~ModelContext() override;
 
-    // Opens (or creates) the store at `path` and loads every record. On failure returns null
-    // and sets `error`; a file that is not a store of ours, or of a newer schema, is not
-    // touched.
-    [[nodiscard]] static std::unique_ptr<ModelContext> open(const QString& path, QString* error);
+    enum class OpenMode {
+        // The board: creates or upgrades the store, and checks every page before trusting it.
+        readWrite,
+        // Reading commands: never writes; an empty or missing schema reads as an empty board.
+        readOnly,
+        // A damaged store: read-only, and loads every record that can still be read.
+        salvage,
+    };
+
+    // Opens the store at `path` and loads every record. On failure returns null and sets
+    // `error`; a file that is not a store of ours, of a newer schema, or damaged, is not
+    // touched. A store that cannot be read whole is refused, never shown in part.
+    [[nodiscard]] static std::unique_ptr<ModelContext> open(const QString& path, QString* error,
+                                                            OpenMode mode = OpenMode::readWrite);
+
+    [[nodiscard]] bool isReadOnly() const { return m_mode != OpenMode::readWrite; }
+    // Salvage only: what could not be read, or empty when the store read whole.
+    [[nodiscard]] QString damage() const { return m_damage; }
 
     [[nodiscard]] QString path() const { return m_path; }
 
@@ -80,6 +95,10 @@ private:
     friend class TaskCategory;
     ModelContext(const QString& path, const QString& connectionName);
     bool load(QString* error);
+    bool loadTasks(QString* error);
+    void salvageTasks();
+    TaskItem* taskFromRow(const QSqlQuery& row);
+    [[nodiscard]] static QString damagedMessage(const QString& path, const QString& detail);
     void recordChanged(TaskItem* task);
     void recordChanged(TaskCategory* category);
 
@@ -93,4 +112,6 @@ private:
     QHash<QUuid, TaskItem*> m_taskById;
     QHash<QUuid, TaskCategory*> m_categoryById;
     bool m_recordingChanges = true;
+    OpenMode m_mode = OpenMode::readWrite;
+    QString m_damage;
 };

@@ -3,10 +3,11 @@
 #include "IsoCalendar.h"
 #include "ModelContext.h"
 #include "TaskCategory.h"
+#include "TaskText.h"
 
 TaskItem::TaskItem(const QString& title, qint64 sortIndex, const QDateTime& now)
     : m_id(QUuid::createUuid())
-    , m_title(title)
+    , m_title(TaskText::cleanTitle(title))
     , m_sortIndex(sortIndex)
     , m_createdAt(now.toUTC())
     , m_updatedAt(m_createdAt) {}
@@ -21,7 +22,8 @@ void TaskItem::markChanged() {
         m_context->recordChanged(this);
 }
 
-void TaskItem::setTitle(const QString& title) {
+void TaskItem::setTitle(const QString& raw) {
+    const QString title = TaskText::cleanTitle(raw);
     if (m_title == title)
         return;
     m_title = title;
@@ -29,7 +31,8 @@ void TaskItem::setTitle(const QString& title) {
     emit titleChanged();
 }
 
-void TaskItem::setNote(const QString& note) {
+void TaskItem::setNote(const QString& raw) {
+    const QString note = TaskText::cleanNote(raw);
     if (m_note == note)
         return;
     m_note = note;
@@ -37,7 +40,10 @@ void TaskItem::setNote(const QString& note) {
     emit noteChanged();
 }
 
-void TaskItem::setNoteData(const QByteArray& noteData) {
+void TaskItem::setNoteData(const QByteArray& raw) {
+    // A rich note far beyond the longest note is no note the board could show; the plain
+    // text still carries what the note says.
+    const QByteArray noteData = raw.size() > TaskText::maxNoteLength * 8 ? QByteArray() : raw;
     if (m_noteData == noteData)
         return;
     m_noteData = noteData;
@@ -181,7 +187,18 @@ RichText TaskItem::richNote() const {
 }
 
 void TaskItem::setRichNote(const RichText& value, const QDateTime& now) {
-    setNote(value.plainText());
-    setNoteData(value.toJson());
+    QList<TextRun> runs;
+    qsizetype room = TaskText::maxNoteLength;
+    for (TextRun run : value.runs()) {
+        run.text = TaskText::cleanNote(run.text).left(room);
+        room -= run.text.size();
+        if (!run.text.isEmpty())
+            runs.append(run);
+        if (room <= 0)
+            break;
+    }
+    const RichText clean(runs);
+    setNote(clean.plainText());
+    setNoteData(clean.isEmpty() ? QByteArray() : clean.toJson());
     setUpdatedAt(now);
 }

@@ -153,6 +153,23 @@ QList<NotificationRequest> NotificationCenter::pendingRequests() const {
     return requests;
 }
 
+QList<NotificationRequest> NotificationCenter::undeliveredRequests() const {
+    QList<NotificationRequest> requests;
+    for (const Outgoing& entry : m_outbox) {
+        if (!entry.inFlight)
+            requests.append(entry.request);
+    }
+    return requests;
+}
+
+void NotificationCenter::removeUndelivered(const QStringList& identifiers) {
+    const qsizetype removed = m_outbox.removeIf([&](const Outgoing& entry) {
+        return !entry.inFlight && identifiers.contains(entry.request.identifier);
+    });
+    if (removed > 0)
+        markDirty();
+}
+
 QDateTime NotificationCenter::nextTrigger() const {
     QDateTime earliest;
     for (const NotificationRequest& request : m_pending) {

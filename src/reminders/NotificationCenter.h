@@ -62,6 +62,10 @@ public:
     void removePending(const QStringList& identifiers);
     // Earliest trigger first.
     [[nodiscard]] QList<NotificationRequest> pendingRequests() const;
+    // Requests whose moment has come but that no server has taken yet (none was running, or
+    // they wait for the next launch), oldest first.
+    [[nodiscard]] QList<NotificationRequest> undeliveredRequests() const;
+    void removeUndelivered(const QStringList& identifiers);
     // The moment the delivery timer is armed for; invalid when nothing is pending.
     [[nodiscard]] QDateTime nextTrigger() const;
 

@@ -6,7 +6,7 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
-#include <QSet>
+#include <QHash>
 
 ReminderScheduler::ReminderScheduler(NotificationCenter& center, const Clock& clock,
                                      QObject* parent)
@@ -101,22 +101,36 @@ void ReminderScheduler::cancel(const QUuid& taskId) {
 }
 
 void ReminderScheduler::syncAll(const ModelContext& context) {
-    QSet<QUuid> taskIds;
-    taskIds.reserve(context.tasks().size());
+    // What each open task with a reminder still asks for; every other request the centre
+    // holds, pending or already due, belongs to a task that is gone, finished or has no
+    // reminder any more, and is withdrawn before it is shown.
+    QHash<QString, QDateTime> wanted;
+    wanted.reserve(context.tasks().size());
     for (TaskItem* task : context.tasks()) {
-        taskIds.insert(task->id());
-        if (task->reminderAt().isValid())
-            sync(task);
+        if (!task->reminderAt().isValid())
+            continue;
+        sync(task);
+        if (!task->completed())
+            wanted.insert(identifier(task->id()), triggerMoment(task->reminderAt()));
     }
 
-    QStringList gone;
-    for (const NotificationRequest& request : m_center.pendingRequests()) {
-        const std::optional<QUuid> id = taskId(request.identifier);
-        if (id && !taskIds.contains(*id))
-            gone.append(request.identifier);
-    }
-    if (!gone.isEmpty())
+    const auto stale = [&wanted](const QList<NotificationRequest>& requests, bool sameMoment) {
+        QStringList identifiers;
+        for (const NotificationRequest& request : requests) {
+            if (!taskId(request.identifier))
+                continue;
+            const auto it = wanted.constFind(request.identifier);
+            if (it == wanted.constEnd() || (sameMoment && *it != request.trigger))
+                identifiers.append(request.identifier);
+        }
+        return identifiers;
+    };
+    // A pending request of a wanted task is replaced by its sync; one already due must be
+    // for the moment the task still has.
+    if (const QStringList gone = stale(m_center.pendingRequests(), false); !gone.isEmpty())
         m_center.removePending(gone);
+    if (const QStringList gone = stale(m_center.undeliveredRequests(), true); !gone.isEmpty())
+        m_center.removeUndelivered(gone);
 }
 
 void ReminderScheduler::requestAuthorizationIfNeeded(QObject* context,

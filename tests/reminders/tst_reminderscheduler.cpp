@@ -266,11 +266,35 @@ private slots:
         rig.scheduler->syncAll(*rig.context);
         QVERIFY(rig.settle());
 
-        // A finished task's request is not the sweep's business: its id is still in the store.
-        QStringList expected{ReminderScheduler::identifier(withReminder->id()), finishedId,
-                             goneBraced, QStringLiteral("abc")};
+        // A finished task's request goes like a gone task's; what is not a task id stays.
+        QStringList expected{ReminderScheduler::identifier(withReminder->id()), goneBraced,
+                             QStringLiteral("abc")};
         expected.sort();
         QCOMPARE(rig.pendingIdentifiers(), expected);
+    }
+
+    void syncAllWithdrawsDueRequestsNoLongerWanted() {
+        // No server: what comes due waits to be shown, as at a launch after a missed reminder.
+        m_desktop->server->stop();
+        Rig rig(*m_desktop);
+        const QDateTime due = start.addSecs(-600);
+        TaskItem* missed = rig.addTask(QStringLiteral("missed"), due);
+        TaskItem* finished = rig.addTask(QStringLiteral("finished"), due);
+        finished->setCompleted(true, start);
+        TaskItem* moved = rig.addTask(QStringLiteral("moved"), start.addSecs(3600));
+        TaskItem* cleared = rig.addTask(QStringLiteral("cleared"), QDateTime());
+        for (const QUuid& id :
+             {missed->id(), finished->id(), moved->id(), cleared->id(), QUuid::createUuid()}) {
+            rig.center->add(NotificationRequest{
+                ReminderScheduler::identifier(id), QStringLiteral("old"), {}, {}, {}, due});
+        }
+        QTRY_COMPARE(rig.center->undeliveredRequests().size(), 5);
+
+        rig.scheduler->syncAll(*rig.context);
+        QVERIFY(rig.settle());
+        const QList<NotificationRequest> left = rig.center->undeliveredRequests();
+        QCOMPARE(left.size(), 1);
+        QCOMPARE(left.constFirst().identifier, ReminderScheduler::identifier(missed->id()));
     }
 
     void noServerMeansDenied() {
