@@ -606,6 +606,9 @@ private slots:
             << "--seed-demo";
         QTest::newRow("unknown option")
             << QStringList{QStringLiteral("--list"), QStringLiteral("--colour")} << "colour";
+        // The board reads the same switches: it refuses what it does not know, too.
+        QTest::newRow("unknown option, board")
+            << QStringList{QStringLiteral("--colour")} << "colour";
         QTest::newRow("bad moment")
             << QStringList{QStringLiteral("--count-today"), QStringLiteral("--at"),
                            QStringLiteral("tomorrow")}

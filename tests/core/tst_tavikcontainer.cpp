@@ -61,8 +61,6 @@ private slots:
     void init();
     void cleanup();
 
-    // Runs first: nothing has called create() yet.
-    void availabilityBeforeAnyCreateIsLocalOnly();
     void storePathsLiveInTheDataDirectory();
     void availabilityFollowsTheMirror_data();
     void availabilityFollowsTheMirror();
@@ -89,11 +87,9 @@ void TestTavikContainer::init() {
     m_home = std::make_unique<QTemporaryDir>();
     QVERIFY(m_home->isValid());
     qputenv("HOME", m_home->path().toLocal8Bit());
-    TavikContainer::setMirrorAttacher({});
 }
 
 void TestTavikContainer::cleanup() {
-    TavikContainer::setMirrorAttacher({});
     qputenv("HOME", m_savedHome);
     m_home.reset();
 }
@@ -108,12 +104,6 @@ QUuid TestTavikContainer::seedRealStore() {
     auto* task = new TaskItem(QStringLiteral("已有任务"), 1, kNow);
     context->insert(task);
     return context->save() ? task->id() : QUuid();
-}
-
-void TestTavikContainer::availabilityBeforeAnyCreateIsLocalOnly() {
-    const SyncAvailability availability = TavikContainer::syncAvailability();
-    QCOMPARE(availability.kind, Kind::localOnly);
-    QVERIFY(availability.reason.isEmpty());
 }
 
 void TestTavikContainer::storePathsLiveInTheDataDirectory() {
@@ -163,8 +153,9 @@ void TestTavikContainer::availabilityFollowsTheMirror() {
 
     int calls = 0;
     QString attachedPath;
+    TavikContainer::MirrorAttacher attacher;
     if (installAttacher) {
-        TavikContainer::setMirrorAttacher([&](ModelContainer& container, QString* reason) {
+        attacher = [&](ModelContainer& container, QString* reason) {
             ++calls;
             attachedPath = container.path();
             // The mirror sees the store already loaded.
@@ -173,18 +164,17 @@ void TestTavikContainer::availabilityFollowsTheMirror() {
             if (!attacherSucceeds)
                 *reason = QStringLiteral("CalDAV: 401 Unauthorized");
             return attacherSucceeds;
-        });
+        };
     }
 
     QString error;
-    auto container = TavikContainer::create(cloudSync, &error);
+    auto [container, availability] = TavikContainer::create(cloudSync, attacher, &error);
     QVERIFY2(container, qPrintable(error));
     QCOMPARE(container->path(), TavikContainer::realStorePath());
     QCOMPARE(calls, attacherCalls);
     if (calls > 0)
         QCOMPARE(attachedPath, TavikContainer::realStorePath());
 
-    const SyncAvailability availability = TavikContainer::syncAvailability();
     QCOMPARE(int(availability.kind), expectedKind);
     if (availability.kind == Kind::unavailable) {
         QVERIFY(!availability.reason.isEmpty());
@@ -239,12 +229,12 @@ void TestTavikContainer::badStoreFilesAreLeftAsTheyWere() {
     QVERIFY(before.contains(QStringLiteral("tavik.store")));
 
     int calls = 0;
-    TavikContainer::setMirrorAttacher([&calls](ModelContainer&, QString*) {
+    const auto attacher = [&calls](ModelContainer&, QString*) {
         ++calls;
         return true;
-    });
+    };
     QString error;
-    auto container = TavikContainer::create(cloudSync, &error);
+    auto [container, availability] = TavikContainer::create(cloudSync, attacher, &error);
     QVERIFY(!container);
     QCOMPARE(calls, 0);
     // Clear enough to act on: it names the file.
@@ -254,8 +244,8 @@ void TestTavikContainer::badStoreFilesAreLeftAsTheyWere() {
                  qPrintable(error));
     if (cloudSync) {
         // The mirrored open failed first, and said why.
-        QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
-        QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
+        QCOMPARE(availability.kind, Kind::unavailable);
+        QVERIFY(!availability.reason.isEmpty());
     }
 
     // Byte for byte as before, and no journal left beside it.
@@ -267,17 +257,11 @@ void TestTavikContainer::demoStoreNeverTouchesTheRealOne() {
     QVERIFY(!existing.isNull());
     const QMap<QString, QByteArray> before = snapshot(TavikContainer::storeDirectory());
 
-    int calls = 0;
-    TavikContainer::setMirrorAttacher([&calls](ModelContainer&, QString*) {
-        ++calls;
-        return true;
-    });
     QString error;
-    auto demo = TavikContainer::createDemo(&error);
+    auto [demo, availability] = TavikContainer::createDemo(&error);
     QVERIFY2(demo, qPrintable(error));
     QCOMPARE(demo->path(), TavikContainer::demoStorePath());
-    QCOMPARE(TavikContainer::syncAvailability().kind, Kind::localOnly);
-    QCOMPARE(calls, 0);
+    QCOMPARE(availability.kind, Kind::localOnly);
     QVERIFY(!demo->mainContext().task(existing));
     for (int i = 0; i < 20; ++i)
         demo->mainContext().insert(new TaskItem(QStringLiteral("示例 %1").arg(i), i, kNow));
@@ -294,7 +278,7 @@ void TestTavikContainer::demoStoreNeverTouchesTheRealOne() {
     }
     QCOMPARE(after, before);
 
-    auto real = TavikContainer::create(false, &error);
+    auto real = TavikContainer::create(false, {}, &error).container;
     QVERIFY2(real, qPrintable(error));
     QCOMPARE(real->mainContext().tasks().size(), 1);
     QVERIFY(real->mainContext().task(existing));

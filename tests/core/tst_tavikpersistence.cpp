@@ -141,7 +141,6 @@ void TestTavikPersistence::cleanupTestCase() {
 }
 
 void TestTavikPersistence::init() {
-    TavikPersistence::resetForTesting();
     s_lines.clear();
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
@@ -161,7 +160,6 @@ void TestTavikPersistence::init() {
 void TestTavikPersistence::cleanup() {
     m_context.reset();
     m_dir.reset();
-    TavikPersistence::resetForTesting();
 }
 
 // The action is any text, and is taken as it stands: placeholders are not expanded.
@@ -195,7 +193,7 @@ void TestTavikPersistence::failingSavesAnnounceOncePerRun() {
     m_list->setName(QStringLiteral("renamed"));
     m_first->setTitle(QStringLiteral("first, edited"));
     QVERIFY(!TavikPersistence::save(*m_context, action, hub));
-    QVERIFY(TavikPersistence::isFailing());
+    QVERIFY(TavikPersistence::isFailing(*m_context));
     QVERIFY(m_context->hasChanges());
     QCOMPARE(posted.size(), 1);
     QCOMPARE(posted.at(0).at(0).toString(), TavikNotification::saveFailed);
@@ -222,7 +220,7 @@ void TestTavikPersistence::failingSavesAnnounceOncePerRun() {
     // Writable again: the next save writes everything from both failed attempts.
     QVERIFY(blocker.unblock());
     QVERIFY(TavikPersistence::save(*m_context, action, hub));
-    QVERIFY(!TavikPersistence::isFailing());
+    QVERIFY(!TavikPersistence::isFailing(*m_context));
     QVERIFY(!m_context->hasChanges());
     QCOMPARE(posted.size(), 1);
     QCOMPARE(s_lines.size(), 3);
@@ -276,13 +274,13 @@ void TestTavikPersistence::nothingToSaveIsQuiet() {
     auto clean = ModelContext::open(m_dir->filePath(QStringLiteral("clean.store")), &error);
     QVERIFY2(clean, qPrintable(error));
     QVERIFY(TavikPersistence::save(*clean, QStringLiteral("tasksChanged"), hub));
-    QVERIFY(TavikPersistence::isFailing());
+    QVERIFY(TavikPersistence::isFailing(*m_context));
     QCOMPARE(s_lines.size(), 1);
     QCOMPARE(posted.size(), 1);
 
     // The pending change is still there and ends the run.
     QVERIFY(TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
-    QVERIFY(!TavikPersistence::isFailing());
+    QVERIFY(!TavikPersistence::isFailing(*m_context));
     QCOMPARE(s_lines.size(), 2);
 }
 

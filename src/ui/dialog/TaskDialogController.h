@@ -7,6 +7,8 @@
 #include <QQmlEngine>
 #include <QString>
 
+#include "types/QmlClock.h"
+
 class TaskItem;
 
 // The rules of the task dialog (CreateTaskPanel): its private draft, what each control does
@@ -21,6 +23,8 @@ class TaskDialogController : public QObject {
     QML_ELEMENT
 
     // Inputs from the board.
+    // The board's clock; without one the controller refuses to tell the day.
+    Q_PROPERTY(QmlClock* clock READ clock WRITE setClock NOTIFY clockChanged REQUIRED)
     Q_PROPERTY(
         QAbstractItemModel* categories READ categories WRITE setCategories NOTIFY categoriesChanged)
     Q_PROPERTY(
@@ -43,7 +47,7 @@ class TaskDialogController : public QObject {
     Q_PROPERTY(bool listPickerOpen READ listPickerOpen WRITE setListPickerOpen NOTIFY
                    listPickerOpenChanged)
 
-    // Derived values. `today`, `tomorrow` and `defaultTime` read the UI clock.
+    // Derived values. `today`, `tomorrow` and `defaultTime` read `clock`.
     Q_PROPERTY(bool editing READ isEditing NOTIFY editingTaskChanged)
     Q_PROPERTY(bool canCreate READ canCreate NOTIFY titleChanged)
     Q_PROPERTY(bool editDirty READ editDirty NOTIFY derivedChanged)
@@ -62,6 +66,10 @@ class TaskDialogController : public QObject {
 
 public:
     explicit TaskDialogController(QObject* parent = nullptr);
+    explicit TaskDialogController(QmlClock* clock, QObject* parent = nullptr);
+
+    [[nodiscard]] QmlClock* clock() const { return m_clock; }
+    void setClock(QmlClock* clock);
 
     [[nodiscard]] QAbstractItemModel* categories() const { return m_categories; }
     void setCategories(QAbstractItemModel* categories);
@@ -132,6 +140,7 @@ public:
     Q_INVOKABLE void chooseList(const QString& listId);
 
 signals:
+    void clockChanged();
     void categoriesChanged();
     void defaultListIdChanged();
     void editingTaskChanged();
@@ -159,6 +168,7 @@ signals:
     void endEditingRequested();
 
 private:
+    [[nodiscard]] QDateTime nowMoment() const;
     [[nodiscard]] TaskItem* task() const;
     [[nodiscard]] int findList(const QString& listId) const;
     [[nodiscard]] QString taskListId() const;
@@ -170,6 +180,7 @@ private:
     void closeWith(bool editing);
     void watchTask(TaskItem* task);
 
+    QPointer<QmlClock> m_clock;
     QPointer<QAbstractItemModel> m_categories;
     QString m_defaultListId;
     QPointer<TaskItem> m_task;

@@ -22,8 +22,8 @@ class ReminderSink;
 // card goes away (disappear(), or the controller's end). While the card is up the note lives
 // in a working copy that nothing outside refreshes.
 //
-// The present comes from the UI clock, tavikTasksChanged goes to the default centre and
-// reminders to the board's reminder sink; tests set their own.
+// The present, the hub that hears tavikTasksChanged and the reminder sink come from the
+// board; tests without a board set their own. With neither the card refuses to write.
 class TaskDrawerController : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -141,7 +141,7 @@ private:
     void loadDocument();
     [[nodiscard]] QDateTime now() const;
     [[nodiscard]] ReminderSink* reminders() const;
-    [[nodiscard]] NotificationHub& hub() const;
+    [[nodiscard]] NotificationHub* hub() const;
 
     QPointer<TaskItem> m_task;
     QPointer<BoardController> m_board;

@@ -1,15 +1,26 @@
 #include "pickers/CalendarGridModel.h"
 
-#include "Clock.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
-#include "types/UiClock.h"
 
 #include <QLocale>
 
 CalendarGridModel::CalendarGridModel(QObject* parent)
     : QAbstractListModel(parent)
     , m_firstDayOfWeek(QLocale::system().firstDayOfWeek()) {}
+
+CalendarGridModel::CalendarGridModel(QmlClock* clock, QObject* parent)
+    : CalendarGridModel(parent) {
+    setClock(clock);
+}
+
+void CalendarGridModel::setClock(QmlClock* clock) {
+    if (m_clock == clock)
+        return;
+    m_clock = clock;
+    emit clockChanged();
+    refreshFlags();
+}
 
 int CalendarGridModel::rowCount(const QModelIndex& parent) const {
     if (parent.isValid() || !m_month.isValid())
@@ -48,7 +59,7 @@ QVariant CalendarGridModel::data(const QModelIndex& index, int role) const {
     case IsSelectedRole:
         return m_selected.isValid() && calendar.localDate(m_selected) == date;
     case IsTodayRole:
-        return calendar.localDate(UiClock::instance().now()) == date;
+        return calendar.localDate(QmlClock::nowOf(m_clock, "CalendarGridModel")) == date;
     default:
         return {};
     }

@@ -597,11 +597,11 @@ private slots:
 
     void debugSwitches() {
         {
-            Board board({QStringLiteral("tavik"), QStringLiteral("--debug-done-open")});
+            Board board({.doneOpen = true});
             QVERIFY(board.controller->showDone());
         }
         {
-            Board board({QStringLiteral("tavik"), QStringLiteral("--debug-open-editor")});
+            Board board({.openEditor = true});
             fillStandardBoard(board);
             QVERIFY(!board.controller->showDone());
             board.controller->boardAppeared();
@@ -611,7 +611,7 @@ private slots:
             QTRY_COMPARE(board.controller->editingTask(), board.byTitle(QStringLiteral("L1")));
         }
         {
-            Board board({QStringLiteral("--debug-open-editor")});
+            Board board({.openEditor = true});
             board.controller->boardAppeared();
             QTest::qWait(BoardController::debugOpenEditorDelayMs + 100);
             QCOMPARE(board.controller->editingTask(), nullptr);

@@ -10,7 +10,6 @@
 #include "board/BoardController.h"
 #include "theme/ColorScheme.h"
 #include "theme/Radix.h"
-#include "types/UiClock.h"
 
 #include <QDir>
 #include <QQmlEngine>
@@ -87,11 +86,10 @@ struct Screen {
     std::unique_ptr<QQuickView> view;
 
     explicit Screen(bool demo = true) {
-        UiClock::install(&clock);
         if (demo)
             DemoData::seedIfEmpty(*store.context, clock.now());
         model = std::make_unique<BoardModel>(*store.context, *store.preferences, clock, hub);
-        controller = std::make_unique<BoardController>(*model, clock, hub, QStringList());
+        controller = std::make_unique<BoardController>(*model, clock, hub);
         engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
         view = std::make_unique<QQuickView>(&engine, nullptr);
         view->setInitialProperties(
@@ -105,8 +103,6 @@ struct Screen {
         view->resize(1100, 720);
         view->show();
     }
-
-    ~Screen() { UiClock::install(nullptr); }
 
     [[nodiscard]] QQuickItem* root() const { return view->rootObject(); }
 

@@ -5,7 +5,7 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "lists/CategoryListModel.h"
-#include "types/UiClock.h"
+#include "types/QmlClock.h"
 
 #include <QDir>
 #include <QInputMethodEvent>
@@ -36,6 +36,7 @@ Rectangle {
     height: 640
     color: Radix.appBackground
     signal blurInput
+    required property Clock clock
     property var categories: null
     property var editingTask: null
     property string selectedCategoryId: ""
@@ -46,6 +47,7 @@ Rectangle {
         anchors.rightMargin: 18
         anchors.bottom: parent.bottom
         anchors.bottomMargin: 16
+        clock: board.clock
         categories: board.categories
         defaultListId: board.selectedCategoryId
         editingTask: board.editingTask
@@ -99,6 +101,7 @@ private:
     void shoot(const QString& name);
 
     ManualClock m_clock{local(2024, 6, 12, 14, 10)};
+    QmlClock m_uiClock{m_clock};
     std::unique_ptr<QQuickWindow> m_window;
     std::unique_ptr<QObject> m_board;
     QQuickItem* m_panel = nullptr;
@@ -113,7 +116,6 @@ void TestDialogView::initTestCase() {
 }
 
 void TestDialogView::init() {
-    UiClock::install(&m_clock);
     const QDateTime now = m_clock.now();
     m_work = std::make_unique<TaskCategory>("工作", "0090FF", 1, now);
     m_home = std::make_unique<TaskCategory>("家务", "46A758", 2, now);
@@ -127,7 +129,8 @@ void TestDialogView::init() {
     engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
     QQmlComponent component(engine);
     component.setData(kBoard, QUrl::fromLocalFile(QStringLiteral("/board.qml")));
-    m_board.reset(component.create());
+    m_board.reset(component.createWithInitialProperties(
+        {{QStringLiteral("clock"), QVariant::fromValue(&m_uiClock)}}));
     QVERIFY2(m_board, qPrintable(component.errorString()));
     m_board->setProperty("categories", QVariant::fromValue<QObject*>(m_categories.get()));
     qobject_cast<QQuickItem*>(m_board.get())->setParentItem(m_window->contentItem());
@@ -145,7 +148,6 @@ void TestDialogView::cleanup() {
     m_reading.reset();
     m_home.reset();
     m_work.reset();
-    UiClock::install(nullptr);
 }
 
 QObject* TestDialogView::object(const char* name) const {

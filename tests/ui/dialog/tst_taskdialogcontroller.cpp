@@ -5,7 +5,7 @@
 #include "TaskItem.h"
 #include "dialog/TaskDialogController.h"
 #include "lists/CategoryListModel.h"
-#include "types/UiClock.h"
+#include "types/QmlClock.h"
 
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -57,6 +57,7 @@ private:
     std::unique_ptr<TaskItem> makeTask();
 
     ManualClock m_clock{kNow};
+    QmlClock m_uiClock{m_clock};
     std::unique_ptr<TaskCategory> m_work;
     std::unique_ptr<TaskCategory> m_home;
     std::unique_ptr<CategoryListModel> m_categories;
@@ -64,7 +65,6 @@ private:
 
 void TestTaskDialogController::init() {
     m_clock.setNow(kNow);
-    UiClock::install(&m_clock);
     m_work = std::make_unique<TaskCategory>("工作", "E5484D", 1, kNow);
     m_home = std::make_unique<TaskCategory>("家", "46A758", 2, kNow);
     m_categories = std::make_unique<CategoryListModel>();
@@ -72,7 +72,6 @@ void TestTaskDialogController::init() {
 }
 
 void TestTaskDialogController::cleanup() {
-    UiClock::install(nullptr);
     m_categories.reset();
     m_home.reset();
     m_work.reset();
@@ -100,7 +99,7 @@ void TestTaskDialogController::canCreate_data() {
 void TestTaskDialogController::canCreate() {
     QFETCH(QString, title);
     QFETCH(bool, expected);
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     QSignalSpy created(&dialog, &TaskDialogController::createRequested);
     dialog.openPanel();
     dialog.setTitle(title);
@@ -150,7 +149,7 @@ void TestTaskDialogController::submitHandsOutTheDraft() {
     QFETCH(QDateTime, expectedDue);
     QFETCH(QDateTime, expectedReminder);
 
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setCategories(m_categories.get());
     dialog.setDefaultListId(idOf(*m_home));
     QSignalSpy created(&dialog, &TaskDialogController::createRequested);
@@ -181,7 +180,7 @@ void TestTaskDialogController::submitHandsOutTheDraft() {
 
 void TestTaskDialogController::submitInEditModeSavesAndEndsEditing() {
     auto task = makeTask();
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setCategories(m_categories.get());
     QSignalSpy saved(&dialog, &TaskDialogController::saveRequested);
     QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
@@ -239,7 +238,7 @@ void TestTaskDialogController::editDirty() {
     QFETCH(bool, dirty);
     QFETCH(Edit, edit);
     auto task = makeTask();
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setEditingTask(task.get());
     QVERIFY(!dialog.editDirty());
 
@@ -282,7 +281,7 @@ void TestTaskDialogController::blurRule() {
     QFETCH(bool, closes);
 
     auto task = makeTask();
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setCategories(m_categories.get());
     QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
     if (editing)
@@ -304,7 +303,7 @@ void TestTaskDialogController::blurRule() {
 }
 
 void TestTaskDialogController::dayAndTimeControls() {
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.openPanel();
     QVERIFY(dialog.titleFocused());
 
@@ -341,7 +340,7 @@ void TestTaskDialogController::dayAndTimeControls() {
 void TestTaskDialogController::modeFollowsTheEditingTask() {
     auto first = makeTask();
     TaskItem second("买菜", 9, kNow);
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setCategories(m_categories.get());
     QSignalSpy deleted(&dialog, &TaskDialogController::deleteRequested);
     QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
@@ -380,7 +379,7 @@ void TestTaskDialogController::modeFollowsTheEditingTask() {
 }
 
 void TestTaskDialogController::shortcutAndReopening() {
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setDefaultListId(idOf(*m_work));
     dialog.newTaskShortcut();
     QVERIFY(dialog.isOpen());
@@ -402,7 +401,7 @@ void TestTaskDialogController::shortcutAndReopening() {
 }
 
 void TestTaskDialogController::listLookup() {
-    TaskDialogController dialog;
+    TaskDialogController dialog(&m_uiClock);
     dialog.setCategories(m_categories.get());
     dialog.openPanel();
     QCOMPARE(dialog.chosenListName(), QStringLiteral("无"));

@@ -3,7 +3,7 @@
 #include "pickers/CalendarGridModel.h"
 #include "pickers/SchedulePopoverController.h"
 #include "pickers/TimeListModel.h"
-#include "types/UiClock.h"
+#include "types/QmlClock.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -41,7 +41,6 @@ class TestPickers : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init();
-    void cleanup() { UiClock::install(nullptr); }
 
     void gridShape_data();
     void gridShape();
@@ -60,11 +59,11 @@ private slots:
 
 private:
     ManualClock m_clock;
+    QmlClock m_uiClock{m_clock};
 };
 
 void TestPickers::init() {
     m_clock.setNow(local(2024, 6, 12, 10, 0));
-    UiClock::install(&m_clock);
 }
 
 void TestPickers::gridShape_data() {
@@ -112,7 +111,7 @@ void TestPickers::gridShape() {
     QFETCH(QDate, firstCell);
     QFETCH(QDate, lastCell);
 
-    CalendarGridModel grid;
+    CalendarGridModel grid(&m_uiClock);
     QAbstractItemModelTester tester(&grid, QAbstractItemModelTester::FailureReportingMode::QtTest);
     grid.setFirstDayOfWeek(firstDay);
     // Any moment of the month selects it; the grid reads back the start of its first day.
@@ -140,7 +139,7 @@ void TestPickers::gridShape() {
 }
 
 void TestPickers::gridFlags() {
-    CalendarGridModel grid;
+    CalendarGridModel grid(&m_uiClock);
     QAbstractItemModelTester tester(&grid, QAbstractItemModelTester::FailureReportingMode::QtTest);
     grid.setFirstDayOfWeek(Qt::Sunday);
     grid.setMonthStart(local(2024, 6, 1));
@@ -180,7 +179,7 @@ void TestPickers::gridFlags() {
 }
 
 void TestPickers::gridPaging() {
-    CalendarGridModel grid;
+    CalendarGridModel grid(&m_uiClock);
     grid.setMonthStart(local(2024, 1, 31, 22, 0));
     grid.page(-1);
     QCOMPARE(grid.monthStart(), local(2023, 12, 1));
@@ -188,7 +187,7 @@ void TestPickers::gridPaging() {
     grid.page(13);
     QCOMPARE(grid.title(), QStringLiteral("2025年1月"));
     // A grid without a month has no cells and does not page.
-    CalendarGridModel empty;
+    CalendarGridModel empty(&m_uiClock);
     empty.page(1);
     QCOMPARE(empty.rowCount(), 0);
 }
@@ -289,7 +288,7 @@ void TestPickers::popoverReminderToggle() {
     QFETCH(bool, passed);
     m_clock.setNow(now);
 
-    SchedulePopoverController popover;
+    SchedulePopoverController popover(&m_uiClock);
     popover.seed({}, {});
     QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
     popover.setReminderEnabled(true);
@@ -302,7 +301,7 @@ void TestPickers::popoverReminderToggle() {
 
 void TestPickers::popoverRules() {
     m_clock.setNow(local(2024, 6, 12, 14, 10));
-    SchedulePopoverController popover;
+    SchedulePopoverController popover(&m_uiClock);
     popover.seed({}, {});
     QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
     const auto last = [&] { return reported.last(); };
