@@ -39,6 +39,11 @@ TaskDialogController::TaskDialogController(QmlClock* clock, QObject* parent)
     setClock(clock);
 }
 
+void TaskDialogController::componentComplete() {
+    m_building = false;
+    QmlClock::checkGiven(m_clock, "TaskDialogController");
+}
+
 void TaskDialogController::setClock(QmlClock* clock) {
     if (m_clock == clock)
         return;
@@ -47,7 +52,7 @@ void TaskDialogController::setClock(QmlClock* clock) {
 }
 
 QDateTime TaskDialogController::nowMoment() const {
-    return QmlClock::nowOf(m_clock, "TaskDialogController");
+    return QmlClock::nowOf(m_clock, "TaskDialogController", m_building);
 }
 
 void TaskDialogController::setCategories(QAbstractItemModel* categories) {

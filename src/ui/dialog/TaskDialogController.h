@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QQmlParserStatus>
 #include <QString>
 
 #include "types/QmlClock.h"
@@ -18,8 +19,9 @@ class TaskItem;
 // Days are starts of local days; `time` is a full moment of which only hour and minute count.
 // Invalid QDateTimes (invalid JS Dates in QML) mean none. List ids are UUIDs without braces,
 // "" for no list.
-class TaskDialogController : public QObject {
+class TaskDialogController : public QObject, public QQmlParserStatus {
     Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
 
     // Inputs from the board.
@@ -70,6 +72,10 @@ public:
 
     [[nodiscard]] QmlClock* clock() const { return m_clock; }
     void setClock(QmlClock* clock);
+
+    // While QML builds the controller, its clock may not have arrived yet.
+    void classBegin() override { m_building = true; }
+    void componentComplete() override;
 
     [[nodiscard]] QAbstractItemModel* categories() const { return m_categories; }
     void setCategories(QAbstractItemModel* categories);
@@ -181,6 +187,7 @@ private:
     void watchTask(TaskItem* task);
 
     QPointer<QmlClock> m_clock;
+    bool m_building = false;
     QPointer<QAbstractItemModel> m_categories;
     QString m_defaultListId;
     QPointer<TaskItem> m_task;

@@ -34,12 +34,19 @@ void TaskDrawerController::setReminderSink(ReminderSink* reminders) {
     m_remindersSet = true;
 }
 
+void TaskDrawerController::componentComplete() {
+    m_building = false;
+    if (!m_board && !m_clock)
+        qCCritical(lcUi) << "TaskDrawerController was made by QML without a board";
+}
+
 QDateTime TaskDrawerController::now() const {
     if (m_clock)
         return m_clock->now();
     if (m_board)
         return m_board->clockObject()->now();
-    qCCritical(lcUi) << "TaskDrawerController was given neither a board nor a clock";
+    if (!m_building)
+        qCCritical(lcUi) << "TaskDrawerController was given neither a board nor a clock";
     return {};
 }
 

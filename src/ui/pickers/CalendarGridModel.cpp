@@ -14,6 +14,11 @@ CalendarGridModel::CalendarGridModel(QmlClock* clock, QObject* parent)
     setClock(clock);
 }
 
+void CalendarGridModel::componentComplete() {
+    m_building = false;
+    QmlClock::checkGiven(m_clock, "CalendarGridModel");
+}
+
 void CalendarGridModel::setClock(QmlClock* clock) {
     if (m_clock == clock)
         return;
@@ -59,7 +64,8 @@ QVariant CalendarGridModel::data(const QModelIndex& index, int role) const {
     case IsSelectedRole:
         return m_selected.isValid() && calendar.localDate(m_selected) == date;
     case IsTodayRole:
-        return calendar.localDate(QmlClock::nowOf(m_clock, "CalendarGridModel")) == date;
+        return calendar.localDate(QmlClock::nowOf(m_clock, "CalendarGridModel", m_building)) ==
+               date;
     default:
         return {};
     }

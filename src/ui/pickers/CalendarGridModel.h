@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QQmlParserStatus>
 #include <QStringList>
 #include <functional>
 
@@ -14,8 +15,9 @@
 // the month before so that the first column is `firstDayOfWeek`, and filled up with the next
 // month's days to whole weeks (4 to 6 rows). Each cell is the start of a local day; cells
 // are made from calendar dates, so a daylight-saving month still has 24-hour-free arithmetic.
-class CalendarGridModel : public QAbstractListModel {
+class CalendarGridModel : public QAbstractListModel, public QQmlParserStatus {
     Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
     // Which cell is today; without a clock no cell is.
     Q_PROPERTY(QmlClock* clock READ clock WRITE setClock NOTIFY clockChanged REQUIRED)
@@ -48,6 +50,10 @@ public:
 
     [[nodiscard]] QmlClock* clock() const { return m_clock; }
     void setClock(QmlClock* clock);
+
+    // While QML builds the controller, its clock may not have arrived yet.
+    void classBegin() override { m_building = true; }
+    void componentComplete() override;
 
     [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
@@ -85,6 +91,7 @@ private:
     void refreshFlags();
 
     QPointer<QmlClock> m_clock;
+    bool m_building = false;
     QDate m_month; // the first day of the month on show
     QDateTime m_selected;
     QDateTime m_minDay;

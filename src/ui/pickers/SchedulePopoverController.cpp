@@ -15,6 +15,11 @@ SchedulePopoverController::SchedulePopoverController(QmlClock* clock, QObject* p
     setClock(clock);
 }
 
+void SchedulePopoverController::componentComplete() {
+    m_building = false;
+    QmlClock::checkGiven(m_clock, "SchedulePopoverController");
+}
+
 void SchedulePopoverController::setClock(QmlClock* clock) {
     if (m_clock == clock)
         return;
@@ -23,7 +28,7 @@ void SchedulePopoverController::setClock(QmlClock* clock) {
 }
 
 QDateTime SchedulePopoverController::nowMoment() const {
-    return QmlClock::nowOf(m_clock, "SchedulePopoverController");
+    return QmlClock::nowOf(m_clock, "SchedulePopoverController", m_building);
 }
 
 void SchedulePopoverController::seed(const QDateTime& dueDate, const QDateTime& reminderAt) {

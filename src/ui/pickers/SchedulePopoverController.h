@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QQmlParserStatus>
 
 #include "types/QmlClock.h"
 
@@ -11,8 +12,9 @@
 // when the popover is built; every change the user makes is reported at once through
 // scheduleChanged, with a day that always agrees with the reminder. Invalid QDateTimes mean
 // none.
-class SchedulePopoverController : public QObject {
+class SchedulePopoverController : public QObject, public QQmlParserStatus {
     Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
     // The board's clock; without one the controller refuses to tell the day.
     Q_PROPERTY(QmlClock* clock READ clock WRITE setClock NOTIFY clockChanged REQUIRED)
@@ -36,6 +38,10 @@ public:
 
     [[nodiscard]] QmlClock* clock() const { return m_clock; }
     void setClock(QmlClock* clock);
+
+    // While QML builds the controller, its clock may not have arrived yet.
+    void classBegin() override { m_building = true; }
+    void componentComplete() override;
 
     // The popover opens on the reminder's day when there is a reminder, else on the due date.
     // Reports nothing.
@@ -71,6 +77,7 @@ private:
     void emitSchedule();
 
     QPointer<QmlClock> m_clock;
+    bool m_building = false;
 
     QDateTime m_day;
     QDateTime m_time;

@@ -11,9 +11,15 @@ QDateTime QmlClock::now() const {
     return m_clock.now();
 }
 
-QDateTime QmlClock::nowOf(const QmlClock* clock, const char* user) {
+QDateTime QmlClock::nowOf(const QmlClock* clock, const char* user, bool building) {
     if (clock)
         return clock->now();
-    qCCritical(lcUi) << user << "was given no clock";
+    if (!building)
+        qCCritical(lcUi) << user << "was given no clock";
     return {};
+}
+
+void QmlClock::checkGiven(const QmlClock* clock, const char* user) {
+    if (!clock)
+        qCCritical(lcUi) << user << "was made by QML without a clock";
 }

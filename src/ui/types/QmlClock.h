@@ -19,9 +19,13 @@ public:
     [[nodiscard]] const Clock& clock() const { return m_clock; }
     Q_INVOKABLE [[nodiscard]] QDateTime now() const;
 
-    // `clock`'s present, or an invalid moment with a critical message naming `user` when the
-    // view forgot to pass one: a controller without a clock never reads the system time.
-    [[nodiscard]] static QDateTime nowOf(const QmlClock* clock, const char* user);
+    // `clock`'s present, or an invalid moment: a controller without a clock never reads the
+    // system time. Without one it says so loudly, naming `user`, unless QML is still
+    // `building` it (bindings may read it before its own clock binding is applied).
+    [[nodiscard]] static QDateTime nowOf(const QmlClock* clock, const char* user,
+                                         bool building = false);
+    // For a controller QML has finished building: a view that passed no clock is a fault.
+    static void checkGiven(const QmlClock* clock, const char* user);
 
 private:
     const Clock& m_clock;
