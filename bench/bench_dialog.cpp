@@ -3,12 +3,14 @@
 // recomputed on each refresh), and on screen the card's opening and the time list's
 // appearance until the first frame. Run under QT_QPA_PLATFORM=offscreen.
 #include "BenchFrames.h"
+#include "Clock.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
 #include "TaskCategory.h"
 #include "lists/CategoryListModel.h"
 #include "pickers/CalendarGridModel.h"
 #include "pickers/TimeListModel.h"
+#include "types/QmlClock.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
@@ -34,13 +36,16 @@ import QtQuick
 import TavikUi
 
 Rectangle {
+    id: board
     width: 900
     height: 640
     color: Radix.appBackground
+    required property Clock clock
     property alias panel: panel
     property var categories: null
     CreateTaskPanel {
         id: panel
+        clock: board.clock
         anchors.right: parent.right
         anchors.rightMargin: 18
         anchors.bottom: parent.bottom
@@ -113,6 +118,8 @@ int main(int argc, char** argv) {
     CategoryListModel categories;
     categories.setCategories(rows);
 
+    const SystemClock clock;
+    QmlClock uiClock(clock);
     QQmlEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     QQuickWindow window;
@@ -121,7 +128,8 @@ int main(int argc, char** argv) {
     component.setData(kBoard, QUrl::fromLocalFile(QStringLiteral("/board.qml")));
     QElapsedTimer timer;
     timer.start();
-    std::unique_ptr<QObject> board(component.create());
+    std::unique_ptr<QObject> board(component.createWithInitialProperties(
+        {{QStringLiteral("clock"), QVariant::fromValue(&uiClock)}}));
     const double build = msSince(timer);
     if (!board) {
         std::fprintf(stderr, "%s\n", qPrintable(component.errorString()));

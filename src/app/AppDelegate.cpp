@@ -2,12 +2,14 @@
 
 #include "AppVersion.h"
 #include "BoardModel.h"
+#include "Clock.h"
 #include "DayChangeWatcher.h"
 #include "DemoData.h"
 #include "GlobalHotKey.h"
+#include "ModelContainer.h"
 #include "NotificationCenter.h"
 #include "Notifications.h"
-#include "ReminderActions.h"
+#include "Preferences.h"
 #include "ReminderResponseRouter.h"
 #include "ReminderScheduler.h"
 #include "ScheduleReconciler.h"
@@ -18,7 +20,6 @@
 #include "UpdateCheckResult.h"
 #include "UpdaterController.h"
 #include "board/BoardController.h"
-#include "drawer/TaskDrawerController.h"
 #include "settings/SettingsWindowController.h"
 #include "settings/UpdateDialogController.h"
 
@@ -26,7 +27,6 @@
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QMessageBox>
-#include <QNetworkAccessManager>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
 #include <QScreen>
@@ -40,20 +40,17 @@ constexpr int kWindowWidth = 1158;
 constexpr int kWindowHeight = 720;
 } // namespace
 
-AppDelegate::AppDelegate(std::unique_ptr<ModelContainer> container, QStringList arguments,
-                         NotificationHub& hub, QObject* parent)
+AppDelegate::AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent)
     : QObject(parent)
-    , m_container(std::move(container))
-    , m_arguments(std::move(arguments))
-    , m_hub(hub)
-    , m_debugFrame(m_arguments.contains(QStringLiteral("--debug-frame"))) {
+    , m_env(environment)
+    , m_options(std::move(options)) {
     m_frameSaver.setSingleShot(true);
     m_frameSaver.setInterval(400);
     connect(&m_frameSaver, &QTimer::timeout, this, &AppDelegate::saveFrame);
     m_autosave.setSingleShot(true);
     m_autosave.setInterval(autosaveDelayMs);
     connect(&m_autosave, &QTimer::timeout, this, [this] {
-        if (m_container->mainContext().hasChanges())
+        if (m_env.container.mainContext().hasChanges())
             refreshMenuBarCount();
     });
 }
@@ -63,52 +60,40 @@ AppDelegate::~AppDelegate() {
     m_settings.reset();
     m_updateDialog.reset();
     m_engine.reset();
-    if (SoundPlayer::shared() == m_sounds.get())
-        SoundPlayer::setShared(nullptr);
-    if (UpdaterController::shared() == m_updater.get())
-        UpdaterController::setShared(nullptr);
-}
-
-bool AppDelegate::hasArgument(const QString& name) const {
-    return m_arguments.contains(name);
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
-    ModelContext& context = m_container->mainContext();
+    ModelContext& context = m_env.container.mainContext();
 
     // 1. Demo content, before anything reads the store.
-    if (hasArgument(QStringLiteral("--seed-demo")))
-        DemoData::seedIfEmpty(context, m_clock.now());
+    if (m_options.seedDemo)
+        DemoData::seedIfEmpty(context, m_env.clock.now());
 
     // 2. The menu's actions are window shortcuts (BoardWindow.qml).
 
     // 3. Notification responses arrive here, on the main thread.
-    m_notificationCenter = std::make_unique<NotificationCenter>(m_clock);
-    m_reminders = std::make_unique<ReminderScheduler>(*m_notificationCenter, m_clock);
-    m_responses = std::make_unique<ReminderResponseRouter>(
-        ReminderActions::Environment{context, *m_reminders, m_hub, m_clock});
-    m_responses->setShowBoard([this] { showWindow(); });
-    connect(m_notificationCenter.get(), &NotificationCenter::responseReceived, m_responses.get(),
+    m_env.responses.setShowBoard([this] { showWindow(); });
+    connect(&m_env.notificationCenter, &NotificationCenter::responseReceived, &m_env.responses,
             &ReminderResponseRouter::didReceive);
 
     // 4. The reminder category and its actions.
-    m_reminders->registerCategories();
+    m_env.reminders.registerCategories();
 
     // 5-6. The sync monitor and its self-test join with the CalDAV mirror.
 
     // 7. One pending reminder per task, and none for tasks that are gone.
-    m_reminders->syncAll(context);
+    m_env.reminders.syncAll(context);
 
     // 8. Daily reconciliation. Its changes wait for the first refreshMenuBarCount's save.
-    ScheduleReconciler::reconcile(context, m_clock.now(), m_preferences, m_hub);
+    ScheduleReconciler::reconcile(context, m_env.clock.now(), m_env.preferences, m_env.hub);
 
     // The board's model, with its reminders and sounds.
-    m_sounds = std::make_unique<SoundPlayer>();
-    SoundPlayer::setShared(m_sounds.get());
-    m_boardModel = std::make_unique<BoardModel>(context, m_preferences, m_clock, m_hub);
-    m_boardModel->setReminderSink(m_reminders.get());
-    m_boardModel->setSoundSink(m_sounds.get());
-    m_board = std::make_unique<BoardController>(*m_boardModel, m_clock, m_hub, m_arguments);
+    m_boardModel = std::make_unique<BoardModel>(context, m_env.preferences, m_env.clock, m_env.hub);
+    m_boardModel->setReminderSink(&m_env.reminders);
+    m_boardModel->setSoundSink(&m_env.sounds);
+    m_board = std::make_unique<BoardController>(
+        *m_boardModel, m_env.clock, m_env.hub,
+        BoardController::DebugOptions{m_options.debugOpenEditor, m_options.debugDoneOpen});
 
     // 9. The tray item.
     m_statusItem = std::make_unique<StatusItem>();
@@ -131,7 +116,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     setupUpdater();
 
     // 14. The board, unless started in the background (the autostart entry).
-    if (!hasArgument(QStringLiteral("--background")))
+    if (!m_options.background)
         showWindow();
 }
 
@@ -144,25 +129,21 @@ void AppDelegate::setupHotKey() {
 }
 
 void AppDelegate::setupUpdater() {
-    m_network = std::make_unique<QNetworkAccessManager>();
-    m_updater = std::make_unique<UpdaterController>(m_network.get(), m_hub,
-                                                    UpdaterController::Options::fromBuild());
-    UpdaterController::setShared(m_updater.get());
-    connect(m_updater.get(), &UpdaterController::checkingChanged, this, [this] {
-        if (m_updater->isChecking()) {
+    UpdaterController* updater = &m_env.updater;
+    connect(updater, &UpdaterController::checkingChanged, this, [this] {
+        if (m_env.updater.isChecking()) {
             ensureEngine();
             if (!m_updateDialog) {
                 m_updateDialog = std::make_unique<UpdateDialogController>(m_engine.get());
                 m_updateDialog->setCurrentVersion(AppVersion::shortVersion());
                 connect(m_updateDialog.get(), &UpdateDialogController::cancelRequested,
-                        m_updater.get(), &UpdaterController::cancelCheck);
+                        &m_env.updater, &UpdaterController::cancelCheck);
             }
             m_updateDialog->showChecking();
         }
     });
-    connect(m_updater.get(), &UpdaterController::checkFinished, this,
-            &AppDelegate::showUpdateResult);
-    m_updater->start();
+    connect(updater, &UpdaterController::checkFinished, this, &AppDelegate::showUpdateResult);
+    updater->start();
 }
 
 void AppDelegate::showUpdateResult(const UpdateCheckResult& result) {
@@ -187,7 +168,7 @@ void AppDelegate::showUpdateResult(const UpdateCheckResult& result) {
 
 void AppDelegate::observeTaskChanges() {
     // Some changes post nothing; they are saved once the edits settle, and before quitting.
-    ModelContext& context = m_container->mainContext();
+    ModelContext& context = m_env.container.mainContext();
     const auto settle = [this] { m_autosave.start(); };
     connect(&context, &ModelContext::taskInserted, this, settle);
     connect(&context, &ModelContext::taskRemoved, this, settle);
@@ -198,17 +179,14 @@ void AppDelegate::observeTaskChanges() {
     connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
         // An open drawer keeps its note to itself until the card goes away, and the window
         // is torn down only after this last save: the card goes first.
-        if (m_window) {
-            for (TaskDrawerController* drawer : m_window->findChildren<TaskDrawerController*>())
-                drawer->disappear();
-        }
-        if (m_container->mainContext().hasChanges())
+        m_board->flushOpenDrawer();
+        if (m_env.container.mainContext().hasChanges())
             refreshMenuBarCount();
     });
-    m_hub.observe(TavikNotification::tasksChanged, this,
-                  [this](const QVariantMap&) { refreshMenuBarCount(); });
-    m_hub.observe(TavikNotification::saveFailed, this,
-                  [this](const QVariantMap& userInfo) { saveDidFail(userInfo); });
+    m_env.hub.observe(TavikNotification::tasksChanged, this,
+                      [this](const QVariantMap&) { refreshMenuBarCount(); });
+    m_env.hub.observe(TavikNotification::saveFailed, this,
+                      [this](const QVariantMap& userInfo) { saveDidFail(userInfo); });
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
                 if (state == Qt::ApplicationActive)
@@ -223,9 +201,9 @@ void AppDelegate::observeTaskChanges() {
 }
 
 void AppDelegate::refreshMenuBarCount() {
-    ModelContext& context = m_container->mainContext();
-    ScheduleReconciler::reconcile(context, m_clock.now(), m_preferences, m_hub);
-    TavikPersistence::save(context, QStringLiteral("tasksChanged"), m_hub);
+    ModelContext& context = m_env.container.mainContext();
+    ScheduleReconciler::reconcile(context, m_env.clock.now(), m_env.preferences, m_env.hub);
+    TavikPersistence::save(context, QStringLiteral("tasksChanged"), m_env.hub);
     updateMenuBarCount();
 }
 
@@ -235,7 +213,7 @@ void AppDelegate::updateMenuBarCount() {
 }
 
 int AppDelegate::todayOpenCount() const {
-    return ::todayOpenCount(m_container->mainContext(), m_clock.now());
+    return ::todayOpenCount(m_env.container.mainContext(), m_env.clock.now());
 }
 
 void AppDelegate::saveDidFail(const QVariantMap& userInfo) {
@@ -277,7 +255,7 @@ void AppDelegate::buildWindow() {
     m_window->resize(kWindowWidth, kWindowHeight);
     m_window->setMinimumSize(QSize(760, 460));
     restoreFrame();
-    if (!m_debugFrame) {
+    if (!m_options.debugFrame) {
         connect(m_window, &QWindow::xChanged, &m_frameSaver, qOverload<>(&QTimer::start));
         connect(m_window, &QWindow::yChanged, &m_frameSaver, qOverload<>(&QTimer::start));
         connect(m_window, &QWindow::widthChanged, &m_frameSaver, qOverload<>(&QTimer::start));
@@ -287,12 +265,12 @@ void AppDelegate::buildWindow() {
 
 void AppDelegate::restoreFrame() {
     QScreen* screen = m_window->screen() ? m_window->screen() : QGuiApplication::primaryScreen();
-    if (m_debugFrame && screen) {
+    if (m_options.debugFrame && screen) {
         const QRect visible = screen->availableGeometry();
         m_window->setPosition(visible.left() + 40, visible.top() + 40);
         return;
     }
-    QSettings& settings = m_preferences.settings();
+    QSettings& settings = m_env.preferences.settings();
     settings.beginGroup(kFrameGroup);
     const QRect saved = settings.value(QStringLiteral("frame")).toRect();
     settings.endGroup();
@@ -308,9 +286,9 @@ void AppDelegate::restoreFrame() {
 }
 
 void AppDelegate::saveFrame() {
-    if (!m_window || m_debugFrame || !m_window->isVisible())
+    if (!m_window || m_options.debugFrame || !m_window->isVisible())
         return;
-    QSettings& settings = m_preferences.settings();
+    QSettings& settings = m_env.preferences.settings();
     settings.beginGroup(kFrameGroup);
     settings.setValue(QStringLiteral("frame"), m_window->geometry());
     settings.endGroup();
@@ -325,7 +303,7 @@ void AppDelegate::showWindow() {
     m_window->raise();
     m_window->requestActivate();
     // Observers run after this turn of the loop, once the window is up.
-    QTimer::singleShot(0, this, [this] { m_hub.post(TavikNotification::windowShown); });
+    QTimer::singleShot(0, this, [this] { m_env.hub.post(TavikNotification::windowShown); });
 }
 
 void AppDelegate::hideWindow() {
@@ -350,14 +328,14 @@ void AppDelegate::openSettings() {
         m_settings->setVersionLine(
             AppVersion::versionLine(AppVersion::shortVersion(), AppVersion::buildNumber()));
         connect(m_settings.get(), &SettingsWindowController::checkForUpdatesRequested,
-                m_updater.get(), &UpdaterController::checkForUpdates);
+                &m_env.updater, &UpdaterController::checkForUpdates);
     }
     // Each opening comes back to General, centred.
     m_settings->openGeneral();
 }
 
-void AppDelegate::handleArguments(const QStringList& arguments) {
-    if (arguments.contains(QStringLiteral("--toggle")))
+void AppDelegate::handleLaunch(const LaunchOptions& options) {
+    if (options.toggle)
         toggleWindow();
     else
         showWindow();

@@ -1,8 +1,6 @@
 #pragma once
 
-#include "Clock.h"
-#include "ModelContainer.h"
-#include "Preferences.h"
+#include "LaunchOptions.h"
 
 #include <QObject>
 #include <QPointer>
@@ -13,11 +11,13 @@
 
 class BoardController;
 class BoardModel;
+class Clock;
 class DayChangeWatcher;
 class GlobalHotKey;
 class NotificationCenter;
+class ModelContainer;
 class NotificationHub;
-class QNetworkAccessManager;
+class Preferences;
 class QQmlApplicationEngine;
 class ReminderResponseRouter;
 class ReminderScheduler;
@@ -28,17 +28,31 @@ class UpdateCheckResult;
 class UpdateDialogController;
 class UpdaterController;
 
-// The process: owns the store, the board window, the tray item and the save point, and wires
-// the rest together in one fixed launch order. Board actions never save; they post
-// tavikTasksChanged and refreshMenuBarCount here reconciles, saves and redraws the count.
+// The process's launch order and save point: it wires what main() built together in one
+// fixed order, makes the board, the tray item and the windows, and saves. Board actions never
+// save; they post tavikTasksChanged and refreshMenuBarCount here reconciles, saves and
+// redraws the count.
 class AppDelegate : public QObject {
     Q_OBJECT
 public:
     // Quiet time after the last unsaved edit before it is saved anyway.
     static constexpr int autosaveDelayMs = 1000;
 
-    AppDelegate(std::unique_ptr<ModelContainer> container, QStringList arguments,
-                NotificationHub& hub, QObject* parent = nullptr);
+    // The long-lived collaborators, built by main() in dependency order; all outlive the
+    // delegate.
+    struct Environment {
+        const Clock& clock;
+        Preferences& preferences;
+        NotificationHub& hub;
+        ModelContainer& container;
+        NotificationCenter& notificationCenter;
+        ReminderScheduler& reminders;
+        ReminderResponseRouter& responses;
+        SoundPlayer& sounds;
+        UpdaterController& updater;
+    };
+
+    AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent = nullptr);
     ~AppDelegate() override;
 
     void applicationDidFinishLaunching();
@@ -51,11 +65,10 @@ public:
     void updateMenuBarCount();
     [[nodiscard]] int todayOpenCount() const;
 
-    // A second launch handed over its arguments.
-    void handleArguments(const QStringList& arguments);
+    // A second launch handed over its options.
+    void handleLaunch(const LaunchOptions& options);
 
     [[nodiscard]] QQuickWindow* window() const { return m_window; }
-    [[nodiscard]] ModelContainer& container() const { return *m_container; }
 
     [[nodiscard]] GlobalHotKey* hotKey() const { return m_toggleHotKey.get(); }
 
@@ -69,20 +82,10 @@ private:
     void buildWindow();
     void restoreFrame();
     void saveFrame();
-    [[nodiscard]] bool hasArgument(const QString& name) const;
 
-    std::unique_ptr<ModelContainer> m_container;
-    QStringList m_arguments;
-    NotificationHub& m_hub;
-    SystemClock m_clock;
-    Preferences m_preferences;
+    Environment m_env;
+    LaunchOptions m_options;
 
-    std::unique_ptr<SoundPlayer> m_sounds;
-    std::unique_ptr<NotificationCenter> m_notificationCenter;
-    std::unique_ptr<ReminderScheduler> m_reminders;
-    std::unique_ptr<ReminderResponseRouter> m_responses;
-    std::unique_ptr<QNetworkAccessManager> m_network;
-    std::unique_ptr<UpdaterController> m_updater;
     std::unique_ptr<UpdateDialogController> m_updateDialog;
     std::unique_ptr<SettingsWindowController> m_settings;
     std::unique_ptr<GlobalHotKey> m_toggleHotKey;
@@ -95,5 +98,4 @@ private:
     QTimer m_frameSaver;
     // Saves what no action saved (lists, a drop on a tab, the drawer) once edits settle.
     QTimer m_autosave;
-    bool m_debugFrame = false;
 };

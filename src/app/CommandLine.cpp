@@ -6,6 +6,7 @@
 #include "Clock.h"
 #include "DemoData.h"
 #include "IsoCalendar.h"
+#include "LaunchOptions.h"
 #include "ModelContainer.h"
 #include "Notifications.h"
 #include "Preferences.h"
@@ -15,7 +16,6 @@
 #include "TavikContainer.h"
 #include "TodayOpenCount.h"
 
-#include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -31,14 +31,10 @@ namespace {
 
 enum ExitCode { success = 0, failure = 1, usage = 2 };
 
-const QString kList = QStringLiteral("list");
-const QString kJson = QStringLiteral("json");
-const QString kCountToday = QStringLiteral("count-today");
-const QString kExport = QStringLiteral("export");
-const QString kImport = QStringLiteral("import");
-const QString kSeedDemo = QStringLiteral("seed-demo");
-const QString kAt = QStringLiteral("at");
-const QString kHelp = QStringLiteral("help");
+const QString kList = QStringLiteral("--list");
+const QString kCountToday = QStringLiteral("--count-today");
+const QString kExport = QStringLiteral("--export");
+const QString kImport = QStringLiteral("--import");
 
 void print(FILE* stream, const QString& text) {
     const QByteArray bytes = text.toUtf8();
@@ -72,14 +68,14 @@ struct ReadStore {
 ReadStore openForReading(bool demo, const QDateTime& now) {
     ReadStore store;
     if (demo) {
-        store.container = TavikContainer::createDemo(&store.error);
+        store.container = TavikContainer::createDemo(&store.error).container;
         if (store.container)
             DemoData::seedIfEmpty(store.container->mainContext(), now);
         return store;
     }
     const QString dataDir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
     if (QFileInfo(dataDir).isDir() && QFileInfo::exists(TavikContainer::realStorePath())) {
-        store.container = TavikContainer::create(false, &store.error);
+        store.container = TavikContainer::create(false, {}, &store.error).container;
         return store;
     }
     if (auto empty = ModelContext::open(QStringLiteral(":memory:"), &store.error))
@@ -203,7 +199,7 @@ int importBoard(const QString& path) {
     if (!records)
         return failed(QStringLiteral("%1 is not a Tavik backup: %2").arg(path, error));
 
-    std::unique_ptr<ModelContainer> container = TavikContainer::create(false, &error);
+    std::unique_ptr<ModelContainer> container = TavikContainer::create(false, {}, &error).container;
     if (!container)
         return containerFailed(error);
     const auto lists = records->categories.size();
@@ -229,19 +225,6 @@ std::optional<QDateTime> parseMoment(const QString& text) {
 }
 
 } // namespace
-
-bool isCommand(const QStringList& arguments) {
-    static const QStringList switches{QStringLiteral("--list"),        QStringLiteral("--json"),
-                                      QStringLiteral("--count-today"), QStringLiteral("--export"),
-                                      QStringLiteral("--import"),      QStringLiteral("--at"),
-                                      QStringLiteral("--help"),        QStringLiteral("-h")};
-    for (qsizetype i = 1; i < arguments.size(); ++i) {
-        const QString name = arguments.at(i).section(QLatin1Char('='), 0, 0);
-        if (switches.contains(name))
-            return true;
-    }
-    return false;
-}
 
 QString helpText() {
     return QStringLiteral(
@@ -286,55 +269,37 @@ QString helpText() {
         "an import is refused, 2 for wrong usage.\n");
 }
 
-int run(const QStringList& arguments, const Clock& clock) {
-    QCommandLineParser parser;
-    parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    parser.addOptions({
-        {kList, {}},
-        {kJson, {}},
-        {kCountToday, {}},
-        {kExport, {}},
-        {kImport, {}},
-        {kSeedDemo, {}},
-        {kAt, {}, QStringLiteral("moment")},
-        {{QStringLiteral("h"), kHelp}, {}},
-    });
-    if (!parser.parse(arguments))
-        return usageError(parser.errorText());
+int run(const LaunchOptions& options, const Clock& clock) {
+    if (!options.error.isEmpty())
+        return usageError(options.error);
 
-    if (parser.isSet(kHelp)) {
+    if (options.help) {
         print(stdout, helpText());
         return success;
     }
 
-    const QStringList commands = [&] {
-        QStringList set;
-        for (const QString& name : {kList, kCountToday, kExport, kImport}) {
-            if (parser.isSet(name))
-                set << QStringLiteral("--") + name;
-        }
-        return set;
-    }();
+    const QStringList& commands = options.commands;
     if (commands.size() > 1)
         return usageError(QStringLiteral("choose one command, not %1").arg(commands.join(u' ')));
-    if (parser.isSet(kJson) && !parser.isSet(kList))
+    const bool listing = commands.contains(kList);
+    if (options.json && !listing)
         return usageError(QStringLiteral("--json goes with --list only"));
     if (commands.isEmpty())
         return usageError(
             QStringLiteral("no command given (--list, --count-today, --export or --import)"));
-    const QString command = commands.first().mid(2);
-    const QStringList positional = parser.positionalArguments();
-    const bool demo = parser.isSet(kSeedDemo);
+    const QString& command = commands.first();
+    const QStringList& positional = options.positional;
+    const bool demo = options.seedDemo;
 
-    if (command == kImport && (demo || parser.isSet(kAt)))
+    if (command == kImport && (demo || options.at))
         return usageError(QStringLiteral("--import takes neither --seed-demo nor --at"));
 
     QDateTime now = clock.now();
-    if (parser.isSet(kAt)) {
-        const std::optional<QDateTime> moment = parseMoment(parser.value(kAt));
+    if (options.at) {
+        const std::optional<QDateTime> moment = parseMoment(*options.at);
         if (!moment)
             return usageError(
-                QStringLiteral("--at wants an ISO 8601 moment, not \"%1\"").arg(parser.value(kAt)));
+                QStringLiteral("--at wants an ISO 8601 moment, not \"%1\"").arg(*options.at));
         now = *moment;
     }
 
@@ -361,7 +326,7 @@ int run(const QStringList& arguments, const Clock& clock) {
     ModelContext& context = store.container->mainContext();
 
     if (command == kList)
-        return listBoard(context, now, column, parser.isSet(kJson));
+        return listBoard(context, now, column, options.json);
     if (command == kCountToday) {
         print(stdout, QStringLiteral("%1\n").arg(todayOpenCount(context, now)));
         return success;

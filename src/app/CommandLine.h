@@ -4,6 +4,7 @@
 #include <QStringList>
 
 class Clock;
+struct LaunchOptions;
 
 // The commands of the `tavik` binary that need no window: print the board or today's count,
 // back the store up as JSON and restore such a backup. Reading commands never write the
@@ -11,11 +12,9 @@ class Clock;
 // refused, and 2 for wrong usage.
 namespace CommandLine {
 
-// Whether the arguments (program name first) ask for a command rather than the board.
-[[nodiscard]] bool isCommand(const QStringList& arguments);
-
-// Runs the command and returns the process's exit code. Needs a QCoreApplication.
-[[nodiscard]] int run(const QStringList& arguments, const Clock& clock);
+// Runs the command the options ask for (or reports their wrong usage) and returns the
+// process's exit code. Needs a QCoreApplication.
+[[nodiscard]] int run(const LaunchOptions& options, const Clock& clock);
 
 [[nodiscard]] QString helpText();
 

@@ -18,7 +18,9 @@ Q_LOGGING_CATEGORY(lcHotKey, "dev.orlen.tavik.hotkey")
 
 namespace {
 
-quint32 nextID = 1;
+// The process has one hot key, the board's toggle. The portal remembers a binding by its
+// shortcut id, so the id stays "toggle-board-1" from launch to launch.
+constexpr quint32 kToggleHotKeyID = 1;
 
 constexpr quint16 kLockMask = XCB_MOD_MASK_LOCK; // CapsLock
 constexpr quint16 kNumLockMask = XCB_MOD_MASK_2; // NumLock on nearly every layout
@@ -98,7 +100,7 @@ GlobalHotKey::GlobalHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers,
     , m_key(key)
     , m_modifiers(modifiers)
     , m_onFire(std::move(onFire))
-    , m_hotKeyID(nextID++)
+    , m_hotKeyID(kToggleHotKeyID)
     , m_shortcutId(QStringLiteral("toggle-board-%1").arg(m_hotKeyID)) {
     installHandler();
     registerKey();

@@ -3,14 +3,12 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
-#include <QAtomicInt>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QUuid>
 #include <QVariant>
 
 namespace {
-
-QAtomicInt connectionCounter;
 
 QVariant fromDate(const QDateTime& date) {
     return date.isValid() ? QVariant(date.toMSecsSinceEpoch())
@@ -137,7 +135,7 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
     QString ignored;
     QString& message = error ? *error : ignored;
     const QString name =
-        QStringLiteral("tavik-store-%1").arg(connectionCounter.fetchAndAddRelaxed(1));
+        QStringLiteral("tavik-store-") + QUuid::createUuid().toString(QUuid::WithoutBraces);
     std::unique_ptr<ModelContext> context(new ModelContext(path, name));
     context->m_mode = mode;
     QSqlDatabase& db = context->d->db;

@@ -74,6 +74,9 @@ public:
     // Writes all pending changes in one transaction. Returns false with `error` set on
     // failure, and keeps the changes pending.
     bool save(QString* error = nullptr);
+    // Whether the last checked save (TavikPersistence::save) of this store failed.
+    [[nodiscard]] bool saveFailing() const { return m_saveFailing; }
+    void setSaveFailing(bool failing) { m_saveFailing = failing; }
 
     // Changes saved since the mirror last acknowledged them, oldest first. Saves made while
     // `setRecordingChanges(false)` (the mirror applying the server's changes) are not listed.
@@ -107,6 +110,7 @@ private:
 
     QString m_path;
     QString m_connectionName;
+    bool m_saveFailing = false;
     QList<TaskItem*> m_tasks;
     QList<TaskCategory*> m_categories;
     QHash<QUuid, TaskItem*> m_taskById;

@@ -1,10 +1,5 @@
 #include "Notifications.h"
 
-NotificationHub& NotificationHub::defaultCenter() {
-    static NotificationHub hub;
-    return hub;
-}
-
 void NotificationHub::post(const QString& name, const QVariantMap& userInfo) {
     emit posted(name, userInfo);
 }

@@ -16,15 +16,13 @@ inline const QString checkForUpdates = QStringLiteral("tavikCheckForUpdates");
 inline const QString updateAvailabilityChanged = QStringLiteral("tavikUpdateAvailabilityChanged");
 } // namespace TavikNotification
 
-// The process's default notification centre: posting is synchronous, on the poster's thread
-// (always the main thread here), with no object and an optional user info map.
+// The process's notification centre: posting is synchronous, on the poster's thread (always
+// the main thread here), with no object and an optional user info map. main() makes the one
+// the app uses and hands it to whoever posts or observes; tests make their own.
 class NotificationHub : public QObject {
     Q_OBJECT
 public:
     using QObject::QObject;
-
-    // The process-wide centre. Tests may make their own hubs and pass them in.
-    [[nodiscard]] static NotificationHub& defaultCenter();
 
     void post(const QString& name, const QVariantMap& userInfo = {});
 

@@ -16,23 +16,26 @@ struct SyncAvailability {
     QString reason; // the error's text, for `unavailable`
 };
 
-// What became of sync in this process; `localOnly` until create() or createDemo() ran.
-[[nodiscard]] SyncAvailability syncAvailability();
-
 // The directory holding the stores: the application data location.
 [[nodiscard]] QString storeDirectory();
 [[nodiscard]] QString realStorePath(); // "<dir>/tavik.store"
 [[nodiscard]] QString demoStorePath(); // "<dir>/tavik-demo.store"
 
 // Attaches the mirror to an opened container; returns false with a reason when it can't.
-// The sync module installs one; with none installed, a mirrored open is `unavailable`.
+// The caller (main, once the CalDAV mirror exists) passes one; with none, a mirrored open is
+// `unavailable`.
 using MirrorAttacher = std::function<bool(ModelContainer&, QString* reason)>;
-void setMirrorAttacher(MirrorAttacher attacher);
 
-// The real store, mirrored when `cloudSync` is true and that works. Null with `error` set
-// when even the local store can't be opened.
-[[nodiscard]] std::unique_ptr<ModelContainer> create(bool cloudSync, QString* error);
+// An opened store and what became of its mirror.
+struct Opened {
+    std::unique_ptr<ModelContainer> container; // null when even the local store can't open
+    SyncAvailability sync;
+};
+
+// The real store, mirrored through `attacher` when `cloudSync` is true and that works. No
+// container, with `error` set, when even the local store can't be opened.
+[[nodiscard]] Opened create(bool cloudSync, const MirrorAttacher& attacher, QString* error);
 // The demo store, never mirrored.
-[[nodiscard]] std::unique_ptr<ModelContainer> createDemo(QString* error);
+[[nodiscard]] Opened createDemo(QString* error);
 
 } // namespace TavikContainer

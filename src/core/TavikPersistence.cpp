@@ -7,11 +7,6 @@ Q_LOGGING_CATEGORY(lcPersistence, "dev.orlen.tavik.persistence", QtInfoMsg)
 
 namespace TavikPersistence {
 
-namespace {
-// The last save through here failed. Touched only on the main thread.
-bool s_failing = false;
-} // namespace
-
 bool save(ModelContext& context, const QString& action, NotificationHub& hub) {
     // A save that writes nothing proves nothing, so it does not end a run of failures.
     if (!context.hasChanges())
@@ -22,8 +17,8 @@ bool save(ModelContext& context, const QString& action, NotificationHub& hub) {
         // arg(a, b) substitutes both at once, so a '%' in the action can't swallow the error.
         qCWarning(lcPersistence).noquote()
             << QStringLiteral("save FAILED after %1: %2").arg(action, error);
-        if (!s_failing) {
-            s_failing = true;
+        if (!context.saveFailing()) {
+            context.setSaveFailing(true);
             // Once per run of failures: the user is told that changes are not reaching the
             // disk, not told again for every change that follows.
             hub.post(TavikNotification::saveFailed,
@@ -32,19 +27,15 @@ bool save(ModelContext& context, const QString& action, NotificationHub& hub) {
         return false;
     }
 
-    if (s_failing) {
-        s_failing = false;
+    if (context.saveFailing()) {
+        context.setSaveFailing(false);
         qCInfo(lcPersistence).noquote() << QStringLiteral("save recovered after %1").arg(action);
     }
     return true;
 }
 
-bool isFailing() {
-    return s_failing;
-}
-
-void resetForTesting() {
-    s_failing = false;
+bool isFailing(const ModelContext& context) {
+    return context.saveFailing();
 }
 
 } // namespace TavikPersistence

@@ -14,8 +14,7 @@ namespace TavikPersistence {
 
 bool save(ModelContext& context, const QString& action, NotificationHub& hub);
 
-// Whether the last save failed (for tests and the app's own state).
-[[nodiscard]] bool isFailing();
-void resetForTesting();
+// Whether the last save of `context` failed (for tests and the app's own state).
+[[nodiscard]] bool isFailing(const ModelContext& context);
 
 } // namespace TavikPersistence

@@ -467,6 +467,11 @@ private slots:
             << QStringList{QStringLiteral("--import"), QStringLiteral("x.json"),
                            QStringLiteral("--seed-demo")}
             << "--seed-demo";
+        QTest::newRow("unknown option")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("--colour")} << "colour";
+        // The board reads the same switches: it refuses what it does not know, too.
+        QTest::newRow("unknown option, board")
+            << QStringList{QStringLiteral("--colour")} << "colour";
         QTest::newRow("bad moment")
             << QStringList{QStringLiteral("--count-today"), QStringLiteral("--at"),
                            QStringLiteral("tomorrow")}

@@ -80,10 +80,10 @@ private slots:
         const QUuid existing = seedRealStore();
         QVERIFY(!existing.isNull());
         QString error;
-        auto container = TavikContainer::create(true, &error);
+        auto [container, availability] = TavikContainer::create(true, {}, &error);
         QVERIFY2(container, qPrintable(error));
-        QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
-        QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
+        QCOMPARE(availability.kind, Kind::unavailable);
+        QVERIFY(!availability.reason.isEmpty());
         QVERIFY(container->mainContext().task(existing));
         container->mainContext().insert(new TaskItem(QStringLiteral("new"), 2, kNow));
         QVERIFY(container->mainContext().save());
@@ -116,7 +116,7 @@ private slots:
         QVERIFY(before.contains(QStringLiteral("tavik.store")));
 
         QString error;
-        auto container = TavikContainer::create(cloudSync, &error);
+        auto [container, availability] = TavikContainer::create(cloudSync, {}, &error);
         QVERIFY(!container);
         // Clear enough to act on: it names the file.
         QVERIFY2(error.contains(QStringLiteral("tavik.store")), qPrintable(error));
@@ -125,8 +125,8 @@ private slots:
                      qPrintable(error));
         if (cloudSync) {
             // The mirrored open failed first, and said why.
-            QCOMPARE(TavikContainer::syncAvailability().kind, Kind::unavailable);
-            QVERIFY(!TavikContainer::syncAvailability().reason.isEmpty());
+            QCOMPARE(availability.kind, Kind::unavailable);
+            QVERIFY(!availability.reason.isEmpty());
         }
 
         // Byte for byte as before, and no journal left beside it.
@@ -139,8 +139,9 @@ private slots:
         const QMap<QString, QByteArray> before = snapshot(TavikContainer::storeDirectory());
 
         QString error;
-        auto demo = TavikContainer::createDemo(&error);
+        auto [demo, availability] = TavikContainer::createDemo(&error);
         QVERIFY2(demo, qPrintable(error));
+        QCOMPARE(availability.kind, Kind::localOnly);
         QVERIFY(!demo->mainContext().task(existing));
         demo->mainContext().insert(new TaskItem(QStringLiteral("示例"), 1, kNow));
         QVERIFY(demo->mainContext().save());

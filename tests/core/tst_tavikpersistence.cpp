@@ -120,7 +120,6 @@ private slots:
     void cleanupTestCase() { qInstallMessageHandler(s_previousHandler); }
 
     void init() {
-        TavikPersistence::resetForTesting();
         s_lines.clear();
         m_dir = std::make_unique<QTemporaryDir>();
         QVERIFY(m_dir->isValid());
@@ -140,7 +139,6 @@ private slots:
     void cleanup() {
         m_context.reset();
         m_dir.reset();
-        TavikPersistence::resetForTesting();
     }
 
     // The action is any text, and is taken as it stands: placeholders are not expanded.
@@ -172,7 +170,7 @@ private slots:
         m_list->setName(QStringLiteral("renamed"));
         m_first->setTitle(QStringLiteral("first, edited"));
         QVERIFY(!TavikPersistence::save(*m_context, action, hub));
-        QVERIFY(TavikPersistence::isFailing());
+        QVERIFY(TavikPersistence::isFailing(*m_context));
         QVERIFY(m_context->hasChanges());
         QCOMPARE(posted.size(), 1);
         QCOMPARE(posted.at(0).at(0).toString(), TavikNotification::saveFailed);
@@ -195,7 +193,7 @@ private slots:
         // Writable again: the next save writes everything from both failed attempts.
         QVERIFY(blocker.unblock());
         QVERIFY(TavikPersistence::save(*m_context, action, hub));
-        QVERIFY(!TavikPersistence::isFailing());
+        QVERIFY(!TavikPersistence::isFailing(*m_context));
         QVERIFY(!m_context->hasChanges());
         QCOMPARE(posted.size(), 1);
         QCOMPARE(s_lines.size(), 3);
@@ -236,7 +234,7 @@ private slots:
         auto clean = ModelContext::open(m_dir->filePath(QStringLiteral("clean.store")), &error);
         QVERIFY2(clean, qPrintable(error));
         QVERIFY(TavikPersistence::save(*clean, QStringLiteral("tasksChanged"), hub));
-        QVERIFY(TavikPersistence::isFailing());
+        QVERIFY(TavikPersistence::isFailing(*m_context));
         QCOMPARE(s_lines.size(), 1);
         QCOMPARE(posted.size(), 1);
     }

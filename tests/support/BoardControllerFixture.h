@@ -27,9 +27,9 @@ struct Board {
     std::unique_ptr<BoardController> controller;
     IsoCalendar calendar;
 
-    explicit Board(const QStringList& arguments = {}) {
+    explicit Board(BoardController::DebugOptions debug = {}) {
         model = std::make_unique<BoardModel>(*store.context, *store.preferences, clock, hub);
-        controller = std::make_unique<BoardController>(*model, clock, hub, arguments);
+        controller = std::make_unique<BoardController>(*model, clock, hub, debug);
     }
 
     TaskCategory* addList(const QString& name) {

@@ -1,4 +1,8 @@
-// Runs every tests/ui/quick/tst_*.qml against the real TavikUi module.
+// Runs every tests/ui/quick/tst_*.qml against the real TavikUi module. The views read the
+// system clock here, as the tests compare with JavaScript's own Date: TavikTest.SystemClock.
+#include "Clock.h"
+#include "types/QmlClock.h"
+
 #include <QQmlEngine>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest>
@@ -8,9 +12,16 @@ Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 class Setup : public QObject {
     Q_OBJECT
 public slots:
+    void applicationAvailable() {
+        qmlRegisterSingletonInstance("TavikTest", 1, 0, "SystemClock", &m_uiClock);
+    }
     void qmlEngineAvailable(QQmlEngine* engine) {
         engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
     }
+
+private:
+    SystemClock m_clock;
+    QmlClock m_uiClock{m_clock};
 };
 
 QUICK_TEST_MAIN_WITH_SETUP(tavik_ui, Setup)

@@ -6,6 +6,7 @@
 #include "Notifications.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "drawer/TaskDrawerController.h"
 
 #include <QGuiApplication>
 #include <QScopedValueRollback>
@@ -40,19 +41,20 @@ int columnPosition(Bucket bucket) {
 } // namespace
 
 BoardController::BoardController(BoardModel& model, const Clock& clock, NotificationHub& hub,
-                                 const QStringList& arguments, QObject* parent)
+                                 DebugOptions debug, QObject* parent)
     : QObject(parent)
     , m_model(model)
     , m_clock(clock)
     , m_hub(hub)
-    , m_debugOpenEditor(arguments.contains(QStringLiteral("--debug-open-editor")))
+    , m_clockObject(new QmlClock(clock, this))
+    , m_debugOpenEditor(debug.openEditor)
     , m_later(new TaskListModel(Bucket::later, this))
     , m_thisWeek(new TaskListModel(Bucket::thisWeek, this))
     , m_today(new TaskListModel(Bucket::today, this))
     , m_done(new TaskListModel(Bucket::done, this))
     , m_categories(new CategoryListModel(this))
     , m_drag(new BoardDragController(model, this))
-    , m_showDone(arguments.contains(QStringLiteral("--debug-done-open"))) {
+    , m_showDone(debug.doneOpen) {
     m_syncTimer.setSingleShot(true);
     m_syncTimer.setInterval(0);
     connect(&m_syncTimer, &QTimer::timeout, this, &BoardController::syncModels);
@@ -345,6 +347,20 @@ void BoardController::boardAppeared() {
 
 void BoardController::boardDisappeared() {
     m_drag->cancel();
+}
+
+void BoardController::drawerAppeared(TaskDrawerController* drawer) {
+    m_openDrawer = drawer;
+}
+
+void BoardController::drawerDisappeared(TaskDrawerController* drawer) {
+    if (m_openDrawer == drawer)
+        m_openDrawer = nullptr;
+}
+
+void BoardController::flushOpenDrawer() {
+    if (m_openDrawer)
+        m_openDrawer->disappear();
 }
 
 void BoardController::refreshNow() {

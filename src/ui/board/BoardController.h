@@ -4,9 +4,9 @@
 #include "board/TaskListModel.h"
 #include "drag/BoardDragController.h"
 #include "lists/CategoryListModel.h"
+#include "types/QmlClock.h"
 #include "types/RecordTypes.h"
 
-#include <QCoreApplication>
 #include <QDateTime>
 #include <QObject>
 #include <QPointer>
@@ -22,7 +22,14 @@ class BoardModel;
 class Clock;
 class NotificationHub;
 class TaskCategory;
+class TaskDrawerController;
 class TaskItem;
+
+// The switches for looking at the board by hand.
+struct BoardDebugOptions {
+    bool openEditor = false; // --debug-open-editor: the first task opens in the dialog
+    bool doneOpen = false;   // --debug-done-open: the done list starts open
+};
 
 // The board's view state and the rules of the screen: what the columns show, which row the
 // keyboard acts on, what a key does, which task the dialog edits, and the board's reactions
@@ -32,6 +39,8 @@ class BoardController : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The app shell makes the board controller.")
+    // The board's clock, for the views to hand to the controllers they make.
+    Q_PROPERTY(QmlClock* clock READ clockObject CONSTANT)
     Q_PROPERTY(TaskListModel* laterModel READ laterModel CONSTANT)
     Q_PROPERTY(TaskListModel* thisWeekModel READ thisWeekModel CONSTANT)
     Q_PROPERTY(TaskListModel* todayModel READ todayModel CONSTANT)
@@ -65,11 +74,19 @@ public:
     // Delay before "--debug-open-editor" opens the first task.
     static constexpr int debugOpenEditorDelayMs = 600;
 
+    using DebugOptions = BoardDebugOptions;
+
     BoardController(BoardModel& model, const Clock& clock, NotificationHub& hub,
-                    const QStringList& arguments = QCoreApplication::arguments(),
-                    QObject* parent = nullptr);
+                    DebugOptions debug = {}, QObject* parent = nullptr);
 
     [[nodiscard]] BoardModel& model() const { return m_model; }
+    [[nodiscard]] QmlClock* clockObject() const { return m_clockObject; }
+    [[nodiscard]] NotificationHub& hub() const { return m_hub; }
+    // The detail card reports itself while it is up; flushOpenDrawer() makes it store its
+    // note (the card keeps the note to itself until it goes away).
+    void drawerAppeared(TaskDrawerController* drawer);
+    void drawerDisappeared(TaskDrawerController* drawer);
+    void flushOpenDrawer();
     [[nodiscard]] TaskListModel* laterModel() const { return m_later; }
     [[nodiscard]] TaskListModel* thisWeekModel() const { return m_thisWeek; }
     [[nodiscard]] TaskListModel* todayModel() const { return m_today; }
@@ -178,6 +195,8 @@ private:
     BoardModel& m_model;
     const Clock& m_clock;
     NotificationHub& m_hub;
+    QmlClock* m_clockObject;
+    QPointer<TaskDrawerController> m_openDrawer;
     bool m_debugOpenEditor = false;
     bool m_appearedOnce = false;
 

@@ -269,6 +269,7 @@ FocusScope {
         anchors.bottom: parent.bottom
         anchors.rightMargin: 18
         anchors.bottomMargin: 16
+        clock: boardView.controller.clock
         categories: boardView.controller.categoriesModel
         defaultListId: boardView.controller.selectedCategoryId
         editingTask: boardView.controller.editingTask

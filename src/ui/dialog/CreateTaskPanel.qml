@@ -12,6 +12,8 @@ import TavikUi
 Item {
     id: panel
 
+    // The board's clock, for the draft and the month grid.
+    required property Clock clock
     // CategoryListModel: the lists offered, in strip order.
     property var categories: null
     // The list proposed for a new task ("" for none).
@@ -52,6 +54,7 @@ Item {
     TaskDialogController {
         id: dialog
 
+        clock: panel.clock
         categories: panel.categories
         defaultListId: panel.defaultListId
         editingTask: panel.editingTask
@@ -345,7 +348,7 @@ Item {
                                 objectName: "calendarChip"
                                 anchors.verticalCenter: parent.verticalCenter
                                 active: !isNaN(dialog.customDay.getTime())
-                                text: active ? ScheduleFormat.day(dialog.customDay) : ""
+                                text: active ? ScheduleFormat.day(dialog.customDay, dialog.today) : ""
                                 emptySymbol: "ellipsis"
                                 onActivated: dialog.openDatePicker()
                                 onCleared: dialog.clearDay()
@@ -357,6 +360,7 @@ Item {
                                     onClosed: dialog.datePickerOpen = false
 
                                     contentItem: CalendarGridPicker {
+                                        clock: panel.clock
                                         selected: dialog.day
                                         minDay: dialog.today
                                         monthStart: dialog.gridMonth

@@ -1,17 +1,11 @@
 #include "dialog/TaskDialogController.h"
 
-#include "Clock.h"
 #include "IsoCalendar.h"
 #include "ScheduleRules.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
-#include "types/UiClock.h"
 
 namespace {
-
-QDateTime nowMoment() {
-    return UiClock::instance().now();
-}
 
 int roleNamed(const QAbstractItemModel& model, const QByteArray& name) {
     const auto roles = model.roleNames();
@@ -37,6 +31,28 @@ TaskDialogController::TaskDialogController(QObject* parent)
           &TaskDialogController::chosenListIdChanged, &TaskDialogController::editingTaskChanged,
           &TaskDialogController::categoriesChanged})
         connect(this, signal, this, &TaskDialogController::derivedChanged);
+    connect(this, &TaskDialogController::clockChanged, this, &TaskDialogController::derivedChanged);
+}
+
+TaskDialogController::TaskDialogController(QmlClock* clock, QObject* parent)
+    : TaskDialogController(parent) {
+    setClock(clock);
+}
+
+void TaskDialogController::componentComplete() {
+    m_building = false;
+    QmlClock::checkGiven(m_clock, "TaskDialogController");
+}
+
+void TaskDialogController::setClock(QmlClock* clock) {
+    if (m_clock == clock)
+        return;
+    m_clock = clock;
+    emit clockChanged();
+}
+
+QDateTime TaskDialogController::nowMoment() const {
+    return QmlClock::nowOf(m_clock, "TaskDialogController", m_building);
 }
 
 void TaskDialogController::setCategories(QAbstractItemModel* categories) {

@@ -5,7 +5,10 @@
 #include <QObject>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QQmlParserStatus>
 #include <QString>
+
+#include "types/QmlClock.h"
 
 class TaskItem;
 
@@ -16,11 +19,14 @@ class TaskItem;
 // Days are starts of local days; `time` is a full moment of which only hour and minute count.
 // Invalid QDateTimes (invalid JS Dates in QML) mean none. List ids are UUIDs without braces,
 // "" for no list.
-class TaskDialogController : public QObject {
+class TaskDialogController : public QObject, public QQmlParserStatus {
     Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
 
     // Inputs from the board.
+    // The board's clock; without one the controller refuses to tell the day.
+    Q_PROPERTY(QmlClock* clock READ clock WRITE setClock NOTIFY clockChanged REQUIRED)
     Q_PROPERTY(
         QAbstractItemModel* categories READ categories WRITE setCategories NOTIFY categoriesChanged)
     Q_PROPERTY(
@@ -43,7 +49,7 @@ class TaskDialogController : public QObject {
     Q_PROPERTY(bool listPickerOpen READ listPickerOpen WRITE setListPickerOpen NOTIFY
                    listPickerOpenChanged)
 
-    // Derived values. `today`, `tomorrow` and `defaultTime` read the UI clock.
+    // Derived values. `today`, `tomorrow` and `defaultTime` read `clock`.
     Q_PROPERTY(bool editing READ isEditing NOTIFY editingTaskChanged)
     Q_PROPERTY(bool canCreate READ canCreate NOTIFY titleChanged)
     Q_PROPERTY(bool editDirty READ editDirty NOTIFY derivedChanged)
@@ -62,6 +68,14 @@ class TaskDialogController : public QObject {
 
 public:
     explicit TaskDialogController(QObject* parent = nullptr);
+    explicit TaskDialogController(QmlClock* clock, QObject* parent = nullptr);
+
+    [[nodiscard]] QmlClock* clock() const { return m_clock; }
+    void setClock(QmlClock* clock);
+
+    // While QML builds the controller, its clock may not have arrived yet.
+    void classBegin() override { m_building = true; }
+    void componentComplete() override;
 
     [[nodiscard]] QAbstractItemModel* categories() const { return m_categories; }
     void setCategories(QAbstractItemModel* categories);
@@ -132,6 +146,7 @@ public:
     Q_INVOKABLE void chooseList(const QString& listId);
 
 signals:
+    void clockChanged();
     void categoriesChanged();
     void defaultListIdChanged();
     void editingTaskChanged();
@@ -159,6 +174,7 @@ signals:
     void endEditingRequested();
 
 private:
+    [[nodiscard]] QDateTime nowMoment() const;
     [[nodiscard]] TaskItem* task() const;
     [[nodiscard]] int findList(const QString& listId) const;
     [[nodiscard]] QString taskListId() const;
@@ -170,6 +186,8 @@ private:
     void closeWith(bool editing);
     void watchTask(TaskItem* task);
 
+    QPointer<QmlClock> m_clock;
+    bool m_building = false;
     QPointer<QAbstractItemModel> m_categories;
     QString m_defaultListId;
     QPointer<TaskItem> m_task;

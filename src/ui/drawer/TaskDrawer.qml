@@ -4,13 +4,14 @@ import TavikUi
 
 // The detail card of one task, and the one editor of its rich note. It writes into the
 // record itself: the title as it is typed, the schedule at each pick, the note when the card
-// goes away. The host gives the task, a height limit and the board (for reminders), centres
-// the card, and removes it on closeRequested; the card never removes itself.
+// goes away. The host gives the task, a height limit and the board (clock, hub, reminders),
+// centres the card, and removes it on closeRequested; the card never removes itself.
 FocusScope {
     id: drawer
 
     property TaskItem task: null
-    property BoardController board: null
+    // Gives the card its clock, its hub and the reminder sink, and hears when it is up.
+    required property BoardController board
     // Upper limit of the card's height; the card is never lower than 400 whatever this is.
     property real maxHeight: 0
 
@@ -187,6 +188,7 @@ FocusScope {
                     contentItem: Loader {
                         active: controller.scheduleOpen
                         sourceComponent: SchedulePopover {
+                            clock: drawer.board.clock
                             width: implicitWidth
                             dueDate: controller.dueDate
                             reminderAt: controller.reminderAt

@@ -11,7 +11,6 @@
 #include "text/RichTextDocument.h"
 #include "theme/UiLog.h"
 #include "types/QmlScheduleFormat.h"
-#include "types/UiClock.h"
 
 #include <algorithm>
 
@@ -35,8 +34,20 @@ void TaskDrawerController::setReminderSink(ReminderSink* reminders) {
     m_remindersSet = true;
 }
 
+void TaskDrawerController::componentComplete() {
+    m_building = false;
+    if (!m_board && !m_clock)
+        qCCritical(lcUi) << "TaskDrawerController was made by QML without a board";
+}
+
 QDateTime TaskDrawerController::now() const {
-    return (m_clock ? *m_clock : UiClock::instance()).now();
+    if (m_clock)
+        return m_clock->now();
+    if (m_board)
+        return m_board->clockObject()->now();
+    if (!m_building)
+        qCCritical(lcUi) << "TaskDrawerController was given neither a board nor a clock";
+    return {};
 }
 
 ReminderSink* TaskDrawerController::reminders() const {
@@ -45,8 +56,13 @@ ReminderSink* TaskDrawerController::reminders() const {
     return m_board ? m_board->model().reminderSink() : nullptr;
 }
 
-NotificationHub& TaskDrawerController::hub() const {
-    return m_hub ? *m_hub : NotificationHub::defaultCenter();
+NotificationHub* TaskDrawerController::hub() const {
+    if (m_hub)
+        return m_hub;
+    if (m_board)
+        return &m_board->hub();
+    qCCritical(lcUi) << "TaskDrawerController was given neither a board nor a hub";
+    return nullptr;
 }
 
 void TaskDrawerController::setTask(TaskItem* task) {
@@ -81,7 +97,11 @@ void TaskDrawerController::watchTask() {
 void TaskDrawerController::setBoard(BoardController* board) {
     if (m_board == board)
         return;
+    if (m_appeared && m_board)
+        m_board->drawerDisappeared(this);
     m_board = board;
+    if (m_appeared && m_board)
+        m_board->drawerAppeared(this);
     emit boardChanged();
 }
 
@@ -201,6 +221,9 @@ void TaskDrawerController::appear() {
     m_appeared = true;
     setNoteText(m_task->richNote());
     loadDocument();
+    // The board keeps the open card, so that quitting can store its note first.
+    if (m_board)
+        m_board->drawerAppeared(this);
 }
 
 void TaskDrawerController::loadDocument() {
@@ -215,9 +238,12 @@ void TaskDrawerController::disappear() {
     if (!m_appeared)
         return;
     m_appeared = false;
+    if (m_board)
+        m_board->drawerDisappeared(this);
     // Stored on every way out, also when nothing changed.
-    if (m_task)
-        m_task->setRichNote(m_noteText, now());
+    const QDateTime moment = now();
+    if (m_task && moment.isValid())
+        m_task->setRichNote(m_noteText, moment);
 }
 
 void TaskDrawerController::applySchedule(const QVariant& day, const QVariant& reminderAt) {
@@ -231,9 +257,13 @@ void TaskDrawerController::applySchedule(const QDateTime& day, const QDateTime& 
         qCDebug(lcUi) << "schedule change for a deleted task dropped";
         return;
     }
-    m_task->schedule(day, now(), IsoCalendar());
+    const QDateTime moment = now();
+    NotificationHub* changes = hub();
+    if (!moment.isValid() || !changes)
+        return;
+    m_task->schedule(day, moment, IsoCalendar());
     m_task->setReminderAt(reminderAt);
     if (ReminderSink* sink = reminders())
         sink->sync(m_task);
-    hub().post(TavikNotification::tasksChanged);
+    changes->post(TavikNotification::tasksChanged);
 }

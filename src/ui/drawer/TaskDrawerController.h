@@ -10,6 +10,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QQmlEngine>
+#include <QQmlParserStatus>
 #include <QString>
 #include <QVariant>
 
@@ -22,10 +23,11 @@ class ReminderSink;
 // card goes away (disappear(), or the controller's end). While the card is up the note lives
 // in a working copy that nothing outside refreshes.
 //
-// The present comes from the UI clock, tavikTasksChanged goes to the default centre and
-// reminders to the board's reminder sink; tests set their own.
-class TaskDrawerController : public QObject {
+// The present, the hub that hears tavikTasksChanged and the reminder sink come from the
+// board; tests without a board set their own. With neither the card refuses to write.
+class TaskDrawerController : public QObject, public QQmlParserStatus {
     Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
     Q_PROPERTY(TaskItem* task READ task WRITE setTask NOTIFY taskChanged)
     // Where the reminder sink comes from.
@@ -71,6 +73,10 @@ public:
     void setClock(const Clock* clock);
     void setNotificationHub(NotificationHub* hub);
     void setReminderSink(ReminderSink* reminders);
+
+    // While QML builds the card, its board may not have arrived yet.
+    void classBegin() override { m_building = true; }
+    void componentComplete() override;
 
     [[nodiscard]] TaskItem* task() const { return m_task; }
     // A new task while the card is up: the old one gets its note, the new one is loaded.
@@ -141,7 +147,7 @@ private:
     void loadDocument();
     [[nodiscard]] QDateTime now() const;
     [[nodiscard]] ReminderSink* reminders() const;
-    [[nodiscard]] NotificationHub& hub() const;
+    [[nodiscard]] NotificationHub* hub() const;
 
     QPointer<TaskItem> m_task;
     QPointer<BoardController> m_board;
@@ -151,6 +157,7 @@ private:
 
     const Clock* m_clock = nullptr;
     NotificationHub* m_hub = nullptr;
+    bool m_building = false;
     ReminderSink* m_reminders = nullptr;
     bool m_remindersSet = false;
 

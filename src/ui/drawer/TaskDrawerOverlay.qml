@@ -9,7 +9,7 @@ Item {
 
     // The task shown, or null for none.
     property TaskItem task: null
-    property BoardController board: null
+    required property BoardController board
     readonly property alias drawer: loader.item
 
     signal closeRequested

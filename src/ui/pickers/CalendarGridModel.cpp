@@ -1,15 +1,31 @@
 #include "pickers/CalendarGridModel.h"
 
-#include "Clock.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
-#include "types/UiClock.h"
 
 #include <QLocale>
 
 CalendarGridModel::CalendarGridModel(QObject* parent)
     : QAbstractListModel(parent)
     , m_firstDayOfWeek(QLocale::system().firstDayOfWeek()) {}
+
+CalendarGridModel::CalendarGridModel(QmlClock* clock, QObject* parent)
+    : CalendarGridModel(parent) {
+    setClock(clock);
+}
+
+void CalendarGridModel::componentComplete() {
+    m_building = false;
+    QmlClock::checkGiven(m_clock, "CalendarGridModel");
+}
+
+void CalendarGridModel::setClock(QmlClock* clock) {
+    if (m_clock == clock)
+        return;
+    m_clock = clock;
+    emit clockChanged();
+    refreshFlags();
+}
 
 int CalendarGridModel::rowCount(const QModelIndex& parent) const {
     if (parent.isValid() || !m_month.isValid())
@@ -48,7 +64,8 @@ QVariant CalendarGridModel::data(const QModelIndex& index, int role) const {
     case IsSelectedRole:
         return m_selected.isValid() && calendar.localDate(m_selected) == date;
     case IsTodayRole:
-        return calendar.localDate(UiClock::instance().now()) == date;
+        return calendar.localDate(QmlClock::nowOf(m_clock, "CalendarGridModel", m_building)) ==
+               date;
     default:
         return {};
     }

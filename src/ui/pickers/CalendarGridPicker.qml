@@ -8,6 +8,8 @@ import TavikUi
 Item {
     id: picker
 
+    // Which cell is today.
+    required property Clock clock
     // Invalid Date for none.
     property date selected
     property date minDay
@@ -22,6 +24,7 @@ Item {
 
     CalendarGridModel {
         id: cells
+        clock: picker.clock
         monthStart: picker.monthStart
         selected: picker.selected
         minDay: picker.minDay

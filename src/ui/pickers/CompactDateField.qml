@@ -7,6 +7,7 @@ import TavikUi
 T.AbstractButton {
     id: field
 
+    required property Clock clock
     property date value
     property date minDay
     signal picked(date day)
@@ -34,6 +35,7 @@ T.AbstractButton {
         id: grid
 
         contentItem: CalendarGridPicker {
+            clock: field.clock
             selected: field.value
             minDay: field.minDay
             monthStart: field.value

@@ -8,6 +8,8 @@ import TavikUi
 Item {
     id: panel
 
+    // The board's clock: "today", "tomorrow" and the default time follow it.
+    required property Clock clock
     property date dueDate
     property date reminderAt
     readonly property alias draft: draft
@@ -19,6 +21,7 @@ Item {
 
     SchedulePopoverController {
         id: draft
+        clock: panel.clock
         onScheduleChanged: (day, reminderAt) => panel.scheduleChanged(day, reminderAt)
     }
 
@@ -78,6 +81,7 @@ Item {
                 id: dateField
                 objectName: "dateField"
                 anchors.right: parent.right
+                clock: panel.clock
                 value: draft.dateFieldValue
                 // The lower limit is today as the panel is drawn.
                 minDay: draft.today

@@ -1,20 +1,35 @@
 #include "pickers/SchedulePopoverController.h"
 
-#include "Clock.h"
 #include "IsoCalendar.h"
 #include "ScheduleRules.h"
-#include "types/UiClock.h"
-
-namespace {
-
-QDateTime nowMoment() {
-    return UiClock::instance().now();
-}
-
-} // namespace
 
 SchedulePopoverController::SchedulePopoverController(QObject* parent)
-    : QObject(parent) {}
+    : QObject(parent) {
+    // "Today" and the default time move with the clock.
+    connect(this, &SchedulePopoverController::clockChanged, this,
+            &SchedulePopoverController::draftChanged);
+}
+
+SchedulePopoverController::SchedulePopoverController(QmlClock* clock, QObject* parent)
+    : SchedulePopoverController(parent) {
+    setClock(clock);
+}
+
+void SchedulePopoverController::componentComplete() {
+    m_building = false;
+    QmlClock::checkGiven(m_clock, "SchedulePopoverController");
+}
+
+void SchedulePopoverController::setClock(QmlClock* clock) {
+    if (m_clock == clock)
+        return;
+    m_clock = clock;
+    emit clockChanged();
+}
+
+QDateTime SchedulePopoverController::nowMoment() const {
+    return QmlClock::nowOf(m_clock, "SchedulePopoverController", m_building);
+}
 
 void SchedulePopoverController::seed(const QDateTime& dueDate, const QDateTime& reminderAt) {
     const IsoCalendar calendar;

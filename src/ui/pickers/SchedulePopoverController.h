@@ -2,15 +2,22 @@
 
 #include <QDateTime>
 #include <QObject>
+#include <QPointer>
 #include <QQmlEngine>
+#include <QQmlParserStatus>
+
+#include "types/QmlClock.h"
 
 // The draft of the schedule popover: a day and a reminder time edited together. Seeded once
 // when the popover is built; every change the user makes is reported at once through
 // scheduleChanged, with a day that always agrees with the reminder. Invalid QDateTimes mean
 // none.
-class SchedulePopoverController : public QObject {
+class SchedulePopoverController : public QObject, public QQmlParserStatus {
     Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
     QML_ELEMENT
+    // The board's clock; without one the controller refuses to tell the day.
+    Q_PROPERTY(QmlClock* clock READ clock WRITE setClock NOTIFY clockChanged REQUIRED)
     Q_PROPERTY(QDateTime day READ day NOTIFY draftChanged)
     Q_PROPERTY(QDateTime time READ time NOTIFY draftChanged)
     Q_PROPERTY(bool hasTime READ hasTime NOTIFY draftChanged)
@@ -27,6 +34,14 @@ class SchedulePopoverController : public QObject {
 
 public:
     explicit SchedulePopoverController(QObject* parent = nullptr);
+    explicit SchedulePopoverController(QmlClock* clock, QObject* parent = nullptr);
+
+    [[nodiscard]] QmlClock* clock() const { return m_clock; }
+    void setClock(QmlClock* clock);
+
+    // While QML builds the controller, its clock may not have arrived yet.
+    void classBegin() override { m_building = true; }
+    void componentComplete() override;
 
     // The popover opens on the reminder's day when there is a reminder, else on the due date.
     // Reports nothing.
@@ -52,12 +67,17 @@ public:
     Q_INVOKABLE void clear();
 
 signals:
+    void clockChanged();
     void draftChanged();
     // The day (start of a day, or invalid) and the reminder moment (or invalid).
     void scheduleChanged(const QDateTime& day, const QDateTime& reminderAt);
 
 private:
+    [[nodiscard]] QDateTime nowMoment() const;
     void emitSchedule();
+
+    QPointer<QmlClock> m_clock;
+    bool m_building = false;
 
     QDateTime m_day;
     QDateTime m_time;

@@ -1,17 +1,21 @@
 #include "types/QmlScheduleFormat.h"
 
-#include "Clock.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
-#include "types/UiClock.h"
+#include "theme/UiLog.h"
 
 #include <QJSValue>
+#include <optional>
 
 namespace {
 
-QDateTime nowOr(const QVariant& now) {
+// The caller's present. Missing, it is a wiring fault: said loudly, and no wording is made.
+std::optional<QDateTime> presentOf(const QVariant& now) {
     const QDateTime given = QmlScheduleFormat::toMoment(now);
-    return given.isValid() ? given : UiClock::instance().now();
+    if (given.isValid())
+        return given;
+    qCCritical(lcUi) << "ScheduleFormat was called without a present";
+    return std::nullopt;
 }
 
 } // namespace
@@ -32,16 +36,22 @@ QString QmlScheduleFormat::time(const QVariant& moment) const {
 }
 
 QString QmlScheduleFormat::day(const QVariant& date, const QVariant& now) const {
-    return ScheduleFormat::day(toMoment(date), nowOr(now), IsoCalendar());
+    const auto present = presentOf(now);
+    return present ? ScheduleFormat::day(toMoment(date), *present, IsoCalendar()) : QString();
 }
 
 QString QmlScheduleFormat::dayAndTime(const QVariant& moment, const QVariant& now) const {
-    return ScheduleFormat::dayAndTime(toMoment(moment), nowOr(now), IsoCalendar());
+    const auto present = presentOf(now);
+    return present ? ScheduleFormat::dayAndTime(toMoment(moment), *present, IsoCalendar())
+                   : QString();
 }
 
 QString QmlScheduleFormat::shortLabel(const QVariant& dueDate, const QVariant& reminderAt,
                                       const QVariant& now) const {
-    return ScheduleFormat::shortLabel(toMoment(dueDate), toMoment(reminderAt), nowOr(now),
+    const auto present = presentOf(now);
+    if (!present)
+        return {};
+    return ScheduleFormat::shortLabel(toMoment(dueDate), toMoment(reminderAt), *present,
                                       IsoCalendar())
         .value_or(QString());
 }

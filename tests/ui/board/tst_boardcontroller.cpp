@@ -495,7 +495,7 @@ private slots:
     }
 
     void debugOpenEditorOpensTheFirstTask() {
-        Board board({QStringLiteral("tavik"), QStringLiteral("--debug-open-editor")});
+        Board board({.openEditor = true});
         fillStandardBoard(board);
         board.controller->boardAppeared();
         QCOMPARE(board.controller->editingTask(), nullptr);

@@ -8,7 +8,6 @@
 #include "QuickWindowTestSupport.h"
 #include "TaskCategory.h"
 #include "board/BoardController.h"
-#include "types/UiClock.h"
 
 #include <QQmlEngine>
 #include <QQuickView>
@@ -37,10 +36,9 @@ struct Screen {
     std::unique_ptr<QQuickView> view;
 
     Screen() {
-        UiClock::install(&clock);
         DemoData::seedIfEmpty(*store.context, clock.now());
         model = std::make_unique<BoardModel>(*store.context, *store.preferences, clock, hub);
-        controller = std::make_unique<BoardController>(*model, clock, hub, QStringList());
+        controller = std::make_unique<BoardController>(*model, clock, hub);
         engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
         view = std::make_unique<QQuickView>(&engine, nullptr);
         view->setInitialProperties(
@@ -50,7 +48,6 @@ struct Screen {
         view->resize(1100, 720);
         view->show();
     }
-    ~Screen() { UiClock::install(nullptr); }
 
     [[nodiscard]] QQuickItem* row(const QString& title) const {
         return findShown(view->rootObject(), "TaskRow", "title", title);

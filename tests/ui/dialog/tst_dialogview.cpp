@@ -6,7 +6,7 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "lists/CategoryListModel.h"
-#include "types/UiClock.h"
+#include "types/QmlClock.h"
 
 #include <QInputMethodEvent>
 #include <QQmlComponent>
@@ -38,6 +38,7 @@ Rectangle {
     property var categories: null
     property var editingTask: null
     property string selectedCategoryId: ""
+    required property Clock clock
 
     CreateTaskPanel {
         objectName: "panel"
@@ -49,6 +50,7 @@ Rectangle {
         defaultListId: board.selectedCategoryId
         editingTask: board.editingTask
         board: board
+        clock: board.clock
         onEndEditingRequested: board.editingTask = null
     }
 }
@@ -67,7 +69,6 @@ private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
     void init() {
-        UiClock::install(&m_clock);
         const QDateTime now = m_clock.now();
         m_work = std::make_unique<TaskCategory>("工作", "0090FF", 1, now);
         m_home = std::make_unique<TaskCategory>("家务", "46A758", 2, now);
@@ -81,7 +82,8 @@ private slots:
         engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
         QQmlComponent component(engine);
         component.setData(kBoard, QUrl::fromLocalFile(QStringLiteral("/board.qml")));
-        m_board.reset(component.create());
+        m_board.reset(component.createWithInitialProperties(
+            {{QStringLiteral("clock"), QVariant::fromValue(&m_uiClock)}}));
         QVERIFY2(m_board, qPrintable(component.errorString()));
         m_board->setProperty("categories", QVariant::fromValue<QObject*>(m_categories.get()));
         qobject_cast<QQuickItem*>(m_board.get())->setParentItem(m_window->contentItem());
@@ -99,7 +101,6 @@ private slots:
         m_reading.reset();
         m_home.reset();
         m_work.reset();
-        UiClock::install(nullptr);
     }
 
     void createFlow() {
@@ -275,6 +276,7 @@ private:
     // Clicks the control and waits for its popover; null when it does not open.
 
     ManualClock m_clock{local(2024, 6, 12, 14, 10)};
+    QmlClock m_uiClock{m_clock};
     std::unique_ptr<QQuickWindow> m_window;
     std::unique_ptr<QObject> m_board;
     QQuickItem* m_panel = nullptr;

@@ -5,7 +5,7 @@
 #include "TaskItem.h"
 #include "dialog/TaskDialogController.h"
 #include "lists/CategoryListModel.h"
-#include "types/UiClock.h"
+#include "types/QmlClock.h"
 
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -39,7 +39,6 @@ private slots:
 
     void init() {
         m_clock.setNow(kNow);
-        UiClock::install(&m_clock);
         m_work = std::make_unique<TaskCategory>("工作", "E5484D", 1, kNow);
         m_home = std::make_unique<TaskCategory>("家", "46A758", 2, kNow);
         m_categories = std::make_unique<CategoryListModel>();
@@ -47,7 +46,6 @@ private slots:
     }
 
     void cleanup() {
-        UiClock::install(nullptr);
         m_categories.reset();
         m_home.reset();
         m_work.reset();
@@ -66,7 +64,7 @@ private slots:
     void canCreate() {
         QFETCH(QString, title);
         QFETCH(bool, expected);
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         QSignalSpy created(&dialog, &TaskDialogController::createRequested);
         dialog.openPanel();
         dialog.setTitle(title);
@@ -118,7 +116,7 @@ private slots:
         QFETCH(QDateTime, expectedDue);
         QFETCH(QDateTime, expectedReminder);
 
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setCategories(m_categories.get());
         dialog.setDefaultListId(idOf(*m_home));
         QSignalSpy created(&dialog, &TaskDialogController::createRequested);
@@ -149,7 +147,7 @@ private slots:
 
     void submitInEditModeSavesAndEndsEditing() {
         auto task = makeTask();
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setCategories(m_categories.get());
         QSignalSpy saved(&dialog, &TaskDialogController::saveRequested);
         QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
@@ -207,7 +205,7 @@ private slots:
         QFETCH(bool, dirty);
         QFETCH(Edit, edit);
         auto task = makeTask();
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setEditingTask(task.get());
         QVERIFY(!dialog.editDirty());
 
@@ -250,7 +248,7 @@ private slots:
         QFETCH(bool, closes);
 
         auto task = makeTask();
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setCategories(m_categories.get());
         QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
         if (editing)
@@ -272,7 +270,7 @@ private slots:
     }
 
     void dayAndTimeControls() {
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.openPanel();
         QVERIFY(dialog.titleFocused());
 
@@ -309,7 +307,7 @@ private slots:
     void modeFollowsTheEditingTask() {
         auto first = makeTask();
         TaskItem second("买菜", 9, kNow);
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setCategories(m_categories.get());
         QSignalSpy deleted(&dialog, &TaskDialogController::deleteRequested);
         QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
@@ -348,7 +346,7 @@ private slots:
     }
 
     void shortcutAndReopening() {
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setDefaultListId(idOf(*m_work));
         dialog.newTaskShortcut();
         QVERIFY(dialog.isOpen());
@@ -370,7 +368,7 @@ private slots:
     }
 
     void listLookup() {
-        TaskDialogController dialog;
+        TaskDialogController dialog(&m_uiClock);
         dialog.setCategories(m_categories.get());
         dialog.openPanel();
         QCOMPARE(dialog.chosenListName(), QStringLiteral("无"));
@@ -400,6 +398,7 @@ private:
     }
 
     ManualClock m_clock{kNow};
+    QmlClock m_uiClock{m_clock};
     std::unique_ptr<TaskCategory> m_work;
     std::unique_ptr<TaskCategory> m_home;
     std::unique_ptr<CategoryListModel> m_categories;

@@ -7,7 +7,6 @@
 #include "board/BoardController.h"
 #include "drawer/TaskDrawerController.h"
 #include "text/RichTextDocument.h"
-#include "types/UiClock.h"
 
 #include <QInputMethodEvent>
 #include <QQmlComponent>
@@ -63,12 +62,12 @@ private slots:
         m_sink.seen.clear();
         m_document.clear();
         m_helper.setDocument(&m_document);
-        UiClock::install(&m_clock);
     }
 
     void cleanup() {
         m_view.reset();
-        UiClock::install(nullptr);
+        m_board.reset();
+        m_model.reset();
         m_store.reset();
     }
 
@@ -246,7 +245,7 @@ private slots:
         TaskDrawerController drawer;
         drawer.setBoard(&board);
         drawer.setTask(task);
-        QSignalSpy posted(&NotificationHub::defaultCenter(), &NotificationHub::posted);
+        QSignalSpy posted(&m_hub, &NotificationHub::posted);
         drawer.applySchedule(QVariant::fromValue(local(2024, 6, 13)), QVariant());
         QCOMPARE(m_sink.seen.size(), 1);
         QCOMPARE(posted.size(), 1);
@@ -334,7 +333,11 @@ private:
         QQmlComponent component(
             m_view->engine(),
             QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/drawer/TaskDrawerOverlay.qml")));
-        auto* overlay = qobject_cast<QQuickItem*>(component.create());
+        m_model =
+            std::make_unique<BoardModel>(*m_store->context, *m_store->preferences, m_clock, m_hub);
+        m_board = std::make_unique<BoardController>(*m_model, m_clock, m_hub);
+        auto* overlay = qobject_cast<QQuickItem*>(component.createWithInitialProperties(
+            {{QStringLiteral("board"), QVariant::fromValue(m_board.get())}}));
         if (!overlay) {
             qWarning() << component.errorString();
             return nullptr;
@@ -355,6 +358,9 @@ private:
     SnapshotSink m_sink;
     QTextDocument m_document;
     RichTextDocument m_helper;
+    // The board that showOverlay() hands the card.
+    std::unique_ptr<BoardModel> m_model;
+    std::unique_ptr<BoardController> m_board;
     std::unique_ptr<QQuickView> m_view;
 };
 

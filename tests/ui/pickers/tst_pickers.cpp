@@ -4,7 +4,7 @@
 #include "pickers/CalendarGridModel.h"
 #include "pickers/SchedulePopoverController.h"
 #include "pickers/TimeListModel.h"
-#include "types/UiClock.h"
+#include "types/QmlClock.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -41,11 +41,9 @@ class TestPickers : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void cleanup() { UiClock::install(nullptr); }
 
     void init() {
         m_clock.setNow(local(2024, 6, 12, 10, 0));
-        UiClock::install(&m_clock);
     }
 
     void gridShape_data() {
@@ -73,7 +71,7 @@ private slots:
         QFETCH(QDate, firstCell);
         QFETCH(QDate, lastCell);
 
-        CalendarGridModel grid;
+        CalendarGridModel grid(&m_uiClock);
         QAbstractItemModelTester tester(&grid,
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         grid.setFirstDayOfWeek(firstDay);
@@ -97,7 +95,7 @@ private slots:
     }
 
     void gridFlags() {
-        CalendarGridModel grid;
+        CalendarGridModel grid(&m_uiClock);
         QAbstractItemModelTester tester(&grid,
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         grid.setFirstDayOfWeek(Qt::Sunday);
@@ -138,14 +136,14 @@ private slots:
     }
 
     void gridPaging() {
-        CalendarGridModel grid;
+        CalendarGridModel grid(&m_uiClock);
         grid.setMonthStart(local(2024, 1, 31, 22, 0));
         grid.page(-1);
         QCOMPARE(grid.monthStart(), local(2023, 12, 1));
         grid.page(13);
         QCOMPARE(grid.monthStart(), local(2025, 1, 1));
         // A grid without a month has no cells and does not page.
-        CalendarGridModel empty;
+        CalendarGridModel empty(&m_uiClock);
         empty.page(1);
         QCOMPARE(empty.rowCount(), 0);
     }
@@ -245,7 +243,7 @@ private slots:
         QFETCH(bool, passed);
         m_clock.setNow(now);
 
-        SchedulePopoverController popover;
+        SchedulePopoverController popover(&m_uiClock);
         popover.seed({}, {});
         QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
         popover.setReminderEnabled(true);
@@ -258,7 +256,7 @@ private slots:
 
     void popoverRules() {
         m_clock.setNow(local(2024, 6, 12, 14, 10));
-        SchedulePopoverController popover;
+        SchedulePopoverController popover(&m_uiClock);
         popover.seed({}, {});
         QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
         const auto last = [&] { return reported.last(); };
@@ -308,6 +306,7 @@ private slots:
 
 private:
     ManualClock m_clock;
+    QmlClock m_uiClock{m_clock};
 };
 
 QTEST_GUILESS_MAIN(TestPickers)

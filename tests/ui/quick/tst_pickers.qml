@@ -1,6 +1,7 @@
 import QtQuick
 import QtTest
 import TavikUi
+import TavikTest
 
 // View wiring of the schedule pickers: which controls show for which draft, and what a click
 // reports. The rules themselves are tested in C++ (tst_pickers, tst_taskdialogcontroller).
@@ -12,6 +13,7 @@ Item {
     Component {
         id: popoverComponent
         SchedulePopover {
+            clock: SystemClock
             x: 10
             y: 10
         }
@@ -19,6 +21,7 @@ Item {
     Component {
         id: gridComponent
         CalendarGridPicker {
+            clock: SystemClock
             x: 300
             y: 10
         }
