@@ -209,7 +209,8 @@ private slots:
         const QString allDone = QStringLiteral("全部完成");
         for (const char* bucket : {"later", "thisWeek", "today"})
             QCOMPARE(textsReading(screen.column(bucket), allDone).size(), 1);
-        screen.controller->createEnhanced(QStringLiteral("第一件事"), QString(), QString(), {}, {});
+        screen.controller->createEnhanced(
+            EnhancedDraft{QStringLiteral("第一件事"), {}, {}, {}, {}});
         QTRY_COMPARE(screen.rows("later").size(), 1);
         QVERIFY(textsReading(screen.column("later"), allDone).isEmpty());
     }
@@ -369,8 +370,8 @@ private slots:
     void frostAndScrolling() {
         Screen screen;
         for (int i = 0; i < 30; ++i)
-            screen.controller->createEnhanced(QStringLiteral("稍后 %1").arg(i), QString(),
-                                              QString(), {}, {});
+            screen.controller->createEnhanced(
+                EnhancedDraft{QStringLiteral("稍后 %1").arg(i), {}, {}, {}, {}});
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
         QQuickItem* later = screen.column("later");
         auto* list = later->property("listView").value<QQuickItem*>();

@@ -1,6 +1,7 @@
 // The task dialog in a real window, driven as a person drives it: keys, clicks and an input
 // method. Set TAVIK_SCREENSHOT_DIR to keep a picture of each state.
 #include "Clock.h"
+#include "EnhancedDraft.h"
 #include "IsoCalendar.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
@@ -214,8 +215,7 @@ void TestDialogView::commitText(QQuickItem* editor, const QString& text) {
 }
 
 void TestDialogView::createFlow() {
-    QSignalSpy created(m_panel,
-                       SIGNAL(createRequested(QString, QString, QString, QDateTime, QDateTime)));
+    QSignalSpy created(m_panel, SIGNAL(createRequested(EnhancedDraft)));
     // At rest: the round button, 18 from the right and 16 from the bottom.
     settle();
     QCOMPARE(QSizeF(m_panel->width(), m_panel->height()), QSizeF(44, 44));
@@ -305,12 +305,12 @@ void TestDialogView::createFlow() {
     QCOMPARE(created.count(), 0);
     QTest::keyClick(m_window.get(), Qt::Key_Return, Qt::ControlModifier);
     QCOMPARE(created.count(), 1);
-    const QList<QVariant> args = created.first();
-    QCOMPARE(args.at(0).toString(), QStringLiteral("写周报"));
-    QCOMPARE(args.at(1).toString(), QStringLiteral("第一行")); // trimmed
-    QCOMPARE(args.at(2).toString(), m_reading->id().toString(QUuid::WithoutBraces));
-    QCOMPARE(args.at(3).toDateTime(), local(2024, 6, 20));
-    QCOMPARE(args.at(4).toDateTime(), local(2024, 6, 20, 14, 30));
+    const auto draft = created.first().at(0).value<EnhancedDraft>();
+    QCOMPARE(draft.title, QStringLiteral("写周报"));
+    QCOMPARE(draft.note, QStringLiteral("第一行")); // trimmed
+    QCOMPARE(draft.listUuid(), m_reading->id());
+    QCOMPARE(draft.dueDate, local(2024, 6, 20));
+    QCOMPARE(draft.reminderAt, local(2024, 6, 20, 14, 30));
     QVERIFY(!dialog()->property("open").toBool());
 }
 
@@ -321,8 +321,7 @@ void TestDialogView::editFlow() {
     task.setReminderAt(local(2024, 6, 15, 9, 30));
     task.setCategory(m_home.get());
 
-    QSignalSpy saved(
-        m_panel, SIGNAL(saveRequested(QVariant, QString, QString, QString, QDateTime, QDateTime)));
+    QSignalSpy saved(m_panel, SIGNAL(saveRequested(TaskItem*, EnhancedDraft)));
     QSignalSpy deleted(m_panel, SIGNAL(deleteRequested(QVariant)));
     m_board->setProperty("editingTask", QVariant::fromValue<QObject*>(&task));
     QVERIFY(dialog()->property("open").toBool());
@@ -348,8 +347,8 @@ void TestDialogView::editFlow() {
 
     QTest::keyClick(m_window.get(), Qt::Key_Return, Qt::ControlModifier);
     QCOMPARE(saved.count(), 1);
-    QCOMPARE(saved.first().at(0).value<QObject*>(), &task);
-    QCOMPARE(saved.first().at(5).toDateTime(), local(2024, 6, 15, 9, 30));
+    QCOMPARE(saved.first().at(0).value<TaskItem*>(), &task);
+    QCOMPARE(saved.first().at(1).value<EnhancedDraft>().reminderAt, local(2024, 6, 15, 9, 30));
     // The board let go of the task when the card closed.
     QCOMPARE(m_board->property("editingTask").value<QObject*>(), nullptr);
 

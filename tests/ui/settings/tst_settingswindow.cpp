@@ -8,6 +8,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QScreen>
+#include <QSet>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -34,13 +35,19 @@ QQuickItem* find(const SettingsWindowController& controller, const char* objectN
     return findItem(controller.window()->contentItem(), QString::fromLatin1(objectName));
 }
 
+// The view the window built for a tab, or null.
+QQuickItem* tabView(const SettingsWindowController& controller, const QString& id) {
+    QQuickItem* loader = findItem(controller.window()->contentItem(), "settingsTab." + id);
+    return loader ? loader->property("item").value<QQuickItem*>() : nullptr;
+}
+
 QPoint screenCentre() {
     return QGuiApplication::primaryScreen()->availableGeometry().center();
 }
 
 // The About tab's height follows its content: the lowest item ends 24 above the bottom.
 int aboutContentBottom(const SettingsWindowController& controller) {
-    QQuickItem* view = controller.tabView(QStringLiteral("about"));
+    QQuickItem* view = tabView(controller, QStringLiteral("about"));
     QQuickItem* follow = findItem(view, QStringLiteral("followButton"));
     QQuickItem* header = findItem(view, QStringLiteral("aboutHeader"));
     const qreal followBottom = follow->mapToItem(view, QPointF(0, follow->height())).y();
@@ -61,23 +68,31 @@ private slots:
     }
     void cleanup() { m_engine.reset(); }
 
-    void constructionBuildsBothTabsOnce() {
+    void constructionBuildsEveryTabOnce() {
         SettingsWindowController controller(m_engine.get());
         QQuickWindow* window = controller.window();
         QVERIFY(window);
         QCOMPARE(window->title(), QStringLiteral("Tavik 设置"));
         QVERIFY(!window->isVisible());
-        QVERIFY(controller.tabView(QStringLiteral("general")));
-        QVERIFY(controller.tabView(QStringLiteral("about")));
-        QVERIFY(controller.tabView(QStringLiteral("general")) !=
-                controller.tabView(QStringLiteral("about")));
+        // The list drives the window: a button and a view for each tab, reporting its size.
+        QCOMPARE(SettingsWindowController::tabs().size(), 2);
+        QSet<QQuickItem*> views;
+        for (const SettingsTab& t : SettingsWindowController::tabs()) {
+            QQuickItem* button = find(controller, qPrintable("toolbarItem." + t.id));
+            QVERIFY2(button, qPrintable(t.id));
+            QCOMPARE(button->property("label").toString(), t.title);
+            QVERIFY2(tabView(controller, t.id), qPrintable(t.id));
+            views.insert(tabView(controller, t.id));
+            QCOMPARE(controller.contentSize(t.id).width(), SettingsWindowController::tabWidthValue);
+        }
+        QCOMPARE(views.size(), SettingsWindowController::tabs().size());
         // Titled and closable only.
         QVERIFY(window->flags().testFlag(Qt::WindowCloseButtonHint));
         QVERIFY(!window->flags().testFlag(Qt::WindowMinimizeButtonHint));
         QVERIFY(!window->flags().testFlag(Qt::WindowMaximizeButtonHint));
         // Without a sync monitor the General form is empty.
         QQuickItem* form =
-            findItem(controller.tabView(QStringLiteral("general")), QStringLiteral("generalForm"));
+            findItem(tabView(controller, QStringLiteral("general")), QStringLiteral("generalForm"));
         QVERIFY(form);
         QVERIFY(form->childItems().isEmpty());
     }
@@ -119,7 +134,7 @@ private slots:
             heights.clear();
             controller.select(id);
             QCOMPARE(controller.currentTab(), id);
-            QCOMPARE(window->title(), SettingsWindowController::tab(id).windowTitle);
+            QCOMPARE(window->title(), SettingsWindowController::tab(id).windowTitle());
 
             const bool changes = window->height() != before || controller.isResizing();
             QCOMPARE(controller.isResizing(), shown && changes);
@@ -136,12 +151,9 @@ private slots:
             QCOMPARE(window->maximumSize(), window->size());
             if (shown && changes)
                 QVERIFY2(heights.size() > 1, "the resize of a shown window is animated");
-            // Exactly one tab view sits in the window.
-            QCOMPARE(controller.tabView(id)->window(), window);
-            for (const auto& t : SettingsWindowController::tabs()) {
-                if (t.id != id)
-                    QVERIFY(!controller.tabView(t.id)->parentItem());
-            }
+            // Exactly one tab view shows.
+            for (const auto& t : SettingsWindowController::tabs())
+                QCOMPARE(tabView(controller, t.id)->isVisible(), t.id == id);
         }
         for (const QPoint& p : std::as_const(corners))
             QCOMPARE(p, corner);
@@ -174,7 +186,29 @@ private slots:
         QCOMPARE(controller.window()->title(), QStringLiteral("Tavik 关于"));
         QCOMPARE(controller.window()->geometry(), geometry);
         QCOMPARE(tabSpy.count(), 0);
-        QVERIFY(controller.tabView(QStringLiteral("about"))->parentItem());
+        QVERIFY(tabView(controller, QStringLiteral("about"))->isVisible());
+    }
+
+    // The window follows the selected view's reported size, not another view's.
+    void theHeightFollowsTheSelectedContent() {
+        SettingsWindowController controller(m_engine.get());
+        QQuickWindow* window = controller.window();
+        const QPoint corner(40, 30);
+        window->setPosition(corner);
+        controller.select(QStringLiteral("about"));
+        const int height = window->height();
+
+        tabView(controller, QStringLiteral("general"))->setImplicitHeight(400);
+        QCOMPARE(window->height(), height);
+
+        QQuickItem* about = tabView(controller, QStringLiteral("about"));
+        about->setImplicitHeight(about->implicitHeight() + 40);
+        QCOMPARE(window->height(), height + 40);
+        QCOMPARE(window->position(), corner);
+        QCOMPARE(window->minimumSize(), window->size());
+
+        controller.select(QStringLiteral("general"));
+        QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue + 400);
     }
 
     void pressingAToolbarItemSelectsIt() {
@@ -246,7 +280,7 @@ private slots:
     void aboutShowsTheVersionLine() {
         SettingsWindowController controller(m_engine.get());
         controller.setVersionLine(QStringLiteral("版本 —（—）"));
-        QQuickItem* about = controller.tabView(QStringLiteral("about"));
+        QQuickItem* about = tabView(controller, QStringLiteral("about"));
         auto* version = findItem(about, QStringLiteral("aboutVersion"));
         QVERIFY(version);
         // A line set after the tab was built reaches it.
@@ -271,7 +305,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(window));
         QTRY_VERIFY(!controller.isResizing());
 
-        QQuickItem* about = controller.tabView(QStringLiteral("about"));
+        QQuickItem* about = tabView(controller, QStringLiteral("about"));
         auto* check = findItem(about, QStringLiteral("checkForUpdatesButton"));
         QCOMPARE(check->property("text").toString(), QStringLiteral("检查更新"));
         click(window, check);
