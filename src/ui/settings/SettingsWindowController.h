@@ -4,7 +4,6 @@
 
 #include <QHash>
 #include <QObject>
-#include <QPointer>
 #include <QQmlEngine>
 #include <QRect>
 #include <QSize>
