@@ -36,8 +36,6 @@ Q_LOGGING_CATEGORY(lcApp, "dev.orlen.tavik.app")
 
 namespace {
 const QString kFrameGroup = QStringLiteral("TavikBoard");
-constexpr int kWindowWidth = 1158;
-constexpr int kWindowHeight = 720;
 } // namespace
 
 AppDelegate::AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent)
@@ -252,8 +250,8 @@ void AppDelegate::buildWindow() {
     if (!m_window)
         return;
     m_window->setTitle(QStringLiteral("Tavik"));
-    m_window->resize(kWindowWidth, kWindowHeight);
-    m_window->setMinimumSize(QSize(760, 460));
+    m_window->resize(BoardController::defaultWindowSizeValue);
+    m_window->setMinimumSize(BoardController::minimumWindowSizeValue);
     restoreFrame();
     if (!m_options.debugFrame) {
         connect(m_window, &QWindow::xChanged, &m_frameSaver, qOverload<>(&QTimer::start));
@@ -274,7 +272,8 @@ void AppDelegate::restoreFrame() {
     settings.beginGroup(kFrameGroup);
     const QRect saved = settings.value(QStringLiteral("frame")).toRect();
     settings.endGroup();
-    if (saved.isValid() && saved.width() >= 760 && saved.height() >= 460) {
+    const QSize least = BoardController::minimumWindowSizeValue;
+    if (saved.isValid() && saved.width() >= least.width() && saved.height() >= least.height()) {
         m_window->setGeometry(saved);
         return;
     }

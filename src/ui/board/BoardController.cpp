@@ -25,14 +25,6 @@ std::optional<QUuid> parseId(const QString& text) {
     return id;
 }
 
-// A JS Date arrives as a QDateTime; undefined, null or an invalid date mean none.
-QDateTime toMoment(const QVariant& value) {
-    if (value.metaType() != QMetaType::fromType<QDateTime>())
-        return {};
-    const QDateTime moment = value.toDateTime();
-    return moment.isValid() ? moment.toUTC() : QDateTime();
-}
-
 int columnPosition(Bucket bucket) {
     const auto& columns = BucketInfo::columns;
     return int(std::find(columns.cbegin(), columns.cend(), bucket) - columns.cbegin());
@@ -126,6 +118,13 @@ TaskListModel* BoardController::columnModel(Bucket bucket) const {
         return m_done;
     }
     return nullptr;
+}
+
+QVariantList BoardController::columnModels() const {
+    QVariantList models;
+    for (Bucket bucket : BucketInfo::columns)
+        models.append(QVariant::fromValue(columnModel(bucket)));
+    return models;
 }
 
 // ---- Properties ------------------------------------------------------------------------------
@@ -223,18 +222,12 @@ void BoardController::setEditingTask(TaskItem* task) {
 
 // ---- Actions ---------------------------------------------------------------------------------
 
-void BoardController::createEnhanced(const QString& title, const QString& note,
-                                     const QString& listId, const QVariant& dueDate,
-                                     const QVariant& reminderAt) {
-    m_model.createEnhanced(
-        EnhancedDraft{title, note, parseId(listId), toMoment(dueDate), toMoment(reminderAt)});
+void BoardController::createEnhanced(const EnhancedDraft& draft) {
+    m_model.createEnhanced(draft);
 }
 
-void BoardController::saveEdit(TaskItem* task, const QString& title, const QString& note,
-                               const QString& listId, const QVariant& dueDate,
-                               const QVariant& reminderAt) {
-    m_model.saveEdit(
-        task, EnhancedDraft{title, note, parseId(listId), toMoment(dueDate), toMoment(reminderAt)});
+void BoardController::saveEdit(TaskItem* task, const EnhancedDraft& draft) {
+    m_model.saveEdit(task, draft);
 }
 
 void BoardController::toggle(TaskItem* task) {

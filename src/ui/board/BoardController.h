@@ -12,9 +12,11 @@
 #include <QPointer>
 #include <QQmlEngine>
 #include <QSet>
+#include <QSize>
 #include <QStringList>
 #include <QTimer>
 #include <QUuid>
+#include <QVariantList>
 #include <optional>
 #include <utility>
 
@@ -45,8 +47,13 @@ class BoardController : public QObject {
     Q_PROPERTY(TaskListModel* thisWeekModel READ thisWeekModel CONSTANT)
     Q_PROPERTY(TaskListModel* todayModel READ todayModel CONSTANT)
     Q_PROPERTY(TaskListModel* doneModel READ doneModel CONSTANT)
+    // The three columns' models, left to right (BucketInfo::columns).
+    Q_PROPERTY(QVariantList columnModels READ columnModels CONSTANT)
     Q_PROPERTY(CategoryListModel* categoriesModel READ categoriesModel CONSTANT)
     Q_PROPERTY(BoardDragController* drag READ drag CONSTANT)
+    // The board window's size when no frame was saved, and the least it can be made.
+    Q_PROPERTY(QSize defaultWindowSize READ defaultWindowSize CONSTANT)
+    Q_PROPERTY(QSize minimumWindowSize READ minimumWindowSize CONSTANT)
     Q_PROPERTY(BoardDragState* dragState READ dragState CONSTANT)
     Q_PROPERTY(QString selectedCategoryId READ selectedCategoryId WRITE selectCategory NOTIFY
                    selectedCategoryIdChanged)
@@ -73,6 +80,8 @@ class BoardController : public QObject {
 public:
     // Delay before "--debug-open-editor" opens the first task.
     static constexpr int debugOpenEditorDelayMs = 600;
+    static constexpr QSize defaultWindowSizeValue{1158, 720};
+    static constexpr QSize minimumWindowSizeValue{760, 460};
 
     using DebugOptions = BoardDebugOptions;
 
@@ -92,6 +101,9 @@ public:
     [[nodiscard]] TaskListModel* todayModel() const { return m_today; }
     [[nodiscard]] TaskListModel* doneModel() const { return m_done; }
     [[nodiscard]] TaskListModel* columnModel(Bucket bucket) const;
+    [[nodiscard]] QVariantList columnModels() const;
+    [[nodiscard]] QSize defaultWindowSize() const { return defaultWindowSizeValue; }
+    [[nodiscard]] QSize minimumWindowSize() const { return minimumWindowSizeValue; }
     [[nodiscard]] CategoryListModel* categoriesModel() const { return m_categories; }
     [[nodiscard]] BoardDragController* drag() const { return m_drag; }
     [[nodiscard]] BoardDragState* dragState() const { return m_drag->state(); }
@@ -117,14 +129,9 @@ public:
     [[nodiscard]] QString highlightedTaskId() const;
 
     // ---- Actions, as the views call them ----
-    // Dates are JS Dates (QDateTime); anything else, or an invalid date, is none. A list id of
-    // "" is none.
-    Q_INVOKABLE void createEnhanced(const QString& title, const QString& note,
-                                    const QString& listId, const QVariant& dueDate,
-                                    const QVariant& reminderAt);
-    Q_INVOKABLE void saveEdit(TaskItem* task, const QString& title, const QString& note,
-                              const QString& listId, const QVariant& dueDate,
-                              const QVariant& reminderAt);
+    // A draft from the task dialog, or from anything else that drafts tasks.
+    Q_INVOKABLE void createEnhanced(const EnhancedDraft& draft);
+    Q_INVOKABLE void saveEdit(TaskItem* task, const EnhancedDraft& draft);
     Q_INVOKABLE void toggle(TaskItem* task);
     Q_INVOKABLE void deleteTask(TaskItem* task);
     Q_INVOKABLE void assignTaskCategory(TaskItem* task, const QString& categoryId);

@@ -18,12 +18,8 @@ FocusScope {
     readonly property alias doneButton: doneButton
     readonly property alias donePopup: donePopup
 
-    // Must be the same order as BucketInfo::columns: left and right for the keyboard.
-    readonly property var columns: [
-        { bucket: "later", title: "稍后", model: controller.laterModel },
-        { bucket: "thisWeek", title: "本周", model: controller.thisWeekModel },
-        { bucket: "today", title: "今天", model: controller.todayModel }
-    ]
+    // The columns' models, left to right as the keyboard moves.
+    readonly property var columns: controller.columnModels
 
     Component.onCompleted: {
         if (Window.window && Window.window.visible)
@@ -183,7 +179,7 @@ FocusScope {
                 Item {
                     id: slot
 
-                    required property var modelData
+                    required property TaskListModel modelData
                     required property int index
                     readonly property alias columnView: columnView
 
@@ -227,7 +223,7 @@ FocusScope {
                         height: parent.height
                         bucket: slot.modelData.bucket
                         title: slot.modelData.title
-                        tasks: slot.modelData.model
+                        tasks: slot.modelData
                         categories: boardView.controller.categoriesModel
                         editingTaskId: boardView.controller.editingTaskId
                         focusedTaskId: boardView.controller.highlightedTaskId
@@ -274,10 +270,8 @@ FocusScope {
         defaultListId: boardView.controller.selectedCategoryId
         editingTask: boardView.controller.editingTask
         board: boardView.controller
-        onCreateRequested: (title, note, listId, dueDate, reminderAt) => boardView.controller
-                           .createEnhanced(title, note, listId, dueDate, reminderAt)
-        onSaveRequested: (task, title, note, listId, dueDate, reminderAt) => boardView.controller
-                         .saveEdit(task, title, note, listId, dueDate, reminderAt)
+        onCreateRequested: draft => boardView.controller.createEnhanced(draft)
+        onSaveRequested: (task, draft) => boardView.controller.saveEdit(task, draft)
         onDeleteRequested: task => boardView.controller.deleteTask(task)
         onEndEditingRequested: boardView.controller.endEditing()
     }

@@ -11,11 +11,10 @@ Window {
     // The application delegate: settings, hiding, quitting.
     required property QtObject app
 
-    title: "Tavik"
-    width: 1158
-    height: 720
-    minimumWidth: 760
-    minimumHeight: 460
+    width: board.defaultWindowSize.width
+    height: board.defaultWindowSize.height
+    minimumWidth: board.minimumWindowSize.width
+    minimumHeight: board.minimumWindowSize.height
     color: Radix.appBackground
 
     // Linux has no global menu bar: the menu's actions are window shortcuts with Ctrl.

@@ -23,7 +23,7 @@ Column {
             id: headerTitle
             x: 16
             anchors.verticalCenter: parent.verticalCenter
-            text: "已完成"
+            text: done.tasks.title
             font.pixelSize: 14
             font.weight: Font.DemiBold
             color: Radix.primaryText

@@ -2,52 +2,42 @@
 
 #include "TaskCategory.h"
 #include "TaskItem.h"
-#include "board/ListDiff.h"
 
 #include <utility>
 
 TaskListModel::TaskListModel(Bucket bucket, QObject* parent)
-    : QAbstractListModel(parent)
-    , m_bucket(bucket) {}
-
-void TaskListModel::setTasks(const QList<TaskItem*>& tasks) {
-    if (tasks == m_rows)
-        return;
-    const int before = count();
-    const QList<ListDiff::Step> steps = ListDiff::steps(m_rows, tasks);
-    m_rowOfValid = false;
-    if (steps.size() > maxAnimatedSteps) {
-        beginResetModel();
-        m_rows = tasks;
-        endResetModel();
-    } else {
-        for (const ListDiff::Step& step : steps) {
-            switch (step.kind) {
-            case ListDiff::StepKind::remove:
-                beginRemoveRows({}, step.first, step.first + step.count - 1);
-                ListDiff::apply(m_rows, step, tasks);
-                endRemoveRows();
-                break;
-            case ListDiff::StepKind::insert:
-                beginInsertRows({}, step.first, step.first + step.count - 1);
-                ListDiff::apply(m_rows, step, tasks);
-                endInsertRows();
-                break;
-            case ListDiff::StepKind::move:
-                // Qt names the destination in the rows as they are before the move.
-                beginMoveRows({}, step.first, step.first, {},
-                              step.to > step.first ? step.to + 1 : step.to);
-                ListDiff::apply(m_rows, step, tasks);
-                endMoveRows();
-                break;
-            }
-        }
-    }
-    if (count() != before) {
-        emit countChanged();
+    : RecordListModel(
+          {
+              {TaskRole, "task"},
+              {TaskIdRole, "taskId"},
+              {TitleRole, "title"},
+              {NoteRole, "note"},
+              {HasNoteRole, "hasNote"},
+              {CompletedRole, "completed"},
+              {DueDateRole, "dueDate"},
+              {ReminderAtRole, "reminderAt"},
+              {ScheduledExplicitlyRole, "scheduledExplicitly"},
+              {CategoryIdRole, "categoryId"},
+              {CategoryNameRole, "categoryName"},
+              {CategoryColorHexRole, "categoryColorHex"},
+              {SortIndexRole, "sortIndex"},
+              {BucketRole, "bucket"},
+              {CompletingRole, "completing"},
+              {IsGhostRole, "isGhost"},
+              {IsDraggingRole, "isDragging"},
+          },
+          parent)
+    , m_bucket(bucket) {
+    // Outside a drag the column's count is its rows'.
+    connect(this, &RecordListModel::countChanged, this, [this] {
         if (m_taskCount < 0)
             emit taskCountChanged();
-    }
+    });
+}
+
+void TaskListModel::setTasks(const QList<TaskItem*>& tasks) {
+    m_rowOfValid = false;
+    diffRows(m_rows, tasks);
 }
 
 void TaskListModel::setTaskCount(int count) {
@@ -73,15 +63,10 @@ void TaskListModel::removeTask(TaskItem* task) {
     const int row = rowOf(task);
     if (row < 0)
         return;
-    beginRemoveRows({}, row, row);
-    m_rows.removeAt(row);
     m_rowOfValid = false;
     if (m_ghost == task)
         m_ghost = nullptr;
-    endRemoveRows();
-    emit countChanged();
-    if (m_taskCount < 0)
-        emit taskCountChanged();
+    takeRow(m_rows, row);
 }
 
 void TaskListModel::refreshTasks(const QSet<TaskItem*>& tasks) {
@@ -118,19 +103,8 @@ TaskItem* TaskListModel::taskAt(int row) const {
     return row >= 0 && row < count() ? m_rows[row] : nullptr;
 }
 
-int TaskListModel::indexOfId(const QString& taskId) const {
-    const QUuid id = QUuid::fromString(taskId);
-    if (id.isNull())
-        return -1;
-    for (int row = 0; row < count(); ++row) {
-        if (m_rows[row]->id() == id)
-            return row;
-    }
-    return -1;
-}
-
-int TaskListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
+QUuid TaskListModel::idAt(int row) const {
+    return m_rows[row]->id();
 }
 
 QVariant TaskListModel::data(const QModelIndex& index, int role) const {
@@ -176,28 +150,6 @@ QVariant TaskListModel::data(const QModelIndex& index, int role) const {
         return task == m_ghost && m_ghostDragging;
     }
     return {};
-}
-
-QHash<int, QByteArray> TaskListModel::roleNames() const {
-    return {
-        {TaskRole, "task"},
-        {TaskIdRole, "taskId"},
-        {TitleRole, "title"},
-        {NoteRole, "note"},
-        {HasNoteRole, "hasNote"},
-        {CompletedRole, "completed"},
-        {DueDateRole, "dueDate"},
-        {ReminderAtRole, "reminderAt"},
-        {ScheduledExplicitlyRole, "scheduledExplicitly"},
-        {CategoryIdRole, "categoryId"},
-        {CategoryNameRole, "categoryName"},
-        {CategoryColorHexRole, "categoryColorHex"},
-        {SortIndexRole, "sortIndex"},
-        {BucketRole, "bucket"},
-        {CompletingRole, "completing"},
-        {IsGhostRole, "isGhost"},
-        {IsDraggingRole, "isDragging"},
-    };
 }
 
 int TaskListModel::rowOf(const TaskItem* task) const {

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Bucket.h"
+#include "board/RecordListModel.h"
 #include "types/RecordTypes.h"
 
-#include <QAbstractListModel>
 #include <QHash>
 #include <QList>
 #include <QQmlEngine>
@@ -12,18 +12,18 @@
 
 class TaskItem;
 
-// One column's tasks (or the done list) for the views. The board hands it each new list and
-// the model announces the difference row by row, so a view animates what moved and keeps the
-// rest of its delegates. Field changes of a task come as dataChanged on its row.
-class TaskListModel : public QAbstractListModel {
+// One column's tasks (or the done list) for the views. The board hands it each new list;
+// field changes of a task come as dataChanged on its row.
+class TaskListModel : public RecordListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The board controller owns the task lists.")
-    Q_PROPERTY(int count READ count NOTIFY countChanged)
     // The column's tasks. While a drag is on this counts the dragged task, which the rows
     // leave out wherever it stood.
     Q_PROPERTY(int taskCount READ taskCount NOTIFY taskCountChanged)
     Q_PROPERTY(QString bucket READ bucketName CONSTANT)
+    // The column's heading, or the done list's.
+    Q_PROPERTY(QString title READ title CONSTANT)
 public:
     enum Role {
         TaskRole = Qt::UserRole + 1,
@@ -48,15 +48,12 @@ public:
     };
     Q_ENUM(Role)
 
-    // A diff with more steps than this is announced as a reset: cheaper for the view than
-    // thousands of single moves, and nothing of that size is worth animating.
-    static constexpr int maxAnimatedSteps = 400;
-
     explicit TaskListModel(Bucket bucket, QObject* parent = nullptr);
 
     [[nodiscard]] Bucket bucket() const { return m_bucket; }
     [[nodiscard]] QString bucketName() const { return BucketInfo::rawValue(m_bucket); }
-    [[nodiscard]] int count() const { return int(m_rows.size()); }
+    [[nodiscard]] QString title() const { return BucketInfo::title(m_bucket); }
+    [[nodiscard]] int count() const override { return int(m_rows.size()); }
     [[nodiscard]] const QList<TaskItem*>& tasks() const { return m_rows; }
 
     // Brings the rows to `tasks` (distinct records, in display order).
@@ -76,15 +73,14 @@ public:
     void setCompletingIds(const QSet<QUuid>& ids);
 
     Q_INVOKABLE [[nodiscard]] TaskItem* taskAt(int row) const;
-    Q_INVOKABLE [[nodiscard]] int indexOfId(const QString& taskId) const;
 
-    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
-    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
 signals:
-    void countChanged();
     void taskCountChanged();
+
+protected:
+    [[nodiscard]] QUuid idAt(int row) const override;
 
 private:
     [[nodiscard]] int rowOf(const TaskItem* task) const;

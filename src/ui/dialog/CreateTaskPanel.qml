@@ -8,7 +8,8 @@ import TavikUi
 // the reminder and the list, and a row of buttons. The card works on a private draft
 // (TaskDialogController) and writes no record: it hands the draft to the board.
 //
-// Signals carry trimmed texts, "" for no list and invalid Dates for no day or no reminder.
+// Submitting hands over one enhancedDraft: trimmed texts, a null list id for no list and
+// invalid Dates for no day or no reminder.
 Item {
     id: panel
 
@@ -27,9 +28,8 @@ Item {
     readonly property alias dialog: dialog
     readonly property bool open: dialog.open
 
-    signal createRequested(string title, string note, string listId, date dueDate, date reminderAt)
-    signal saveRequested(var task, string title, string note, string listId, date dueDate,
-                         date reminderAt)
+    signal createRequested(enhancedDraft draft)
+    signal saveRequested(TaskItem task, enhancedDraft draft)
     signal deleteRequested(var task)
     signal endEditingRequested
 
@@ -59,10 +59,8 @@ Item {
         defaultListId: panel.defaultListId
         editingTask: panel.editingTask
 
-        onCreateRequested: (title, note, listId, dueDate, reminderAt) => panel.createRequested(
-                               title, note, listId, dueDate, reminderAt)
-        onSaveRequested: (task, title, note, listId, dueDate, reminderAt) => panel.saveRequested(
-                             task, title, note, listId, dueDate, reminderAt)
+        onCreateRequested: draft => panel.createRequested(draft)
+        onSaveRequested: (task, draft) => panel.saveRequested(task, draft)
         onDeleteRequested: task => panel.deleteRequested(task)
         onEndEditingRequested: panel.endEditingRequested()
     }
@@ -493,7 +491,7 @@ Item {
 
                                     DialogListRow {
                                         width: listRows.width - 12
-                                        listName: "无"
+                                        listName: dialog.listName("")
                                         swatchColor: Radix.sand9
                                         chosen: dialog.chosenListId === ""
                                         onClicked: dialog.chooseList("")

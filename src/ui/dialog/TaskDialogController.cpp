@@ -319,20 +319,28 @@ void TaskDialogController::closePanel() {
     closeWith(isEditing());
 }
 
-void TaskDialogController::submit() {
-    if (!canCreate())
-        return;
+EnhancedDraft TaskDialogController::draft() const {
     // A reminder wins over the day control, so the stored day always agrees with it.
     const QDateTime reminder = resolvedReminder();
     const QDateTime dueDate = reminder.isValid() ? IsoCalendar().startOfDay(reminder) : m_day;
-    const QString title = m_title.trimmed();
-    const QString note = m_note.trimmed();
+    const QUuid listId = QUuid::fromString(m_chosenListId);
+    const auto utc = [](const QDateTime& moment) {
+        return moment.isValid() ? moment.toUTC() : QDateTime();
+    };
+    return EnhancedDraft{m_title.trimmed(), m_note.trimmed(),
+                         listId.isNull() ? std::nullopt : std::optional<QUuid>(listId),
+                         utc(dueDate), utc(reminder)};
+}
+
+void TaskDialogController::submit() {
+    if (!canCreate())
+        return;
     // Decided before the board handles the request, which may replace or drop the task.
     const bool editing = isEditing();
     if (editing)
-        emit saveRequested(m_task, title, note, m_chosenListId, dueDate, reminder);
+        emit saveRequested(m_task, draft());
     else
-        emit createRequested(title, note, m_chosenListId, dueDate, reminder);
+        emit createRequested(draft());
     closeWith(editing);
 }
 

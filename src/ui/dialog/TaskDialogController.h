@@ -1,5 +1,7 @@
 #pragma once
 
+#include "types/RecordTypes.h"
+
 #include <QAbstractItemModel>
 #include <QDateTime>
 #include <QObject>
@@ -117,6 +119,8 @@ public:
     [[nodiscard]] QDateTime gridMonth() const;
     [[nodiscard]] QString chosenListName() const { return listName(m_chosenListId); }
     [[nodiscard]] QString chosenListColorHex() const { return listColorHex(m_chosenListId); }
+    // What submit() hands over now: the title and note trimmed, the day following the reminder.
+    [[nodiscard]] EnhancedDraft draft() const;
 
     // A list's name, "无" for no list or an id that no list has.
     Q_INVOKABLE [[nodiscard]] QString listName(const QString& listId) const;
@@ -163,12 +167,9 @@ signals:
     void listPickerOpenChanged();
     void derivedChanged();
 
-    // Trimmed title and note; invalid dates for none; "" for no list.
-    void createRequested(const QString& title, const QString& note, const QString& listId,
-                         const QDateTime& dueDate, const QDateTime& reminderAt);
-    void saveRequested(QObject* task, const QString& title, const QString& note,
-                       const QString& listId, const QDateTime& dueDate,
-                       const QDateTime& reminderAt);
+    // The draft with a trimmed title and note.
+    void createRequested(const EnhancedDraft& draft);
+    void saveRequested(TaskItem* task, const EnhancedDraft& draft);
     void deleteRequested(QObject* task);
     // The card closed while a task was open in it: the board lets go of the task.
     void endEditingRequested();

@@ -1,47 +1,21 @@
 #include "lists/CategoryListModel.h"
 
 #include "TaskCategory.h"
-#include "board/ListDiff.h"
 
 CategoryListModel::CategoryListModel(QObject* parent)
-    : QAbstractListModel(parent) {}
+    : RecordListModel({{CategoryRole, "category"},
+                       {CategoryIdRole, "categoryId"},
+                       {NameRole, "name"},
+                       {ColorHexRole, "colorHex"},
+                       {SortIndexRole, "sortIndex"}},
+                      parent) {}
 
 void CategoryListModel::setCategories(const QList<TaskCategory*>& categories) {
-    if (categories == m_rows)
-        return;
-    const int before = count();
-    for (const ListDiff::Step& step : ListDiff::steps(m_rows, categories)) {
-        switch (step.kind) {
-        case ListDiff::StepKind::remove:
-            beginRemoveRows({}, step.first, step.first + step.count - 1);
-            ListDiff::apply(m_rows, step, categories);
-            endRemoveRows();
-            break;
-        case ListDiff::StepKind::insert:
-            beginInsertRows({}, step.first, step.first + step.count - 1);
-            ListDiff::apply(m_rows, step, categories);
-            endInsertRows();
-            break;
-        case ListDiff::StepKind::move:
-            beginMoveRows({}, step.first, step.first, {},
-                          step.to > step.first ? step.to + 1 : step.to);
-            ListDiff::apply(m_rows, step, categories);
-            endMoveRows();
-            break;
-        }
-    }
-    if (count() != before)
-        emit countChanged();
+    diffRows(m_rows, categories);
 }
 
 void CategoryListModel::removeCategory(TaskCategory* category) {
-    const int row = int(m_rows.indexOf(category));
-    if (row < 0)
-        return;
-    beginRemoveRows({}, row, row);
-    m_rows.removeAt(row);
-    endRemoveRows();
-    emit countChanged();
+    takeRow(m_rows, int(m_rows.indexOf(category)));
 }
 
 void CategoryListModel::refreshCategory(TaskCategory* category) {
@@ -54,19 +28,8 @@ TaskCategory* CategoryListModel::categoryAt(int row) const {
     return row >= 0 && row < count() ? m_rows[row] : nullptr;
 }
 
-int CategoryListModel::indexOfId(const QString& categoryId) const {
-    const QUuid id = QUuid::fromString(categoryId);
-    if (id.isNull())
-        return -1;
-    for (int row = 0; row < count(); ++row) {
-        if (m_rows[row]->id() == id)
-            return row;
-    }
-    return -1;
-}
-
-int CategoryListModel::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : count();
+QUuid CategoryListModel::idAt(int row) const {
+    return m_rows[row]->id();
 }
 
 QVariant CategoryListModel::data(const QModelIndex& index, int role) const {
@@ -87,11 +50,4 @@ QVariant CategoryListModel::data(const QModelIndex& index, int role) const {
         return category->sortIndex();
     }
     return {};
-}
-
-QHash<int, QByteArray> CategoryListModel::roleNames() const {
-    return {
-        {CategoryRole, "category"}, {CategoryIdRole, "categoryId"}, {NameRole, "name"},
-        {ColorHexRole, "colorHex"}, {SortIndexRole, "sortIndex"},
-    };
 }

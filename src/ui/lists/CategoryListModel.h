@@ -1,20 +1,18 @@
 #pragma once
 
+#include "board/RecordListModel.h"
 #include "types/RecordTypes.h"
 
-#include <QAbstractListModel>
 #include <QList>
 #include <QQmlEngine>
 
 class TaskCategory;
 
-// The lists in strip order, for the strip, the row menus and the dialog. Like the task lists
-// it announces what changed row by row.
-class CategoryListModel : public QAbstractListModel {
+// The lists in strip order, for the strip, the row menus and the dialog.
+class CategoryListModel : public RecordListModel {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The board controller owns the list of lists.")
-    Q_PROPERTY(int count READ count NOTIFY countChanged)
 public:
     enum Role {
         CategoryRole = Qt::UserRole + 1,
@@ -27,7 +25,7 @@ public:
 
     explicit CategoryListModel(QObject* parent = nullptr);
 
-    [[nodiscard]] int count() const { return int(m_rows.size()); }
+    [[nodiscard]] int count() const override { return int(m_rows.size()); }
     [[nodiscard]] const QList<TaskCategory*>& categories() const { return m_rows; }
 
     void setCategories(const QList<TaskCategory*>& categories);
@@ -35,14 +33,11 @@ public:
     void refreshCategory(TaskCategory* category);
 
     Q_INVOKABLE [[nodiscard]] TaskCategory* categoryAt(int row) const;
-    Q_INVOKABLE [[nodiscard]] int indexOfId(const QString& categoryId) const;
 
-    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
     [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
-    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
 
-signals:
-    void countChanged();
+protected:
+    [[nodiscard]] QUuid idAt(int row) const override;
 
 private:
     QList<TaskCategory*> m_rows;

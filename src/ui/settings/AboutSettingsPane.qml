@@ -7,11 +7,9 @@ import TavikUi
 Item {
     id: pane
 
-    required property string versionLine
+    required property SettingsWindowController controller
 
-    signal checkForUpdatesPressed
-    signal followPressed
-
+    implicitWidth: controller.tabWidth
     implicitHeight: content.implicitHeight + content.anchors.topMargin + 24
 
     ColumnLayout {
@@ -54,7 +52,7 @@ Item {
                 }
                 Text {
                     objectName: "aboutVersion"
-                    text: pane.versionLine
+                    text: pane.controller.versionLine
                     font.pixelSize: 11
                     color: Radix.secondaryText
                 }
@@ -68,7 +66,7 @@ Item {
                 objectName: "checkForUpdatesButton"
                 Layout.alignment: Qt.AlignVCenter
                 text: "检查更新"
-                onClicked: pane.checkForUpdatesPressed()
+                onClicked: pane.controller.checkForUpdatesPressed()
             }
         }
 
@@ -86,7 +84,7 @@ Item {
             AboutLinkButton {
                 objectName: "followButton"
                 text: "关注作者"
-                onClicked: pane.followPressed()
+                onClicked: pane.controller.openFollow()
             }
         }
     }

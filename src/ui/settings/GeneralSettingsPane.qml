@@ -7,8 +7,12 @@ import TavikUi
 Item {
     id: pane
 
+    required property SettingsWindowController controller
     // The cloud sync monitor; null while the app has none.
     property QtObject syncMonitor: null
+
+    implicitWidth: controller.tabWidth
+    implicitHeight: controller.generalHeight
 
     Column {
         id: form

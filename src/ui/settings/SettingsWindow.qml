@@ -1,25 +1,13 @@
 import QtQuick
 import TavikUi
 
-// The settings window: a band of tab buttons over the selected tab's view. The controller
-// owns the window, picks the tab and sizes the window; this file only draws.
+// The settings window: a band of tab buttons over the selected tab's view, both from the
+// controller's list of tabs. The controller owns the window, picks the tab and sizes the
+// window to the fitting size each view reports; this file only draws.
 Window {
     id: settingsWindow
 
     required property SettingsWindowController controller
-
-    // Each tab's view, built once. They hang outside the window until select() moves one
-    // of them into the content host, so the other keeps its own fitting size.
-    readonly property GeneralSettingsPane generalTab: GeneralSettingsPane {
-        implicitWidth: settingsWindow.controller.tabWidth
-        implicitHeight: settingsWindow.controller.generalHeight
-    }
-    readonly property AboutSettingsPane aboutTab: AboutSettingsPane {
-        implicitWidth: settingsWindow.controller.tabWidth
-        versionLine: settingsWindow.controller.versionLine
-        onCheckForUpdatesPressed: settingsWindow.controller.checkForUpdatesPressed()
-        onFollowPressed: settingsWindow.controller.openFollow()
-    }
 
     color: Radix.appBackground
 
@@ -40,13 +28,13 @@ Window {
             spacing: 4
 
             Repeater {
-                model: settingsWindow.controller.toolbarItems
+                model: settingsWindow.controller.tabs
 
                 SettingsToolbarButton {
-                    required property var modelData
+                    required property settingsTab modelData
 
                     objectName: "toolbarItem." + modelData.id
-                    label: modelData.label
+                    label: modelData.title
                     symbol: modelData.symbol
                     selected: settingsWindow.controller.currentTab === modelData.id
                     onClicked: settingsWindow.controller.select(modelData.id)
@@ -63,11 +51,36 @@ Window {
     }
 
     Item {
-        objectName: "contentHost"
         anchors.top: toolbar.bottom
         anchors.left: parent.left
         anchors.right: parent.right
         anchors.bottom: parent.bottom
         clip: true
+
+        // Every tab's view, built once with the window; only the selected one shows. Each
+        // sizes itself and reports that fitting size.
+        Repeater {
+            model: settingsWindow.controller.tabs
+
+            Loader {
+                id: tabView
+
+                required property settingsTab modelData
+
+                function reportSize() {
+                    if (status === Loader.Ready)
+                        settingsWindow.controller.reportContentSize(
+                                    modelData.id, Qt.size(implicitWidth, implicitHeight))
+                }
+
+                objectName: "settingsTab." + modelData.id
+                visible: settingsWindow.controller.currentTab === modelData.id
+                Component.onCompleted: setSource(modelData.source,
+                                                 { controller: settingsWindow.controller })
+                onLoaded: reportSize()
+                onImplicitWidthChanged: reportSize()
+                onImplicitHeightChanged: reportSize()
+            }
+        }
     }
 }

@@ -9,6 +9,7 @@
 #include <QQmlComponent>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QScopedValueRollback>
 #include <QScreen>
 #include <QtMath>
 
@@ -19,9 +20,8 @@ const QUrl windowSource(QStringLiteral("qrc:/qt/qml/TavikUi/settings/SettingsWin
 // QWindow's own bound for a maximum size (QWINDOWSIZE_MAX is not public).
 constexpr int maxWindowSize = (1 << 24) - 1;
 
-// The QML property of SettingsWindow.qml that holds each tab's view.
-QString viewProperty(const QString& id) {
-    return id + QStringLiteral("Tab");
+QUrl paneSource(const char* file) {
+    return QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/settings/") + QLatin1String(file));
 }
 
 } // namespace
@@ -51,13 +51,8 @@ SettingsWindowController::SettingsWindowController(QQmlEngine* engine, QObject* 
     m_window->setTitle(QStringLiteral("Tavik 设置"));
     applyGeometry(QRect(0, 0, tabWidthValue, toolbarHeightValue + initialContentHeight));
     finishResize();
-
-    m_contentHost = m_window->findChild<QQuickItem*>(QStringLiteral("contentHost"));
-    for (const Tab& t : tabs()) {
-        auto* view = m_window->property(viewProperty(t.id).toUtf8()).value<QQuickItem*>();
-        if (view)
-            m_tabs.insert(t.id, view);
-        else
+    for (const SettingsTab& t : tabs()) {
+        if (!m_contentSizes.contains(t.id))
             qCWarning(lcUi) << "settings window has no view for the tab" << t.id;
     }
 }
@@ -68,18 +63,22 @@ SettingsWindowController::~SettingsWindowController() {
     m_window.reset();
 }
 
-const QList<SettingsWindowController::Tab>& SettingsWindowController::tabs() {
-    static const QList<Tab> list{
+const QList<SettingsTab>& SettingsWindowController::tabs() {
+    static const QList<SettingsTab> list{
         {QStringLiteral("general"), QStringLiteral("通用"), QStringLiteral("gearshape"),
-         QStringLiteral("Tavik 通用")},
+         paneSource("GeneralSettingsPane.qml")},
         {QStringLiteral("about"), QStringLiteral("关于"), QStringLiteral("info.circle"),
-         QStringLiteral("Tavik 关于")},
+         paneSource("AboutSettingsPane.qml")},
     };
     return list;
 }
 
-const SettingsWindowController::Tab& SettingsWindowController::tab(const QString& id) {
-    return id == tabs().at(1).id ? tabs().at(1) : tabs().at(0);
+const SettingsTab& SettingsWindowController::tab(const QString& id) {
+    for (const SettingsTab& t : tabs()) {
+        if (t.id == id)
+            return t;
+    }
+    return tabs().constFirst();
 }
 
 QUrl SettingsWindowController::followUrl() {
@@ -97,43 +96,47 @@ void SettingsWindowController::setVersionLine(const QString& line) {
     emit versionLineChanged();
 }
 
-QVariantList SettingsWindowController::toolbarItems() const {
-    QVariantList items;
-    for (const Tab& t : tabs()) {
-        items.append(QVariantMap{{QStringLiteral("id"), t.id},
-                                 {QStringLiteral("label"), t.label},
-                                 {QStringLiteral("symbol"), t.symbol}});
-    }
-    return items;
+QVariantList SettingsWindowController::tabValues() const {
+    QVariantList values;
+    for (const SettingsTab& t : tabs())
+        values.append(QVariant::fromValue(t));
+    return values;
 }
 
-QQuickItem* SettingsWindowController::tabView(const QString& id) const {
-    return m_tabs.value(id);
+QSize SettingsWindowController::contentSize(const QString& id) const {
+    return m_contentSizes.value(id);
 }
 
 bool SettingsWindowController::isResizing() const {
     return m_resize.state() == QAbstractAnimation::Running;
 }
 
-void SettingsWindowController::select(const QString& id) {
-    QQuickItem* view = tabView(id);
-    if (!m_window || !m_contentHost || !view)
+void SettingsWindowController::reportContentSize(const QString& id, const QSizeF& size) {
+    const QSize content(qCeil(size.width()), qCeil(size.height()));
+    if (m_contentSizes.value(id) == content && m_contentSizes.contains(id))
         return;
+    m_contentSizes.insert(id, content);
+    if (id == m_currentTab && !m_fitting)
+        fitToContent();
+}
 
+void SettingsWindowController::select(const QString& id) {
+    if (!m_window || !m_contentSizes.contains(id))
+        return;
     if (id != m_currentTab) {
-        if (QQuickItem* previous = tabView(m_currentTab))
-            previous->setParentItem(nullptr);
         m_currentTab = id;
         emit currentTabChanged();
     }
-    m_window->setTitle(tab(id).windowTitle);
-    view->setParentItem(m_contentHost);
-    view->setPosition({0, 0});
+    m_window->setTitle(tab(id).windowTitle());
+    fitToContent();
+}
 
-    // The view's implicit size is its fitting size; the toolbar sits above it.
-    polishTree(view);
-    const QSize content(qCeil(view->implicitWidth()), qCeil(view->implicitHeight()));
-    view->setSize(content);
+void SettingsWindowController::fitToContent() {
+    const QScopedValueRollback fitting(m_fitting, true);
+    // Layouts work out their fitting size when polished, which a hidden window never is:
+    // polishing here brings every view's report up to date before it is read.
+    polishTree(m_window->contentItem());
+    const QSize content = m_contentSizes.value(m_currentTab);
     // A resize still running starts over from where it stands; the corner is the same.
     m_resize.stop();
     const QRect current = m_window->geometry();
@@ -153,7 +156,7 @@ void SettingsWindowController::select(const QString& id) {
 void SettingsWindowController::openGeneral() {
     if (!m_window)
         return;
-    select(tabs().at(0).id);
+    select(tabs().constFirst().id);
     centerOnScreen();
     m_window->show();
     m_window->raise();

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "settings/SettingsTab.h"
+
 #include <QHash>
 #include <QObject>
-#include <QPointer>
 #include <QQmlEngine>
 #include <QRect>
+#include <QSize>
 #include <QString>
 #include <QUrl>
 #include <QVariantAnimation>
@@ -12,13 +14,13 @@
 
 #include <memory>
 
-class QQuickItem;
 class QQuickWindow;
 
-// Owns the settings window: a toolbar with the tabs "通用" and "关于" above the selected tab's
-// view. Both views are built once with the window; select() moves one of them into the
-// window's content and fits the window to it, keeping the top-left corner where it is.
-// Closing only hides the window. The app makes one on the first openSettings and keeps it.
+// Owns the settings window: a toolbar with one button per tab above the selected tab's view.
+// The tabs are the list tabs(): the window shows a button for each and builds each view once,
+// and each view reports its fitting size here. select() shows one of them and fits the window
+// to it, keeping the top-left corner where it is. Closing only hides the window. The app makes
+// one on the first openSettings and keeps it.
 //
 // The engine must import TavikUi from qrc:/qt/qml (the app and the tests add that path).
 class SettingsWindowController : public QObject {
@@ -27,19 +29,13 @@ class SettingsWindowController : public QObject {
     QML_UNCREATABLE("The app makes the settings window")
     Q_PROPERTY(QString currentTab READ currentTab NOTIFY currentTabChanged)
     Q_PROPERTY(QString versionLine READ versionLine WRITE setVersionLine NOTIFY versionLineChanged)
-    Q_PROPERTY(QVariantList toolbarItems READ toolbarItems CONSTANT)
+    // settingsTab values, in toolbar order.
+    Q_PROPERTY(QVariantList tabs READ tabValues CONSTANT)
     Q_PROPERTY(int tabWidth READ tabWidth CONSTANT)
     Q_PROPERTY(int generalHeight READ generalHeight CONSTANT)
     Q_PROPERTY(int toolbarHeight READ toolbarHeight CONSTANT)
 
 public:
-    struct Tab {
-        QString id;
-        QString label;
-        QString symbol;
-        QString windowTitle;
-    };
-
     static constexpr int tabWidthValue = 480;
     // The General tab is a fixed box, with or without the sync section inside.
     static constexpr int generalHeightValue = 170;
@@ -52,10 +48,10 @@ public:
     explicit SettingsWindowController(QQmlEngine* engine, QObject* parent = nullptr);
     ~SettingsWindowController() override;
 
-    // The tabs in toolbar order.
-    [[nodiscard]] static const QList<Tab>& tabs();
-    // The toolbar's values for an identifier; anything but "about" gets General's.
-    [[nodiscard]] static const Tab& tab(const QString& id);
+    // The tabs in toolbar order; the first is the one every opening shows.
+    [[nodiscard]] static const QList<SettingsTab>& tabs();
+    // The tab with this identifier, or the first one.
+    [[nodiscard]] static const SettingsTab& tab(const QString& id);
     [[nodiscard]] static QUrl followUrl();
 
     // Null only when SettingsWindow.qml failed to load (logged).
@@ -63,18 +59,21 @@ public:
     [[nodiscard]] QString currentTab() const { return m_currentTab; }
     [[nodiscard]] QString versionLine() const { return m_versionLine; }
     void setVersionLine(const QString& line);
-    [[nodiscard]] QVariantList toolbarItems() const;
+    [[nodiscard]] QVariantList tabValues() const;
     [[nodiscard]] int tabWidth() const { return tabWidthValue; }
     [[nodiscard]] int generalHeight() const { return generalHeightValue; }
     [[nodiscard]] int toolbarHeight() const { return toolbarHeightValue; }
-    // The view built for a tab, or null for an unknown identifier.
-    [[nodiscard]] QQuickItem* tabView(const QString& id) const;
+    // The fitting size a tab's view reported last; invalid for a tab that has no view.
+    [[nodiscard]] QSize contentSize(const QString& id) const;
     [[nodiscard]] bool isResizing() const;
 
+    // A tab's view reports its fitting size, once built and whenever it changes. The window
+    // follows the selected tab's.
+    Q_INVOKABLE void reportContentSize(const QString& id, const QSizeF& size);
     // Shows the tab `id` and fits the window to it (animated while the window is on screen).
-    // An unknown identifier changes nothing.
+    // An unknown identifier, or a tab whose view was not built, changes nothing.
     Q_INVOKABLE void select(const QString& id);
-    // What the app's openSettings does: General, centred on the screen, shown and raised.
+    // What the app's openSettings does: the first tab, centred on the screen, shown and raised.
     void openGeneral();
     void centerOnScreen();
 
@@ -89,14 +88,16 @@ signals:
     void checkForUpdatesRequested();
 
 private:
+    // Sizes the window to the current tab's view under the toolbar.
+    void fitToContent();
     void applyGeometry(const QRect& geometry);
     void lockSize(const QSize& size);
     void finishResize();
 
     std::unique_ptr<QQuickWindow> m_window;
-    QPointer<QQuickItem> m_contentHost;
-    QHash<QString, QPointer<QQuickItem>> m_tabs;
+    QHash<QString, QSize> m_contentSizes;
     QString m_currentTab;
     QString m_versionLine;
     QVariantAnimation m_resize;
+    bool m_fitting = false;
 };

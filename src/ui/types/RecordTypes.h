@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EnhancedDraft.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
@@ -19,4 +20,11 @@ struct ForeignTaskCategory {
     QML_FOREIGN(TaskCategory)
     QML_NAMED_ELEMENT(TaskCategory)
     QML_UNCREATABLE("Lists come from the store.")
+};
+
+// A draft crosses from the view that made it to the board as one value.
+struct ForeignEnhancedDraft {
+    Q_GADGET
+    QML_FOREIGN(EnhancedDraft)
+    QML_VALUE_TYPE(enhancedDraft)
 };

@@ -256,7 +256,7 @@ private slots:
         // Across columns, creation, deletion, completion and lists.
         board.model->handleReorder(board.byTitle(QStringLiteral("W1"))->id(), Bucket::today,
                                    std::nullopt);
-        c.createEnhanced(QStringLiteral("N1"), QString(), QString(), QVariant(), QVariant());
+        c.createEnhanced(EnhancedDraft{QStringLiteral("N1"), {}, {}, {}, {}});
         c.deleteTask(board.byTitle(QStringLiteral("L2")));
         c.createCategory(QStringLiteral("C"), QStringLiteral("E5484D"));
         c.syncModels();
@@ -320,38 +320,32 @@ private slots:
     // ---- Actions from the views ----------------------------------------------------------
 
     void createTakesDatesAndListsFromQml_data() {
-        QTest::addColumn<QVariant>("dueDate");
-        QTest::addColumn<QVariant>("reminderAt");
+        QTest::addColumn<QDateTime>("dueDate");
+        QTest::addColumn<QDateTime>("reminderAt");
         QTest::addColumn<bool>("withList");
         QTest::addColumn<QString>("listId"); // used when withList is false
         QTest::addColumn<QDateTime>("plannedDay");
         QTest::addColumn<QDateTime>("reminder");
         QTest::addColumn<QString>("column");
 
-        const QVariant none;
         const QDateTime friday = local(2026, 6, 19, 0, 0);
         const QDateTime nextTuesdayAtNine = local(2026, 6, 23, 9, 0);
         const QDateTime nothing;
-        QTest::newRow("nothing") << none << none << false << "" << nothing << nothing << "later";
-        QTest::newRow("an invalid date is none") << QVariant(QDateTime()) << QVariant(QDateTime())
-                                                 << false << "" << nothing << nothing << "later";
-        QTest::newRow("a string is not a date") << QVariant(QStringLiteral("2026-06-19")) << none
-                                                << false << "" << nothing << nothing << "later";
+        QTest::newRow("nothing") << nothing << nothing << false << "" << nothing << nothing
+                                 << "later";
         QTest::newRow("a day this week")
-            << QVariant(friday) << none << true << "" << friday << nothing << "thisWeek";
+            << friday << nothing << true << "" << friday << nothing << "thisWeek";
         QTest::newRow("a reminder alone plans its day")
-            << none << QVariant(nextTuesdayAtNine) << true << "" << local(2026, 6, 23)
-            << nextTuesdayAtNine << "later";
-        QTest::newRow("an unknown list is none")
-            << none << none << false << "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01" << nothing << nothing
+            << nothing << nextTuesdayAtNine << true << "" << local(2026, 6, 23) << nextTuesdayAtNine
             << "later";
-        QTest::newRow("a malformed list id is none")
-            << none << none << false << "not-a-uuid" << nothing << nothing << "later";
+        QTest::newRow("an unknown list is none")
+            << nothing << nothing << false << "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01" << nothing
+            << nothing << "later";
     }
 
     void createTakesDatesAndListsFromQml() {
-        QFETCH(QVariant, dueDate);
-        QFETCH(QVariant, reminderAt);
+        QFETCH(QDateTime, dueDate);
+        QFETCH(QDateTime, reminderAt);
         QFETCH(bool, withList);
         QFETCH(QString, listId);
         QFETCH(QDateTime, plannedDay);
@@ -360,9 +354,10 @@ private slots:
 
         Board board;
         TaskCategory* list = board.addList(QStringLiteral("工作"));
-        const QString id = withList ? list->id().toString(QUuid::WithoutBraces) : listId;
-        board.controller->createEnhanced(QStringLiteral("  新任务 "), QStringLiteral("备注"), id,
-                                         dueDate, reminderAt);
+        EnhancedDraft draft{
+            QStringLiteral("  新任务 "), QStringLiteral("备注"), {}, dueDate, reminderAt};
+        draft.setListUuid(withList ? list->id() : QUuid::fromString(listId));
+        board.controller->createEnhanced(draft);
         board.controller->syncModels();
 
         TaskItem* task = board.byTitle(QStringLiteral("新任务"));
@@ -385,8 +380,7 @@ private slots:
         c.beginEditing(t2);
         QCOMPARE(c.editingTask(), t2);
         QCOMPARE(c.editingTaskId(), board.idOf(QStringLiteral("T2")));
-        c.saveEdit(t2, QStringLiteral("T2 renamed"), QString(), QString(), QVariant(t2->dueDate()),
-                   QVariant());
+        c.saveEdit(t2, EnhancedDraft{QStringLiteral("T2 renamed"), {}, {}, t2->dueDate(), {}});
         QCOMPARE(t2->title(), QStringLiteral("T2 renamed"));
         // A task placed in today by hand and saved with its day untouched stays as it was.
         QVERIFY(!t2->scheduledExplicitly());

@@ -75,7 +75,6 @@ private slots:
         QVERIFY(screen.controller->editingTask());
         QCOMPARE(screen.controller->editingTask()->title(), QStringLiteral("预约牙医"));
         QTRY_VERIFY(row->property("isEditing").toBool());
-
     }
 
     void contextMenuFilesAndDeletes() {
@@ -146,8 +145,8 @@ private slots:
     void frostAndScrolling() {
         Screen screen;
         for (int i = 0; i < 30; ++i)
-            screen.controller->createEnhanced(QStringLiteral("稍后 %1").arg(i), QString(),
-                                              QString(), {}, {});
+            screen.controller->createEnhanced(
+                EnhancedDraft{QStringLiteral("稍后 %1").arg(i), {}, {}, {}, {}});
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
         QQuickItem* later = findItem(screen.view->rootObject(), QStringLiteral("column_later"));
         auto* list = later->property("listView").value<QQuickItem*>();

@@ -90,6 +90,8 @@ private slots:
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         ModelMirror mirror(&model, TaskListModel::TitleRole);
         QSignalSpy resets(&model, &QAbstractItemModel::modelAboutToBeReset);
+        QSignalSpy counts(&model, &TaskListModel::countChanged);
+        QSignalSpy taskCounts(&model, &TaskListModel::taskCountChanged);
         QRandomGenerator random(20260617);
 
         QList<TaskItem*> current;
@@ -106,7 +108,13 @@ private slots:
                 if (!next.contains(task) && random.bounded(6) == 0)
                     next.insert(random.bounded(int(next.size()) + 1), task);
             }
+            counts.clear();
+            taskCounts.clear();
             model.setTasks(next);
+            // Outside a drag the column's count notifies with the rows'.
+            const int notified = next.size() != current.size() ? 1 : 0;
+            QCOMPARE(counts.count(), notified);
+            QCOMPARE(taskCounts.count(), notified);
             current = next;
             QCOMPARE(titles(model.tasks()), titles(next));
             QCOMPARE(mirror.rows(), titles(next));

@@ -1,6 +1,7 @@
 // The task dialog in a real window, driven as a person drives it: keys, clicks and an input
 // method.
 #include "Clock.h"
+#include "EnhancedDraft.h"
 #include "IsoCalendar.h"
 #include "QuickWindowTestSupport.h"
 #include "TaskCategory.h"
@@ -104,8 +105,7 @@ private slots:
     }
 
     void createFlow() {
-        QSignalSpy created(
-            m_panel, SIGNAL(createRequested(QString, QString, QString, QDateTime, QDateTime)));
+        QSignalSpy created(m_panel, SIGNAL(createRequested(EnhancedDraft)));
         // It grows into the card from the corner it sits in.
         settle();
         const QPointF corner = m_panel->mapToScene(QPointF(m_panel->width(), m_panel->height()));
@@ -166,12 +166,12 @@ private slots:
         QCOMPARE(created.count(), 0);
         QTest::keyClick(m_window.get(), Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(created.count(), 1);
-        const QList<QVariant> args = created.first();
-        QCOMPARE(args.at(0).toString(), QStringLiteral("写周报"));
-        QCOMPARE(args.at(1).toString(), QStringLiteral("第一行")); // trimmed
-        QCOMPARE(args.at(2).toString(), m_reading->id().toString(QUuid::WithoutBraces));
-        QCOMPARE(args.at(3).toDateTime(), local(2024, 6, 20));
-        QCOMPARE(args.at(4).toDateTime(), local(2024, 6, 20, 14, 30));
+        const auto draft = created.first().at(0).value<EnhancedDraft>();
+        QCOMPARE(draft.title, QStringLiteral("写周报"));
+        QCOMPARE(draft.note, QStringLiteral("第一行")); // trimmed
+        QCOMPARE(draft.listUuid(), m_reading->id());
+        QCOMPARE(draft.dueDate, local(2024, 6, 20));
+        QCOMPARE(draft.reminderAt, local(2024, 6, 20, 14, 30));
         QVERIFY(!dialog()->property("open").toBool());
     }
 
@@ -182,8 +182,7 @@ private slots:
         task.setReminderAt(local(2024, 6, 15, 9, 30));
         task.setCategory(m_home.get());
 
-        QSignalSpy saved(m_panel, SIGNAL(saveRequested(QVariant, QString, QString, QString,
-                                                       QDateTime, QDateTime)));
+        QSignalSpy saved(m_panel, SIGNAL(saveRequested(TaskItem*, EnhancedDraft)));
         QSignalSpy deleted(m_panel, SIGNAL(deleteRequested(QVariant)));
         m_board->setProperty("editingTask", QVariant::fromValue<QObject*>(&task));
         QVERIFY(dialog()->property("open").toBool());
@@ -198,8 +197,8 @@ private slots:
 
         QTest::keyClick(m_window.get(), Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(saved.count(), 1);
-        QCOMPARE(saved.first().at(0).value<QObject*>(), &task);
-        QCOMPARE(saved.first().at(5).toDateTime(), local(2024, 6, 15, 9, 30));
+        QCOMPARE(saved.first().at(0).value<TaskItem*>(), &task);
+        QCOMPARE(saved.first().at(1).value<EnhancedDraft>().reminderAt, local(2024, 6, 15, 9, 30));
         // The board let go of the task when the card closed.
         QCOMPARE(m_board->property("editingTask").value<QObject*>(), nullptr);
 

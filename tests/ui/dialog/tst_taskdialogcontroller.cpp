@@ -136,12 +136,12 @@ private slots:
 
         QCOMPARE(created.count(), 1);
         QCOMPARE(ended.count(), 0);
-        const QList<QVariant> args = created.takeFirst();
-        QCOMPARE(args.at(0).toString(), expectedTitle);
-        QCOMPARE(args.at(1).toString(), expectedNote);
-        QCOMPARE(args.at(2).toString(), idOf(*m_home));
-        QCOMPARE(args.at(3).toDateTime(), expectedDue);
-        QCOMPARE(args.at(4).toDateTime(), expectedReminder);
+        const auto draft = created.takeFirst().at(0).value<EnhancedDraft>();
+        QCOMPARE(draft.title, expectedTitle);
+        QCOMPARE(draft.note, expectedNote);
+        QCOMPARE(draft.listUuid(), m_home->id());
+        QCOMPARE(draft.dueDate, expectedDue);
+        QCOMPARE(draft.reminderAt, expectedReminder);
         QVERIFY(!dialog.isOpen());
     }
 
@@ -159,12 +159,13 @@ private slots:
 
         QCOMPARE(saved.count(), 1);
         const QList<QVariant> args = saved.takeFirst();
-        QCOMPARE(args.at(0).value<QObject*>(), task.get());
-        QCOMPARE(args.at(1).toString(), QStringLiteral("周报（终稿）"));
-        QCOMPARE(args.at(3).toString(), idOf(*m_home));
+        QCOMPARE(args.at(0).value<TaskItem*>(), task.get());
+        const auto draft = args.at(1).value<EnhancedDraft>();
+        QCOMPARE(draft.title, QStringLiteral("周报（终稿）"));
+        QCOMPARE(draft.listUuid(), m_home->id());
         // The reminder decides the day: the task's 20 June, at 09:00.
-        QCOMPARE(args.at(4).toDateTime(), local(2024, 6, 20));
-        QCOMPARE(args.at(5).toDateTime(), local(2024, 6, 20, 9, 0));
+        QCOMPARE(draft.dueDate, local(2024, 6, 20));
+        QCOMPARE(draft.reminderAt, local(2024, 6, 20, 9, 0));
         QCOMPARE(ended.count(), 1);
         // The dialog wrote nothing to the record.
         QCOMPARE(task->title(), QStringLiteral("周报"));
