@@ -2,7 +2,6 @@
 
 #include "Fixtures.h"
 #include "ModelContext.h"
-#include "TaskCategory.h"
 #include "TaskItem.h"
 
 #include <QCryptographicHash>
@@ -195,92 +194,6 @@ private slots:
                  local(kSeedDay, QTime(15, 0)));
     }
 
-    void listJsonNotes_data() {
-        QTest::addColumn<QString>("note");
-        QTest::addColumn<QByteArray>("noteData");
-        QTest::addColumn<QByteArray>("richNote"); // expected; empty means null
-
-        const QString shopping = QStringLiteral("买牛奶，然后\n鸡蛋");
-        QTest::newRow("formatted") << shopping
-                                   << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
-                                                 R"({"text":"，然后\n","italic":true},)"
-                                                 R"({"text":"鸡蛋","bullet":true}]})")
-                                   << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
-                                                 R"({"text":"，然后\n","italic":true},)"
-                                                 R"({"text":"鸡蛋","bullet":true}]})");
-        QTest::newRow("undecodable bytes") << shopping << QByteArray("\x80{runs") << QByteArray();
-        QTest::newRow("plain note only") << shopping << QByteArray() << QByteArray();
-    }
-
-    void listJsonNotes() {
-        QFETCH(QString, note);
-        QFETCH(QByteArray, noteData);
-        QFETCH(QByteArray, richNote);
-        Home home;
-        {
-            auto context = home.openStore();
-            QVERIFY(context);
-            auto* task = new TaskItem(QStringLiteral("带备注"), 1, local(kSeedDay, QTime(9, 0)));
-            task->setNote(note);
-            task->setNoteData(noteData);
-            context->insert(task);
-            QVERIFY(context->save());
-        }
-        const Result listed =
-            home.run({QStringLiteral("--list"), QStringLiteral("later"), QStringLiteral("--json"),
-                      QStringLiteral("--at"), kSeedMoment});
-        QCOMPARE(listed.exitCode, 0);
-        const QJsonArray tasks = parseObject(listed.out)
-                                     .value(QStringLiteral("columns"))
-                                     .toArray()
-                                     .at(0)
-                                     .toObject()
-                                     .value(QStringLiteral("tasks"))
-                                     .toArray();
-        QCOMPARE(tasks.size(), 1);
-        const QJsonObject shown = tasks.at(0).toObject();
-        QCOMPARE(shown.value(QStringLiteral("title")).toString(), QStringLiteral("带备注"));
-        QCOMPARE(shown.value(QStringLiteral("note")).toString(), note);
-        if (richNote.isEmpty())
-            QVERIFY(shown.value(QStringLiteral("richNote")).isNull());
-        else
-            QCOMPARE(shown.value(QStringLiteral("richNote")).toObject(), parseObject(richNote));
-    }
-
-    void countTodayOfTheRealStore() {
-        Home home;
-        {
-            auto context = home.openStore();
-            QVERIFY(context);
-            const QDateTime now = local(kSeedDay, QTime(9, 0));
-            const QDate yesterday = kSeedDay.addDays(-1);
-            auto* other =
-                new TaskCategory(QStringLiteral("其他"), QStringLiteral("46A758"), 1, now);
-            context->insert(other);
-            auto add = [&](const char* title, QDate day, bool explicitly, bool completed) {
-                auto* task = new TaskItem(QString::fromUtf8(title), 1, now);
-                task->setDueDate(local(day, QTime(0, 0)));
-                int weekYear = 0;
-                const int week = day.weekNumber(&weekYear);
-                task->setWeek(weekYear, week);
-                task->setScheduledExplicitly(explicitly);
-                task->setCompleted(completed);
-                context->insert(task);
-                return task;
-            };
-            add("overdue, explicit", yesterday, true, false);
-            add("today, other list", kSeedDay, false, false)->setCategory(other);
-            add("today, finished", kSeedDay, true, true);
-            add("yesterday by hand", yesterday, false, false);
-            add("tomorrow", kSeedDay.addDays(1), true, false);
-            QVERIFY(context->save());
-        }
-        const Result result =
-            home.run({QStringLiteral("--count-today"), QStringLiteral("--at"), kSeedMoment});
-        QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out, QByteArray("2\n"));
-    }
-
     void exportImportExport() {
         Home home;
         const Result backup =
@@ -312,8 +225,9 @@ private slots:
             Fixture::newRow(row.toObject()) << row.toObject();
     }
 
-    // One run of the binary: the store it finds ("store"), files beside it ("@demo": the demo
-    // backup), then its status, output and error text, and what it may leave behind.
+    // One run of the binary: the store it finds ("store": a backup imported first, among
+    // others), files beside it ("@demo": the demo backup), then its status, output and error
+    // text, and what it may leave behind.
     void invocation() {
         QFETCH(QJsonObject, row);
         const QString store = row[QStringLiteral("store")].toString();
@@ -322,6 +236,9 @@ private slots:
             QVERIFY(home.writeFile(QStringLiteral("demo.json"), m_demoBackup));
             QCOMPARE(home.run({QStringLiteral("--import"), QStringLiteral("demo.json")}).exitCode,
                      0);
+        } else if (store.startsWith(QLatin1String("import:"))) {
+            const QString backup = QStringLiteral(TAVIK_TEST_DATA "/") + store.mid(7);
+            QCOMPARE(home.run({QStringLiteral("--import"), backup}).exitCode, 0);
         } else if (store == QLatin1String("seeded")) {
             QCOMPARE(home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
                                QStringLiteral("--at"), kSeedMoment})
@@ -360,6 +277,15 @@ private slots:
         const QStringList lines = QString::fromUtf8(result.out).split(u'\n');
         for (const QJsonValue& line : row[QStringLiteral("outLines")].toArray())
             QVERIFY2(lines.contains(line.toString()), qPrintable(line.toString()));
+        if (row.contains(QStringLiteral("onlyTask"))) {
+            const QJsonArray tasks =
+                parseObject(result.out)[QStringLiteral("columns")][0][QStringLiteral("tasks")]
+                    .toArray();
+            QCOMPARE(tasks.size(), 1);
+            const QJsonObject expected = row[QStringLiteral("onlyTask")].toObject();
+            for (auto it = expected.begin(); it != expected.end(); ++it)
+                QCOMPARE(tasks[0][it.key()], it.value());
+        }
         const QString err = QString::fromUtf8(result.err);
         if (!row.contains(QStringLiteral("err")))
             QVERIFY2(err.isEmpty(), qPrintable(err));
