@@ -52,7 +52,7 @@ private slots:
         QFETCH(QString, expectedTitle);
         QFETCH(QDateTime, expectedTrigger);
 
-        Rig rig(*m_desktop, start);
+        Rig rig(*m_desktop);
         TaskCategory* list = nullptr;
         if (!listName.isNull()) {
             list = new TaskCategory(listName, TaskCategory::defaultColorHex, 1, start);
@@ -95,7 +95,7 @@ private slots:
     void noRequestForPastOrFinished() {
         QFETCH(QString, change);
 
-        Rig rig(*m_desktop, start);
+        Rig rig(*m_desktop);
         TaskItem* task = rig.addTask(QStringLiteral("t"), start.addSecs(3600));
         TaskItem* other = rig.addTask(QStringLiteral("other"), start.addSecs(7200));
         rig.scheduler->sync(task);
@@ -131,7 +131,7 @@ private slots:
     // reminder to N minutes after the start; the row's trigger is in the same minutes.
     void newestSyncWins() {
         QFETCH(QJsonObject, row);
-        Rig rig(*m_desktop, start);
+        Rig rig(*m_desktop);
         TaskItem* task = rig.addTask(QStringLiteral("t"), start.addSecs(30 * 60));
         for (const QString& step : row[QStringLiteral("steps")].toString().split(u',')) {
             if (step == QLatin1String("complete") || step == QLatin1String("reopen"))
@@ -156,7 +156,7 @@ private slots:
     }
 
     void syncAllSweepsRequestsOfGoneTasks() {
-        Rig rig(*m_desktop, start);
+        Rig rig(*m_desktop);
         TaskItem* withReminder = rig.addTask(QStringLiteral("a"), start.addSecs(3600));
         TaskItem* finished = rig.addTask(QStringLiteral("b"), QDateTime());
         finished->setCompleted(true, start);
@@ -187,7 +187,7 @@ private slots:
 
     void noServerMeansDenied() {
         m_desktop->server->stop();
-        Rig rig(*m_desktop, start);
+        Rig rig(*m_desktop);
         TaskItem* task = rig.addTask(QStringLiteral("t"), start.addSecs(3600));
         // Left from an earlier run: a denied sync must not take it away.
         const NotificationRequest old{ReminderScheduler::identifier(task->id()),
