@@ -1,7 +1,7 @@
 // The `tavik` binary run as a process, in a throwaway home, against real store files.
 
+#include "Fixtures.h"
 #include "ModelContext.h"
-#include "TaskCategory.h"
 #include "TaskItem.h"
 
 #include <QCryptographicHash>
@@ -194,167 +194,6 @@ private slots:
                  local(kSeedDay, QTime(15, 0)));
     }
 
-    void listJsonNotes_data() {
-        QTest::addColumn<QString>("note");
-        QTest::addColumn<QByteArray>("noteData");
-        QTest::addColumn<QByteArray>("richNote"); // expected; empty means null
-
-        const QString shopping = QStringLiteral("买牛奶，然后\n鸡蛋");
-        QTest::newRow("formatted") << shopping
-                                   << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
-                                                 R"({"text":"，然后\n","italic":true},)"
-                                                 R"({"text":"鸡蛋","bullet":true}]})")
-                                   << QByteArray(R"({"runs":[{"text":"买牛奶","bold":true},)"
-                                                 R"({"text":"，然后\n","italic":true},)"
-                                                 R"({"text":"鸡蛋","bullet":true}]})");
-        QTest::newRow("undecodable bytes") << shopping << QByteArray("\x80{runs") << QByteArray();
-        QTest::newRow("plain note only") << shopping << QByteArray() << QByteArray();
-    }
-
-    void listJsonNotes() {
-        QFETCH(QString, note);
-        QFETCH(QByteArray, noteData);
-        QFETCH(QByteArray, richNote);
-        Home home;
-        {
-            auto context = home.openStore();
-            QVERIFY(context);
-            auto* task = new TaskItem(QStringLiteral("带备注"), 1, local(kSeedDay, QTime(9, 0)));
-            task->setNote(note);
-            task->setNoteData(noteData);
-            context->insert(task);
-            QVERIFY(context->save());
-        }
-        const Result listed =
-            home.run({QStringLiteral("--list"), QStringLiteral("later"), QStringLiteral("--json"),
-                      QStringLiteral("--at"), kSeedMoment});
-        QCOMPARE(listed.exitCode, 0);
-        const QJsonArray tasks = parseObject(listed.out)
-                                     .value(QStringLiteral("columns"))
-                                     .toArray()
-                                     .at(0)
-                                     .toObject()
-                                     .value(QStringLiteral("tasks"))
-                                     .toArray();
-        QCOMPARE(tasks.size(), 1);
-        const QJsonObject shown = tasks.at(0).toObject();
-        QCOMPARE(shown.value(QStringLiteral("title")).toString(), QStringLiteral("带备注"));
-        QCOMPARE(shown.value(QStringLiteral("note")).toString(), note);
-        if (richNote.isEmpty())
-            QVERIFY(shown.value(QStringLiteral("richNote")).isNull());
-        else
-            QCOMPARE(shown.value(QStringLiteral("richNote")).toObject(), parseObject(richNote));
-    }
-
-    void listText() {
-        Home home;
-        const Result result = home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
-                                        QStringLiteral("--at"), kSeedMoment});
-        QCOMPARE(result.exitCode, 0);
-        const QStringList lines = QString::fromUtf8(result.out).split(u'\n');
-        QVERIFY(lines.contains(QStringLiteral("today 今天 (7)")));
-        QVERIFY(lines.contains(QStringLiteral(
-            "  15:00 和设计师过一遍新版方案  list 工作  day 2026-11-24  reminder 15:00")));
-        QVERIFY(lines.contains(QStringLiteral("  读一篇长文  list 个人")));
-    }
-
-    void countToday_data() {
-        QTest::addColumn<QString>("at");
-        QTest::addColumn<QByteArray>("expected");
-        QTest::newRow("seeding moment") << kSeedMoment << QByteArray("7\n");
-        // Placed in today by hand: gone from today when the day ends.
-        QTest::newRow("next morning") << QStringLiteral("2026-11-25T00:00:00") << QByteArray("0\n");
-    }
-
-    void countToday() {
-        QFETCH(QString, at);
-        QFETCH(QByteArray, expected);
-        Home home;
-        QCOMPARE(home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
-                           QStringLiteral("--at"), kSeedMoment})
-                     .exitCode,
-                 0);
-        const Result result =
-            home.run({QStringLiteral("--seed-demo"), QStringLiteral("--count-today"),
-                      QStringLiteral("--at"), at});
-        QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out, expected);
-    }
-
-    void countTodayOfTheRealStore() {
-        Home home;
-        {
-            auto context = home.openStore();
-            QVERIFY(context);
-            const QDateTime now = local(kSeedDay, QTime(9, 0));
-            const QDate yesterday = kSeedDay.addDays(-1);
-            auto* other =
-                new TaskCategory(QStringLiteral("其他"), QStringLiteral("46A758"), 1, now);
-            context->insert(other);
-            auto add = [&](const char* title, QDate day, bool explicitly, bool completed) {
-                auto* task = new TaskItem(QString::fromUtf8(title), 1, now);
-                task->setDueDate(local(day, QTime(0, 0)));
-                int weekYear = 0;
-                const int week = day.weekNumber(&weekYear);
-                task->setWeek(weekYear, week);
-                task->setScheduledExplicitly(explicitly);
-                task->setCompleted(completed);
-                context->insert(task);
-                return task;
-            };
-            add("overdue, explicit", yesterday, true, false);
-            add("today, other list", kSeedDay, false, false)->setCategory(other);
-            add("today, finished", kSeedDay, true, true);
-            add("yesterday by hand", yesterday, false, false);
-            add("tomorrow", kSeedDay.addDays(1), true, false);
-            QVERIFY(context->save());
-        }
-        const Result result =
-            home.run({QStringLiteral("--count-today"), QStringLiteral("--at"), kSeedMoment});
-        QCOMPARE(result.exitCode, 0);
-        QCOMPARE(result.out, QByteArray("2\n"));
-    }
-
-    void readingWritesNothing_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<bool>("storeExists");
-        const QList<QStringList> commands{
-            {QStringLiteral("--list"), QStringLiteral("today"), QStringLiteral("--json")},
-            {QStringLiteral("--count-today")},
-            {QStringLiteral("--export"), QStringLiteral("backup.json")},
-        };
-        for (const QStringList& command : commands) {
-            QTest::addRow("%s, store", qPrintable(command.join(u' '))) << command << true;
-            QTest::addRow("%s, no store", qPrintable(command.join(u' '))) << command << false;
-        }
-    }
-
-    void readingWritesNothing() {
-        QFETCH(QStringList, arguments);
-        QFETCH(bool, storeExists);
-        Home home;
-        if (storeExists) {
-            QVERIFY(home.writeFile(QStringLiteral("demo.json"), m_demoBackup));
-            QCOMPARE(home.run({QStringLiteral("--import"), QStringLiteral("demo.json")}).exitCode,
-                     0);
-        }
-        // Past the file system's time resolution, so that a write would show in the times.
-        QTest::qWait(20);
-        QStringList before = home.state();
-
-        const Result result = home.run(arguments);
-        QCOMPARE(result.exitCode, 0);
-        QVERIFY2(result.err.isEmpty(), result.err.constData());
-        if (arguments.contains(QStringLiteral("backup.json"))) {
-            // The one file the command was asked to write.
-            QVERIFY(QFileInfo::exists(home.path(QStringLiteral("backup.json"))));
-            QFile::remove(home.path(QStringLiteral("backup.json")));
-        }
-        QCOMPARE(home.state(), before);
-        if (!storeExists)
-            QVERIFY(!QFileInfo::exists(home.dataHome()));
-    }
-
     void exportImportExport() {
         Home home;
         const Result backup =
@@ -380,114 +219,88 @@ private slots:
                  home.run(QStringList{QStringLiteral("--seed-demo")} + list).out);
     }
 
-    // The command line's own refusals; the archive's refusals are the archive's tests.
-    void importRefusals_data() {
-        QTest::addColumn<bool>("storeHasATask");
-        QTest::addColumn<QByteArray>("file"); // empty: no such file
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("store with a task") << true << QByteArray() << "already holds 1 tasks";
-        QTest::newRow("not JSON, no store")
-            << false << QByteArray("garbage\n") << "is not a Tavik backup";
-        QTest::newRow("no such file") << true << QByteArray() << "cannot read";
+    void invocation_data() {
+        QTest::addColumn<QJsonObject>("row");
+        for (const QJsonValue& row : Fixture::rows(QStringLiteral("invocations.json")))
+            Fixture::newRow(row.toObject()) << row.toObject();
     }
 
-    void importRefusals() {
-        QFETCH(bool, storeHasATask);
-        QFETCH(QByteArray, file);
-        QFETCH(QString, reason);
+    // One run of the binary: the store it finds ("store": a backup imported first, among
+    // others), files beside it ("@demo": the demo backup), then its status, output and error
+    // text, and what it may leave behind.
+    void invocation() {
+        QFETCH(QJsonObject, row);
+        const QString store = row[QStringLiteral("store")].toString();
         Home home;
-        if (storeHasATask) {
+        if (store == QLatin1String("demo")) {
+            QVERIFY(home.writeFile(QStringLiteral("demo.json"), m_demoBackup));
+            QCOMPARE(home.run({QStringLiteral("--import"), QStringLiteral("demo.json")}).exitCode,
+                     0);
+        } else if (store.startsWith(QLatin1String("import:"))) {
+            const QString backup = QStringLiteral(TAVIK_TEST_DATA "/") + store.mid(7);
+            QCOMPARE(home.run({QStringLiteral("--import"), backup}).exitCode, 0);
+        } else if (store == QLatin1String("seeded")) {
+            QCOMPARE(home.run({QStringLiteral("--seed-demo"), QStringLiteral("--list"),
+                               QStringLiteral("--at"), kSeedMoment})
+                         .exitCode,
+                     0);
+        } else if (store == QLatin1String("task")) {
             auto context = home.openStore();
             QVERIFY(context);
             context->insert(new TaskItem(QStringLiteral("mine"), 1, local(kSeedDay, QTime(8, 0))));
             QVERIFY(context->save());
+        } else if (store.startsWith(QLatin1String("unopenable"))) {
+            const QString path =
+                store.endsWith(QLatin1String("demo")) ? home.demoStorePath() : home.storePath();
+            QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write("My shopping list, not a database.\n" + QByteArray(600, 'x'));
         }
-        if (!file.isEmpty() || !reason.startsWith(QLatin1String("cannot")))
-            QVERIFY(home.writeFile(QStringLiteral("backup.json"),
-                                   file.isEmpty() ? m_demoBackup : file));
+        const QJsonObject files = row[QStringLiteral("files")].toObject();
+        for (auto it = files.begin(); it != files.end(); ++it) {
+            const QString text = it.value().toString();
+            QVERIFY(home.writeFile(it.key(),
+                                   text == QLatin1String("@demo") ? m_demoBackup : text.toUtf8()));
+        }
+        // Past the file system's time resolution, so that a write would show in the times.
         QTest::qWait(20);
         const QStringList before = home.state();
 
-        const Result result = home.run({QStringLiteral("--import"), QStringLiteral("backup.json")});
-        QCOMPARE(result.exitCode, 1);
-        QVERIFY(result.out.isEmpty());
-        QVERIFY2(QString::fromUtf8(result.err).contains(reason), result.err.constData());
-        QCOMPARE(home.state(), before);
-    }
-
-    void unopenableStoreStops_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<bool>("demo");
-        QTest::newRow("--list") << QStringList{QStringLiteral("--list")} << false;
-        QTest::newRow("--import") << QStringList{QStringLiteral("--import"),
-                                                 QStringLiteral("demo.json")}
-                                  << false;
-        // A plain launch starts the board, which stops the same way.
-        QTest::newRow("plain launch") << QStringList{} << false;
-        QTest::newRow("demo --list")
-            << QStringList{QStringLiteral("--seed-demo"), QStringLiteral("--list")} << true;
-    }
-
-    void unopenableStoreStops() {
-        QFETCH(QStringList, arguments);
-        QFETCH(bool, demo);
-        Home home;
-        const QString storePath = demo ? home.demoStorePath() : home.storePath();
-        QVERIFY(QDir().mkpath(QFileInfo(storePath).path()));
-        QFile store(storePath);
-        QVERIFY(store.open(QIODevice::WriteOnly));
-        store.write("My shopping list, not a database.\n" + QByteArray(600, 'x'));
-        store.close();
-        QVERIFY(home.writeFile(QStringLiteral("demo.json"), m_demoBackup));
-        QTest::qWait(20);
-        const QStringList before = home.state();
-
+        QStringList arguments;
+        for (const QJsonValue& argument : row[QStringLiteral("argv")].toArray())
+            arguments << argument.toString();
         const Result result = home.run(arguments);
-        QCOMPARE(result.exitCode, 1);
-        QVERIFY(result.out.isEmpty());
-        QVERIFY2(result.err.startsWith("Failed to create ModelContainer: "),
-                 result.err.constData());
-        QVERIFY(result.err.size() > qsizetype(strlen("Failed to create ModelContainer: ")) + 1);
-        QCOMPARE(home.state(), before);
-    }
+        QCOMPARE(result.exitCode, row[QStringLiteral("status")].toInt());
+        if (row.contains(QStringLiteral("out")))
+            QCOMPARE(QString::fromUtf8(result.out), row[QStringLiteral("out")].toString());
+        const QStringList lines = QString::fromUtf8(result.out).split(u'\n');
+        for (const QJsonValue& line : row[QStringLiteral("outLines")].toArray())
+            QVERIFY2(lines.contains(line.toString()), qPrintable(line.toString()));
+        if (row.contains(QStringLiteral("onlyTask"))) {
+            const QJsonArray tasks =
+                parseObject(result.out)[QStringLiteral("columns")][0][QStringLiteral("tasks")]
+                    .toArray();
+            QCOMPARE(tasks.size(), 1);
+            const QJsonObject expected = row[QStringLiteral("onlyTask")].toObject();
+            for (auto it = expected.begin(); it != expected.end(); ++it)
+                QCOMPARE(tasks[0][it.key()], it.value());
+        }
+        const QString err = QString::fromUtf8(result.err);
+        if (!row.contains(QStringLiteral("err")))
+            QVERIFY2(err.isEmpty(), qPrintable(err));
+        for (const QJsonValue& pattern : row[QStringLiteral("err")].toArray())
+            QVERIFY2(QRegularExpression(pattern.toString()).match(err).hasMatch(), qPrintable(err));
 
-    void usageErrors_data() {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("unknown column")
-            << QStringList{QStringLiteral("--list"), QStringLiteral("Today")} << "--list takes";
-        QTest::newRow("json with count")
-            << QStringList{QStringLiteral("--count-today"), QStringLiteral("--json")} << "--json";
-        QTest::newRow("two commands")
-            << QStringList{QStringLiteral("--list"), QStringLiteral("--count-today")}
-            << "choose one command";
-        QTest::newRow("import without file")
-            << QStringList{QStringLiteral("--import")} << "exactly one FILE";
-        QTest::newRow("import into the demo store")
-            << QStringList{QStringLiteral("--import"), QStringLiteral("x.json"),
-                           QStringLiteral("--seed-demo")}
-            << "--seed-demo";
-        QTest::newRow("unknown option")
-            << QStringList{QStringLiteral("--list"), QStringLiteral("--colour")} << "colour";
-        // The board reads the same switches: it refuses what it does not know, too.
-        QTest::newRow("unknown option, board")
-            << QStringList{QStringLiteral("--colour")} << "colour";
-        QTest::newRow("bad moment")
-            << QStringList{QStringLiteral("--count-today"), QStringLiteral("--at"),
-                           QStringLiteral("tomorrow")}
-            << "--at";
-    }
-
-    void usageErrors() {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, reason);
-        Home home;
-        const Result result = home.run(arguments);
-        QCOMPARE(result.exitCode, 2);
-        QVERIFY(result.out.isEmpty());
-        QVERIFY2(QString::fromUtf8(result.err).contains(reason), result.err.constData());
-        QVERIFY(result.err.contains("tavik --help"));
-        QVERIFY(!QFileInfo::exists(home.dataHome()));
+        if (const QString written = row[QStringLiteral("writes")].toString(); !written.isEmpty()) {
+            // The one file the command was asked to write.
+            QVERIFY(QFileInfo::exists(home.path(written)));
+            QFile::remove(home.path(written));
+        }
+        if (row[QStringLiteral("unchanged")].toBool())
+            QCOMPARE(home.state(), before);
+        if (row[QStringLiteral("noData")].toBool())
+            QVERIFY(!QFileInfo::exists(home.dataHome()));
     }
 };
 

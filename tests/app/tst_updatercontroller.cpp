@@ -1,3 +1,4 @@
+#include "Fixtures.h"
 #include "Notifications.h"
 #include "ReleaseFeed.h"
 #include "UpdaterController.h"
@@ -5,6 +6,7 @@
 
 #include <QHttpServer>
 #include <QHttpServerResponse>
+#include <QMetaEnum>
 #include <QNetworkAccessManager>
 #include <QRegularExpression>
 #include <QSignalSpy>
@@ -100,133 +102,74 @@ private slots:
     void probe();
     void visibleCheck_data();
     void visibleCheck();
-    void silentServerIsGivenUp();
-    void cancelIsNotATimeout();
+    void silentServer();
     void startProbesAndAnswersCheckRequests();
     void emptyFeedNeverTouchesTheNetwork();
     void oneRequestAtATime();
-    void destroyedWhileWaiting();
 
 private:
     CountingNetwork m_network;
 };
 
-void TestUpdaterController::compareVersions_data() {
-    QTest::addColumn<QString>("a");
-    QTest::addColumn<QString>("b");
-    QTest::addColumn<int>("order");
-    const auto row = [](const char* a, const char* b, int order) {
-        QTest::newRow(qPrintable(QStringLiteral("%1 vs %2").arg(a, b))) << a << b << order;
-    };
-    row("1.10", "1.9", 1);                                       // numeric, not textual
-    row("1.2", "1.2.0", 0);                                      // trailing zero
-    row("1.2.0.1", "1.2", 1);                                    // longer is newer
-    row("01.002", "1.2", 0);                                     // leading zeros
-    row("1.100000000000000000000", "1.99999999999999999999", 1); // beyond 64 bits
-    row("1.3-beta", "1.2", 0);                                   // a suffix is not a version
-    row("1..3", "1.2", 0);                                       // empty component
-}
+#define ROWS(test, file)                                                                           \
+    void TestUpdaterController::test##_data() {                                                    \
+        QTest::addColumn<QJsonObject>("row");                                                      \
+        for (const QJsonValue& row : Fixture::rows(QStringLiteral(file)))                          \
+            Fixture::newRow(row.toObject()) << row.toObject();                                     \
+    }
+ROWS(compareVersions, "versions.json")
+ROWS(parseFeed, "feeds.json")
+ROWS(newerRelease, "newer_releases.json")
+ROWS(probe, "probes.json")
+ROWS(visibleCheck, "checks.json")
 
 void TestUpdaterController::compareVersions() {
-    QFETCH(QString, a);
-    QFETCH(QString, b);
-    QFETCH(int, order);
+    QFETCH(QJsonObject, row);
+    const QString a = row[QStringLiteral("a")].toString();
+    const QString b = row[QStringLiteral("b")].toString();
+    const int order = row[QStringLiteral("order")].toInt();
     QCOMPARE(VersionNumber::compare(a, b), order);
     QCOMPARE(VersionNumber::compare(b, a), -order);
 }
 
-void TestUpdaterController::parseFeed_data() {
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("version"); // empty: the feed is refused
-    QTest::addColumn<QString>("build");
-    const auto row = [](const char* tag, const QByteArray& body, const char* version,
-                        const char* build) { QTest::newRow(tag) << body << version << build; };
-    row("complete", feed(QStringLiteral("1.3.0"), QStringLiteral("42")), "1.3.0", "42");
-    row("build as number, extra member",
-        R"({"version":" 1.3 ","build":42,"url":"http://h/t","channel":"b"})", "1.3", "42");
-    row("no build", R"({"version":"1.3","url":"https://h/t"})", "1.3", "");
-    row("truncated", feed(QStringLiteral("1.3")).chopped(3), "", "");
-    row("array", R"([{"version":"1.3"}])", "", "");
-    row("version as number", R"({"version":1.10,"url":"https://h/t"})", "", "");
-    row("fractional build", R"({"version":"1.3","build":4.5,"url":"https://h/t"})", "", "");
-    row("notes as list", R"({"version":"1.3","notes":["a"],"url":"https://h/t"})", "", "");
-    row("relative url", R"({"version":"1.3","url":"/t.tar.gz"})", "", "");
-    row("file url", R"({"version":"1.3","url":"file:///etc/passwd"})", "", "");
-}
-
+// An empty "version" means the feed is refused.
 void TestUpdaterController::parseFeed() {
-    QFETCH(QByteArray, body);
-    QFETCH(QString, version);
-    QFETCH(QString, build);
-
+    QFETCH(QJsonObject, row);
+    const QString version = row[QStringLiteral("version")].toString();
     QString problem;
-    const std::optional<ReleaseInfo> release = ReleaseFeed::parse(body, &problem);
+    const std::optional<ReleaseInfo> release =
+        ReleaseFeed::parse(row[QStringLiteral("body")].toString().toUtf8(), &problem);
     QCOMPARE(release.has_value(), !version.isEmpty());
     QCOMPARE(problem.isEmpty(), release.has_value()); // a refusal always says why
     if (release) {
         QCOMPARE(release->version, version);
-        QCOMPARE(release->build, build);
+        QCOMPARE(release->build, row[QStringLiteral("build")].toString());
         QVERIFY(release->url.isValid());
     }
 }
 
-void TestUpdaterController::newerRelease_data() {
-    QTest::addColumn<QString>("version");
-    QTest::addColumn<QString>("build");
-    QTest::addColumn<bool>("newer");
-    // The running build is 1.2.0, build 7.
-    QTest::newRow("higher version, lower build") << "1.10"
-                                                 << "1" << true;
-    QTest::newRow("same version, rebuilt") << "1.2.0"
-                                           << "8" << true;
-    QTest::newRow("same version, build as text") << "1.2.0"
-                                                 << "nightly" << false;
-    QTest::newRow("older version, higher build") << "1.1.9"
-                                                 << "99" << false;
-}
-
+// The running build is 1.2.0, build 7.
 void TestUpdaterController::newerRelease() {
-    QFETCH(QString, version);
-    QFETCH(QString, build);
-    QFETCH(bool, newer);
-    const ReleaseInfo release{version, build, {}, QUrl(QStringLiteral("https://h/t"))};
-    QCOMPARE(ReleaseFeed::isNewer(release, QStringLiteral("1.2.0"), QStringLiteral("7")), newer);
-}
-
-void TestUpdaterController::probe_data() {
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<bool>("before");
-    QTest::addColumn<bool>("after");
-    QTest::addColumn<QString>("logLine");
-
-    const QByteArray newer = feed(QStringLiteral("1.3.0"));
-    const QByteArray same = feed(QStringLiteral("1.2"), QStringLiteral("7"));
-    const QByteArray older = feed(QStringLiteral("1.1.5"), QStringLiteral("100"));
-
-    QTest::newRow("newer") << "/feed" << newer << false << true
-                           << "Tavik\\[updater\\]: didFindValidUpdate 1\\.3\\.0$";
-    QTest::newRow("same") << "/feed" << same << false << false
-                          << "^Tavik\\[updater\\]: updaterDidNotFindUpdate$";
-    QTest::newRow("older clears") << "/feed" << older << true << false
-                                  << "^Tavik\\[updater\\]: updaterDidNotFindUpdate$";
-    QTest::newRow("malformed keeps") << "/feed" << QByteArray("{\"version\":") << true << true
-                                     << "^Tavik\\[updater\\]: didAbortWithError 更新信息格式无效";
-    QTest::newRow("404 keeps") << "/missing" << newer << true << true
-                               << "^Tavik\\[updater\\]: didAbortWithError .*HTTP 404";
+    QFETCH(QJsonObject, row);
+    const ReleaseInfo release{row[QStringLiteral("version")].toString(),
+                              row[QStringLiteral("build")].toString(),
+                              {},
+                              QUrl(QStringLiteral("https://h/t"))};
+    QCOMPARE(ReleaseFeed::isNewer(release, QStringLiteral("1.2.0"), QStringLiteral("7")),
+             row[QStringLiteral("newer")].toBool());
 }
 
 void TestUpdaterController::probe() {
-    QFETCH(QString, path);
-    QFETCH(QByteArray, body);
-    QFETCH(bool, before);
-    QFETCH(bool, after);
-    QFETCH(QString, logLine);
+    QFETCH(QJsonObject, row);
+    const bool before = row[QStringLiteral("before")].toBool();
+    const bool after = row[QStringLiteral("after")].toBool();
+    const QString logLine = row[QStringLiteral("log")].toString();
 
     FeedServer server;
-    server.body = body;
+    server.body = row[QStringLiteral("body")].toString().toUtf8();
     NotificationHub hub;
-    UpdaterController updater(&m_network, hub, options(server.url(path)));
+    UpdaterController updater(&m_network, hub,
+                              options(server.url(row[QStringLiteral("path")].toString())));
     updater.setUpdateAvailable(before);
     QSignalSpy posts(&hub, &NotificationHub::posted);
     QSignalSpy probes(&updater, &UpdaterController::probeFinished);
@@ -250,40 +193,26 @@ void TestUpdaterController::probe() {
     QVERIFY(!updater.isChecking());
 }
 
-void TestUpdaterController::visibleCheck_data() {
-    QTest::addColumn<QUrl>("url");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<QString>("message");
-
-    // Each row's server answers on its own port; only the path and body matter here.
-    QTest::newRow("newer") << QUrl(QStringLiteral("/feed")) << feed("1.3.0", "12")
-                           << int(Kind::UpdateFound) << QStringLiteral("发现新版本 1.3.0（12）");
-    QTest::newRow("same") << QUrl(QStringLiteral("/feed")) << feed("1.2.0", "7")
-                          << int(Kind::UpToDate) << QStringLiteral("已是最新版本");
-    QTest::newRow("404") << QUrl(QStringLiteral("/missing")) << feed("1.3.0") << int(Kind::Failed)
-                         << QStringLiteral("无法获取更新信息（HTTP 404）");
-    QTest::newRow("refused") << QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(closedPort()))
-                             << QByteArray() << int(Kind::Failed)
-                             << QStringLiteral("无法连接更新服务器（");
-}
-
+// Each row's server answers on its own port; the path "refused" goes to a closed one.
 void TestUpdaterController::visibleCheck() {
-    QFETCH(QUrl, url);
-    QFETCH(QByteArray, body);
-    QFETCH(int, kind);
-    QFETCH(QString, message);
+    QFETCH(QJsonObject, row);
+    const auto kind = Kind(QMetaEnum::fromType<Kind>().keyToValue(
+        row[QStringLiteral("kind")].toString().toLatin1().constData()));
+    const QString path = row[QStringLiteral("path")].toString();
 
     FeedServer server;
-    server.body = body;
+    server.body = row[QStringLiteral("body")].toString().toUtf8();
     NotificationHub hub;
-    UpdaterController updater(&m_network, hub,
-                              options(url.isRelative() ? server.url(url.path()) : url));
+    UpdaterController updater(
+        &m_network, hub,
+        options(path == QLatin1String("refused")
+                    ? QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(closedPort()))
+                    : server.url(path)));
     updater.setUpdateAvailable(true);
     QSignalSpy checks(&updater, &UpdaterController::checkFinished);
     QSignalSpy checking(&updater, &UpdaterController::checkingChanged);
 
-    QTest::ignoreMessage(kind == int(Kind::Failed) ? QtWarningMsg : QtInfoMsg,
+    QTest::ignoreMessage(kind == Kind::Failed ? QtWarningMsg : QtInfoMsg,
                          QRegularExpression(QStringLiteral("^Tavik\\[updater\\]: ")));
     updater.checkForUpdates();
     QVERIFY(updater.isChecking());
@@ -293,10 +222,11 @@ void TestUpdaterController::visibleCheck() {
     QCOMPARE(checking.count(), 2);
 
     const auto result = checks[0][0].value<UpdateCheckResult>();
-    QCOMPARE(int(result.kind), kind);
-    QVERIFY2(result.message.startsWith(message), qPrintable(result.message));
+    QCOMPARE(result.kind, kind);
+    QVERIFY2(result.message.startsWith(row[QStringLiteral("message")].toString()),
+             qPrintable(result.message));
     // Only an answer that finds nothing newer clears the flag; a failure leaves it.
-    QCOMPARE(updater.updateAvailable(), kind != int(Kind::UpToDate));
+    QCOMPARE(updater.updateAvailable(), kind != Kind::UpToDate);
     if (result.kind == Kind::UpdateFound) {
         QCOMPARE(result.version, QStringLiteral("1.3.0"));
         QCOMPARE(result.build, QStringLiteral("12"));
@@ -306,51 +236,58 @@ void TestUpdaterController::visibleCheck() {
     }
 }
 
-void TestUpdaterController::silentServerIsGivenUp() {
-
-    // Accepts connections (the kernel completes them) and never answers.
+// A server that accepts connections (the kernel completes them) and never answers.
+void TestUpdaterController::silentServer() {
     QTcpServer silent;
     QVERIFY(silent.listen(QHostAddress::LocalHost));
+    const QUrl url(QStringLiteral("http://127.0.0.1:%1/feed").arg(silent.serverPort()));
+    const auto inFlight = [&silent] { // a new request really reached the server
+        const bool arrived = QTest::qWaitFor([&] { return silent.hasPendingConnections(); }, 5000);
+        while (silent.hasPendingConnections())
+            silent.nextPendingConnection()->setParent(&silent);
+        return arrived;
+    };
     NotificationHub hub;
-    auto opts = options(QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(silent.serverPort())));
-    opts.requestTimeout = 200ms;
-    UpdaterController updater(&m_network, hub, opts);
-    updater.setUpdateAvailable(true);
     QSignalSpy posts(&hub, &NotificationHub::posted);
-    QSignalSpy done(&updater, &UpdaterController::checkFinished);
 
+    // Given up after the request timeout; the flag stays.
+    auto opts = options(url);
+    opts.requestTimeout = 200ms;
+    auto updater = std::make_unique<UpdaterController>(&m_network, hub, opts);
+    updater->setUpdateAvailable(true);
+    posts.clear();
+    QSignalSpy given(updater.get(), &UpdaterController::checkFinished);
     QTest::ignoreMessage(QtWarningMsg, "Tavik[updater]: didAbortWithError 连接更新服务器超时");
-    updater.checkForUpdates();
-    QVERIFY(done.wait(5000));
-
-    const auto result = done[0][0].value<UpdateCheckResult>();
-    QCOMPARE(result.kind, Kind::Failed);
-    QCOMPARE(result.message, QStringLiteral("连接更新服务器超时"));
-    QVERIFY(updater.updateAvailable());
+    updater->checkForUpdates();
+    QVERIFY(given.wait(5000));
+    QCOMPARE(given[0][0].value<UpdateCheckResult>().kind, Kind::Failed);
+    QCOMPARE(given[0][0].value<UpdateCheckResult>().message, QStringLiteral("连接更新服务器超时"));
+    QVERIFY(updater->updateAvailable());
+    QVERIFY(!updater->isChecking());
     QCOMPARE(posts.count(), 0);
-    QVERIFY(!updater.isChecking());
-}
+    QVERIFY(inFlight());
 
-void TestUpdaterController::cancelIsNotATimeout() {
-    QTcpServer silent;
-    QVERIFY(silent.listen(QHostAddress::LocalHost));
-    NotificationHub hub;
-    UpdaterController updater(
-        &m_network, hub,
-        options(QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(silent.serverPort()))));
-    QSignalSpy checks(&updater, &UpdaterController::checkFinished);
-
-    updater.checkForUpdates();
-    QTRY_VERIFY_WITH_TIMEOUT(silent.hasPendingConnections(), 5000); // really in flight
+    // Cancelled in flight: reported once, as cancelled. The reply's own canceled error
+    // arrives later and must not report a second time.
+    updater = std::make_unique<UpdaterController>(&m_network, hub, options(url));
+    QSignalSpy checks(updater.get(), &UpdaterController::checkFinished);
+    updater->checkForUpdates();
+    QVERIFY(inFlight());
     QTest::ignoreMessage(QtWarningMsg, "Tavik[updater]: didAbortWithError 已取消检查更新");
-    updater.cancelCheck();
-
+    updater->cancelCheck();
     QCOMPARE(checks.count(), 1);
     QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::Cancelled);
-    QVERIFY(!updater.isChecking());
-    // The reply's own canceled error arrives later and must not report a second time.
+    QVERIFY(!updater->isChecking());
     QTest::qWait(100);
     QCOMPARE(checks.count(), 1);
+
+    // Destroyed while waiting: the aborted reply finishes into nothing.
+    posts.clear();
+    updater->checkForUpdates();
+    QVERIFY(inFlight());
+    updater.reset();
+    QTest::qWait(100);
+    QCOMPARE(posts.count(), 0);
 }
 
 void TestUpdaterController::startProbesAndAnswersCheckRequests() {
@@ -423,22 +360,6 @@ void TestUpdaterController::oneRequestAtATime() {
     QCOMPARE(checks.count(), 1);
     QCOMPARE(probes.count(), 0);
     QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::UpdateFound);
-}
-
-void TestUpdaterController::destroyedWhileWaiting() {
-    QTcpServer silent;
-    QVERIFY(silent.listen(QHostAddress::LocalHost));
-    NotificationHub hub;
-    QSignalSpy posts(&hub, &NotificationHub::posted);
-    auto updater = std::make_unique<UpdaterController>(
-        &m_network, hub,
-        options(QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(silent.serverPort()))));
-    updater->checkForUpdates();
-    QTRY_VERIFY_WITH_TIMEOUT(silent.hasPendingConnections(), 5000);
-
-    updater.reset();
-    QTest::qWait(100); // the aborted reply finishes into nothing
-    QCOMPARE(posts.count(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestUpdaterController)

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # The board as a person meets it: the real binary in a real X window (Xvfb), driven with
 # xdotool, checked through `tavik --list --json`. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: board_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
 source "$(dirname "$0")/lib.sh" "$@"
@@ -41,8 +40,8 @@ key ctrl+n
 key Return
 check "a task created for 明天 lands in $tomorrow_column" \
     wait_for 5 bash -c "titles $tomorrow_column | grep -qxF '整理书架'"
-check "its day is tomorrow, $tomorrow" bash -c \
-    "board_json $tomorrow_column | python3 -c 'import json,sys; t=[t for t in json.load(sys.stdin)[\"columns\"][0][\"tasks\"] if t[\"title\"]==\"整理书架\"]; sys.exit(not (t and (t[0][\"dueDate\"] or \"\")[:10]==\"$tomorrow\"))'"
+check "its day is tomorrow, $tomorrow" \
+    bash -c '[ "$(task_field demo 整理书架 dueDate | cut -c2-11)" = "$0" ]' "$tomorrow"
 shot after-create
 
 # A list made with the strip's plus (a name, Return) and removed with its tab's menu. Lists
@@ -68,7 +67,7 @@ check "删除清单 in the tab's menu deletes 旅行" \
 check "the other lists stay" bash -c '[ "$(list_names | sort | tr "\n" " ")" = "个人 工作 " ]'
 
 # Ctrl+W closes the window; the process stays; `tavik --toggle` brings it back.
-xdotool windowfocus --sync "$WIN" 2>/dev/null || true
+focus_board
 key ctrl+w
 check "Ctrl+W hides the board" wait_for 5 board_hidden
 check "the process lives on in the tray" kill -0 "$APP"
@@ -77,8 +76,7 @@ check "tavik --toggle shows the board again" wait_for 10 window_id
 shot after-toggle
 
 # The same board in the dark appearance, for a person to look at.
-kill "$APP"
-wait "$APP" 2>/dev/null || true
+stop "$APP"
 TAVIK_APPEARANCE=dark start_board --seed-demo --debug-frame
 park_pointer
 shot board-dark

@@ -1,20 +1,10 @@
 #!/usr/bin/env bash
 # Drag and drop as a person does it: the real binary under Xvfb, the pointer driven by
 # xdotool, the outcome read back with `tavik --list --json`. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: drag_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
 source "$(dirname "$0")/lib.sh" "$@"
 
-# One field of the task titled $2 in column $1.
-field() {
-    board_json "$1" | python3 -c '
-import json, sys
-for task in json.load(sys.stdin)["columns"][0]["tasks"]:
-    if task["title"] == sys.argv[1]:
-        print(task[sys.argv[2]])' "$2" "$3"
-}
-export -f field
 # Whether a UTC timestamp falls on today's local date (TZ as this script sets it).
 is_today() {
     python3 -c '
@@ -53,18 +43,18 @@ shot drag-after-column
 check "the dragged task sits between the two it was dropped between" \
     bash -c "[ \"\$(titles today | grep -xF -A1 -B1 '$moved' | paste -sd'|')\" = '$upper|$moved|$lower' ]"
 check "it has left 稍后" bash -c "! titles later | grep -qxF '$moved'"
-check "its day is today now" is_today "$(field today "$moved" dueDate)"
+check "its day is today now" is_today "$(task_field demo "$moved" dueDate | tr -d '"')"
 
 # 2. A task of 稍后 onto the tab of the list 工作: its list changes, its place does not.
 retagged=$(titles later | sed -n 2p)
 check "the task to file under 工作 is not there yet" \
-    bash -c "[ \"\$(field later '$retagged' list)\" != '工作' ]"
+    bash -c '! field_is demo "$0" list "\"工作\""' "$retagged"
 press 80 213
 glide 335 55
 shot drag-mid-tab
 release
 check "a drop on a list's tab files the task under it" \
-    wait_for 5 bash -c "[ \"\$(field later '$retagged' list)\" = '工作' ]"
+    wait_for 5 field_is demo "$retagged" list '"工作"'
 check "it keeps its place in 稍后" bash -c "[ \"\$(titles later | sed -n 2p)\" = '$retagged' ]"
 
 # 3. A drop on 全部 takes the list away.
@@ -73,7 +63,7 @@ press 110 90
 glide 262 55
 release
 check "a drop on 全部 clears the list" \
-    wait_for 5 bash -c "[ \"\$(field later '$untagged' list)\" = 'None' ]"
+    wait_for 5 field_is demo "$untagged" list null
 shot drag-after-tabs
 
 # 4. Less than 8 points of movement is a click: on the check box it completes the task.

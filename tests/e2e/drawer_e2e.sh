@@ -3,23 +3,10 @@
 # row's menu with the mouse, a formatted note typed with xdotool and its shortcuts, the
 # outcome read back with `tavik --list --json`, across a quit and a restart. Then a note
 # longer than the card, which scrolls inside it. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: drawer_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
 source "$(dirname "$0")/lib.sh" "$@"
 
-# note_is STORE TITLE FIELD JSON: the task titled TITLE (any column) in the demo store
-# ("demo") or the real one ("real") has FIELD equal to the JSON value given.
-note_is() {
-    local store=()
-    [ "$1" = demo ] && store=(--seed-demo)
-    "$TAVIK" "${store[@]}" --list --json | python3 -c '
-import json, sys
-board = json.load(sys.stdin)
-tasks = [t for c in board["columns"] for t in c["tasks"] if t["title"] == sys.argv[1]]
-sys.exit(0 if len(tasks) == 1 and tasks[0].get(sys.argv[2], "absent") == json.loads(sys.argv[3]) else 1)' \
-        "$2" "$3" "$4"
-}
 # The field FIELD of the task titled TITLE in the real store's backup, as JSON.
 exported() { # exported TITLE FIELD
     "$TAVIK" --export | python3 -c '
@@ -27,7 +14,7 @@ import json, sys
 print(json.dumps([t[sys.argv[2]] for t in json.load(sys.stdin)["tasks"] if t["title"] == sys.argv[1]]))' \
         "$1" "$2"
 }
-export -f note_is exported
+export -f exported
 
 # The card's box in a screenshot, "left top right bottom" in screen pixels: the first and
 # last pixels of card colour (lighter than anything of the dimmed board) down the window's
@@ -55,28 +42,24 @@ PY
 }
 # card_fits SHOT HEIGHT: the card is 520 wide, HEIGHT high and centred in the window (each
 # within 2 pixels).
+near() { [ $(($1 - $2)) -ge -2 ] && [ $(($1 - $2)) -le 2 ]; }
 card_fits() {
     local left top right bottom
     read -r left top right bottom < <(card_box "$1")
     echo "card in $1: x $((left - X))..$((right - X)), y $((top - Y))..$((bottom - Y))"
-    [ $((right - left + 1 - 520)) -ge -2 ] && [ $((right - left + 1 - 520)) -le 2 ] &&
-        [ $((bottom - top + 1 - $2)) -ge -2 ] && [ $((bottom - top + 1 - $2)) -le 2 ] &&
-        [ $(((left - X) - (X + WIDTH - 1 - right))) -ge -2 ] &&
-        [ $(((left - X) - (X + WIDTH - 1 - right))) -le 2 ] &&
-        [ $(((top - Y) - (Y + HEIGHT - 1 - bottom))) -ge -2 ] &&
-        [ $(((top - Y) - (Y + HEIGHT - 1 - bottom))) -le 2 ]
+    near $((right - left + 1)) 520 && near $((bottom - top + 1)) "$2" &&
+        near $((left - X)) $((X + WIDTH - 1 - right)) && near $((top - Y)) $((Y + HEIGHT - 1 - bottom))
 }
-# The note area of the card in SHOT, as a crop geometry: below the title and the divider,
-# inside the padding.
-note_area() {
+# card_area SHOT note|header: as a crop geometry, inside the padding, the card's note (below
+# the title and the divider) or its title row.
+card_area() {
     local left top right bottom
     read -r left top right bottom < <(card_box "$1")
-    echo "$((right - left - 40))x$((bottom - top - 90))+$((left + 20))+$((top + 66))"
-}
-header_area() {
-    local left top right bottom
-    read -r left top right bottom < <(card_box "$1")
-    echo "$((right - left - 40))x40+$((left + 20))+$((top + 8))"
+    if [ "$2" = note ]; then
+        echo "$((right - left - 40))x$((bottom - top - 90))+$((left + 20))+$((top + 66))"
+    else
+        echo "$((right - left - 40))x40+$((left + 20))+$((top + 8))"
+    fi
 }
 # Pixels that differ between the same GEOMETRY of two screenshots (anti-aliasing aside).
 pixels_differ() { # pixels_differ SHOT_A SHOT_B GEOMETRY
@@ -139,7 +122,7 @@ check "the long-note store imports" "$TAVIK" --import "$WORK/long.json"
 # 1. The demo board: the drawer of 预约牙医 (top of 本周) from its row's menu.
 start_board --seed-demo --debug-frame
 shot drawer-board
-check "预约牙医 starts without a note" note_is demo 预约牙医 richNote null
+check "预约牙医 starts without a note" field_is demo 预约牙医 richNote null
 open_drawer 470 103
 shot drawer-open
 check "详情 opens the card, 520 by 400, centred" card_fits drawer-open 400
@@ -166,19 +149,17 @@ check "Escape takes the card away" card_gone drawer-closed
 formatted='{"runs": [{"text": "先问 "}, {"text": "周三上午", "bold": true},
     {"text": " 有没有空，"}, {"text": "带上医保卡", "italic": true}, {"text": "\n"},
     {"text": "复查智齿", "bullet": true}]}'
-plain='"先问 周三上午 有没有空，带上医保卡\n复查智齿"'
 check "the closed card's note is stored with its formatting" \
-    wait_for 5 note_is demo 预约牙医 richNote "$formatted"
-check "the plain note follows" note_is demo 预约牙医 note "$plain"
+    wait_for 5 field_is demo 预约牙医 richNote "$formatted"
 
 # 2. Quit and start again: the same drawer shows the same note.
 quit_board
-check "the formatting is in the store after quitting" note_is demo 预约牙医 richNote "$formatted"
+check "the formatting is in the store after quitting" field_is demo 预约牙医 richNote "$formatted"
 start_board --seed-demo --debug-frame
 open_drawer 470 103
 shot drawer-reopened
 check "the reopened card is the same size" card_fits drawer-reopened 400
-area=$(note_area drawer-typed)
+area=$(card_area drawer-typed note)
 # Only the caret of the typed card may differ.
 check "the reopened note looks as it did when typed" \
     fewer_than "$(pixels_differ drawer-typed drawer-reopened "$area")" 150
@@ -192,7 +173,7 @@ typed "，顺便洗牙"
 sleep 0.3
 shot drawer-before-quit
 quit_board
-check "a note typed into an open card survives Ctrl+Q" note_is demo 预约牙医 richNote \
+check "a note typed into an open card survives Ctrl+Q" field_is demo 预约牙医 richNote \
     '{"runs": [{"text": "先问 "}, {"text": "周三上午", "bold": true},
     {"text": " 有没有空，"}, {"text": "带上医保卡", "italic": true}, {"text": "\n"},
     {"text": "复查智齿，顺便洗牙", "bullet": true}]}'
@@ -209,17 +190,11 @@ check "hiding the board stores the open card's note" \
     wait_for 5 bash -c "board_json thisWeek | grep -qF '带牙刷'"
 "$TAVIK" --toggle
 wait_for 10 window_id
-WIN=$(window_id)
-xdotool windowfocus --sync "$WIN" 2>/dev/null || true
+focus_board
 quit_board
 
 # 3. The imported store: a note taller than the window's limit scrolls inside the card.
-check "an undecodable noteData lists as no formatting" note_is real 旧备注 richNote null
-check "with its plain note shown" note_is real 旧备注 note '"格式数据坏了\n文字还在"'
-long_rich=$("$TAVIK" --list --json | python3 -c '
-import json, sys
-print(json.dumps([t["richNote"] for c in json.load(sys.stdin)["columns"] for t in c["tasks"]
-                  if t["title"] == "长备注"][0]))')
+long_rich=$(task_field real 长备注 richNote)
 long_updated=$(exported 长备注 updatedAt)
 start_board --debug-frame
 open_drawer 110 103
@@ -232,10 +207,10 @@ xdotool click --repeat 6 --delay 80 5
 sleep 0.8
 shot drawer-long-scrolled
 check "the wheel scrolls the note" \
-    more_than "$(pixels_differ drawer-long drawer-long-scrolled "$(note_area drawer-long)")" 1000
+    more_than "$(pixels_differ drawer-long drawer-long-scrolled "$(card_area drawer-long note)")" 1000
 check "the card stays where it was" card_fits drawer-long-scrolled $((HEIGHT - 80))
 check "the title row does not scroll with the note" \
-    fewer_than "$(pixels_differ drawer-long drawer-long-scrolled "$(header_area drawer-long)")" 20
+    fewer_than "$(pixels_differ drawer-long drawer-long-scrolled "$(card_area drawer-long header)")" 20
 # A click beside the card closes it; the note it writes back is the one it read.
 xdotool mousemove --window "$WIN" 60 $((HEIGHT - 40)) click 1
 sleep 0.5
@@ -244,15 +219,15 @@ check "a click outside takes the card away" card_gone drawer-long-closed
 check "closing writes the long note back (a new updatedAt)" \
     wait_for 5 bash -c "[ \"\$(exported 长备注 updatedAt)\" != '$long_updated' ]"
 check "the long note comes back from the editor as it went in" \
-    note_is real 长备注 richNote "$long_rich"
+    field_is real 长备注 richNote "$long_rich"
 
 # The damaged note opens as its plain text and goes back as that text, nothing lost.
 open_drawer 470 103
 shot drawer-damaged
 key Escape
 check "the damaged note returns as its plain text" \
-    wait_for 5 note_is real 旧备注 richNote '{"runs": [{"text": "格式数据坏了\n文字还在"}]}'
-check "and its plain note is unchanged" note_is real 旧备注 note '"格式数据坏了\n文字还在"'
+    wait_for 5 field_is real 旧备注 richNote '{"runs": [{"text": "格式数据坏了\n文字还在"}]}'
+check "and its plain note is unchanged" field_is real 旧备注 note '"格式数据坏了\n文字还在"'
 quit_board
 
 e2e_finish

@@ -17,20 +17,17 @@ locks_are() { [ "$("$KEYGRAB" locks)" = "$1" ]; }
 # also switch the lock keys off around the press.
 alt_j() { xdotool key alt+j; }
 
-start_tavik() { # start_tavik LOG
-    "$TAVIK" --seed-demo --debug-frame >"$1" 2>&1 &
-    APP=$!
-    E2E_PIDS+=("$APP")
-}
-stop_tavik() {
-    kill "$APP" 2>/dev/null || true
-    wait "$APP" 2>/dev/null || true
+start_tavik() { BOARD_LOG=$1 start_board --seed-demo --debug-frame; }
+# start_rival LOG VARIANT...: another client holds Alt+J with those lock states.
+start_rival() {
+    spawn "$1" "$KEYGRAB" grab --hold "${@:2}"
+    RIVAL=$PID
+    check "the rival client holds Alt+J (${*:2})" wait_for 5 grep -qx holding "$1"
 }
 
 # --- 1. Alt+J hides and shows the board, whatever the lock keys say ---------------------------
 
 start_tavik "$WORK/tavik.log"
-check "the board window appears" wait_for 20 board_shown
 park_pointer
 sleep 0.7
 shot hotkey-board
@@ -62,17 +59,12 @@ for locks in "Num_Lock:caps=0 num=1" "Caps_Lock:caps=1 num=0" "Num_Lock Caps_Loc
     check "lock keys off again" wait_for 3 locks_are "caps=0 num=0"
 done
 check "a free Alt+J logged no failure" bash -c "! grep -qF 'RegisterEventHotKey failed' '$WORK/tavik.log'"
-stop_tavik
+stop "$APP"
 
 # --- 2. Another client took Alt+J first ---------------------------------------------------------
 
-"$KEYGRAB" grab --hold plain caps num capsnum >"$WORK/rival.log" 2>&1 &
-RIVAL=$!
-E2E_PIDS+=("$RIVAL")
-check "the rival client holds Alt+J" wait_for 5 grep -qx holding "$WORK/rival.log"
-
+start_rival "$WORK/rival.log" plain caps num capsnum
 start_tavik "$WORK/tavik-taken.log"
-check "the board window appears beside the rival" wait_for 20 board_shown
 check "Tavik logs that Alt+J is taken" wait_for 5 grep -qF "$FAILED_LINE" "$WORK/tavik-taken.log"
 park_pointer
 sleep 0.7
@@ -85,26 +77,21 @@ check "Alt+J goes to the client that holds it" \
 sleep 1
 check "Alt+J leaves Tavik's board alone" board_shown
 
-xdotool windowfocus --sync "$(window_id)" 2>/dev/null || true
+focus_board
 "$TAVIK" --toggle
 check "tavik --toggle hides the board" wait_for 10 board_hidden
 "$TAVIK" --toggle
 check "tavik --toggle shows it again" wait_for 10 board_shown
 shot hotkey-taken-toggled-on
-stop_tavik
-kill "$RIVAL" 2>/dev/null || true
-wait "$RIVAL" 2>/dev/null || true
+stop "$APP"
+stop "$RIVAL"
 
 # --- 3. The rival holds only the NumLock variant -------------------------------------------------
 # Tavik's grab stops half way; what it had already taken must be given back, or Alt+J would
 # work without NumLock and vanish with it.
 
-"$KEYGRAB" grab --hold num >"$WORK/rival-num.log" 2>&1 &
-RIVAL=$!
-E2E_PIDS+=("$RIVAL")
-check "the rival client holds Alt+NumLock+J" wait_for 5 grep -qx holding "$WORK/rival-num.log"
+start_rival "$WORK/rival-num.log" num
 start_tavik "$WORK/tavik-partial.log"
-check "the board window appears" wait_for 20 board_shown
 check "Tavik logs the half-taken combo" wait_for 5 grep -qF "$FAILED_LINE" "$WORK/tavik-partial.log"
 for variant in plain caps capsnum; do
     check "Tavik gave back Alt+J with lock state '$variant'" bash -c "'$KEYGRAB' grab $variant >/dev/null"
@@ -113,6 +100,6 @@ sleep 0.5
 alt_j
 sleep 1
 check "plain Alt+J does not toggle a half-registered hot key" board_shown
-stop_tavik
+stop "$APP"
 
 e2e_finish

@@ -64,7 +64,21 @@ e2e_finish() {
 board_json() { "$TAVIK" --seed-demo --list "$1" --json; }
 # Titles of one column (or "done"), top to bottom.
 titles() { board_json "$1" | python3 -c 'import json,sys; print("\n".join(t["title"] for t in json.load(sys.stdin)["columns"][0]["tasks"]))' 2>/dev/null; }
-export -f titles board_json
+# task_field STORE TITLE FIELD: as JSON, one field of the task titled TITLE (any column) in
+# the demo store ("demo") or the real one ("real"); "missing" unless exactly one has the title.
+task_field() {
+    local store=()
+    [ "$1" = demo ] && store=(--seed-demo)
+    "$TAVIK" "${store[@]}" --list --json | python3 -c '
+import json, sys
+tasks = [t for c in json.load(sys.stdin)["columns"] for t in c["tasks"] if t["title"] == sys.argv[1]]
+print(json.dumps(tasks[0].get(sys.argv[2], "absent") if len(tasks) == 1 else "missing"))' "$2" "$3"
+}
+field_is() { # field_is STORE TITLE FIELD JSON
+    python3 -c 'import json, sys; sys.exit(json.loads(sys.argv[1]) != json.loads(sys.argv[2]))' \
+        "$(task_field "$1" "$2" "$3")" "$4"
+}
+export -f titles board_json task_field field_is
 shot() { import -window root "$ARTIFACTS/$1.png"; }
 window_id() { xdotool search --onlyvisible --name '^Tavik$' 2>/dev/null | head -n1; }
 board_shown() { [ -n "$(window_id)" ]; }
@@ -95,17 +109,32 @@ refocus_board() {
     sleep 0.5
 }
 
-# Starts the board with ARGS (output in $WORK/tavik.log), checks that its window appears and
-# gives it the keyboard. Sets APP (the process), WIN (the window) and its X, Y, WIDTH, HEIGHT.
+# spawn LOG COMMAND...: runs COMMAND in the background, stopped on exit; sets PID.
+spawn() {
+    local log=$1
+    shift
+    "$@" >"$log" 2>&1 &
+    PID=$!
+    E2E_PIDS+=("$PID")
+}
+stop() { # stop PID: ends a process of ours and waits for it
+    kill "$1" 2>/dev/null || true
+    wait "$1" 2>/dev/null || true
+}
+# Starts the board with ARGS (output in $BOARD_LOG, else $WORK/tavik.log), checks that its
+# window appears and gives it the keyboard. Sets APP (the process), WIN (the window) and its
+# X, Y, WIDTH, HEIGHT.
 start_board() {
-    "$TAVIK" "$@" >"$WORK/tavik.log" 2>&1 &
-    APP=$!
-    E2E_PIDS+=("$APP")
+    spawn "${BOARD_LOG:-$WORK/tavik.log}" "$TAVIK" "$@"
+    APP=$PID
     check "the board window appears" wait_for 20 window_id
-    WIN=$(window_id)
+    focus_board
     eval "$(xdotool getwindowgeometry --shell "$WIN")"
-    xdotool windowfocus --sync "$WIN" 2>/dev/null || true
     sleep 1
+}
+focus_board() {
+    WIN=$(window_id)
+    xdotool windowfocus --sync "$WIN" 2>/dev/null || true
 }
 quit_board() {
     key ctrl+q

@@ -3,7 +3,6 @@
 # display. Three tasks remind at the start of the coming minute; each notification is
 # answered the way a person answers dunst (its context menu, a click), and
 # `tavik --list --json` shows what became of the task. Screenshots go to $TAVIK_ARTIFACTS.
-# Usage: reminder_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
 source "$(dirname "$0")/lib.sh" "$@"
@@ -20,12 +19,7 @@ cat >"$WORK/dunstrc" <<EOF
     height = 200
     origin = top-right
     offset = 30x30
-    padding = 14
-    horizontal_padding = 16
     frame_width = 2
-    frame_color = "#5b5bd6"
-    separator_height = 2
-    gap_size = 8
     markup = full
     format = "<b>%s</b>\n%b"
     show_indicators = yes
@@ -34,29 +28,20 @@ cat >"$WORK/dunstrc" <<EOF
     mouse_left_click = do_action, close_current
     mouse_middle_click = none
     mouse_right_click = none
-[urgency_low]
-    background = "#ffffff"
-    foreground = "#1c2024"
-    timeout = 0
 [urgency_normal]
     background = "#ffffff"
     foreground = "#1c2024"
     timeout = 0
-[urgency_critical]
-    background = "#ffffff"
-    foreground = "#1c2024"
-    timeout = 0
 EOF
-dunst -config "$WORK/dunstrc" >"$WORK/dunst.log" 2>&1 &
-E2E_PIDS+=("$!")
+spawn "$WORK/dunst.log" dunst -config "$WORK/dunstrc"
+# Asked before dunst owns the name, dunstctl would have the bus start another one.
 server_up() {
     dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
         org.freedesktop.DBus.NameHasOwner string:org.freedesktop.Notifications 2>/dev/null |
         grep -q 'boolean true'
 }
 check "dunst owns the notification name" wait_for 10 server_up
-displayed() { dunstctl count displayed; }
-displayed_is() { [ "$(displayed)" = "$1" ]; }
+displayed_is() { [ "$(dunstctl count displayed)" = "$1" ]; }
 
 # --- a store whose reminders all fall in the coming minute --------------------------------------
 
@@ -117,9 +102,7 @@ pending_is() { [ "$(pending_triggers)" = "$1" ]; }
 
 # --- Tavik in the tray waits for the minute ------------------------------------------------------
 
-"$TAVIK" --background >"$WORK/tavik.log" 2>&1 &
-APP=$!
-E2E_PIDS+=("$APP")
+spawn "$WORK/tavik.log" "$TAVIK" --background
 PENDING=$XDG_DATA_HOME/tavik/pending-notifications.json
 check "three requests wait for the start of the minute" \
     wait_for 5 pending_is "$MINUTE $MINUTE $MINUTE"

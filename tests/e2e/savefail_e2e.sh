@@ -2,7 +2,6 @@
 # A store that cannot be written while the board runs: another process holds SQLite's write
 # lock. The first failing save shows the alert, a second one does not stack another, the
 # board goes on working, and once the lock is gone the next save writes every change.
-# Usage: savefail_e2e.sh TAVIK_BINARY    (lib.sh runs it on a private session bus)
 set -euo pipefail
 
 source "$(dirname "$0")/lib.sh" "$@"
@@ -45,14 +44,13 @@ check "the alert names the failure" grep -q 'save FAILED after tasksChanged' "$W
 check "nothing reached the store while it was locked" bash -c "! titles done | grep -qxF '$first_today'"
 
 # The user answers 好.
-ALERT=$(alert_ids | head -n1)
-xdotool windowfocus --sync "$ALERT" 2>/dev/null || true
+xdotool windowfocus --sync "$(alert_ids | head -n1)" 2>/dev/null || true
 xdotool key Return
 check "好 closes the alert" wait_for 5 alert_gone
 
 # 2. A second change while the store is still locked: the save fails again, without a
 # second alert, and the board keeps taking input.
-xdotool windowfocus --sync "$WIN" 2>/dev/null || true
+focus_board
 sleep 0.3
 before=$(failed_saves)
 key ctrl+n

@@ -1,4 +1,5 @@
 #include "Clock.h"
+#include "Fixtures.h"
 #include "NotificationCenter.h"
 #include "ReminderTestSupport.h"
 
@@ -55,7 +56,12 @@ private slots:
         ManualClock clock(start);
         auto center = makeCenter(clock);
         const QDateTime moment = start.addSecs(300);
+        // The same identifier replaces; the earliest request gives the next moment.
+        center->add(request(QStringLiteral("A"), start.addSecs(600), QStringLiteral("家")));
+        center->add(request(QStringLiteral("B"), start.addSecs(200)));
         center->add(request(QStringLiteral("A"), moment));
+        QCOMPARE(center->nextTrigger(), start.addSecs(200));
+        center->removePending({QStringLiteral("B"), QStringLiteral("nothing")});
         QCOMPARE(center->nextTrigger(), moment);
 
         clock.setNow(moment.addMSecs(-1));
@@ -80,38 +86,12 @@ private slots:
         QCOMPARE(m_desktop->notifyCalls().size(), 1);
     }
 
-    void addReplacesTheSameIdentifier() {
-        ManualClock clock(start);
-        auto center = makeCenter(clock);
-        center->add(request(QStringLiteral("A"), start.addSecs(600)));
-        center->add(request(QStringLiteral("B"), start.addSecs(900)));
-        center->add(request(QStringLiteral("A"), start.addSecs(1200), QStringLiteral("家")));
-
-        const QList<NotificationRequest> pending = center->pendingRequests();
-        QCOMPARE(pending.size(), 2);
-        QCOMPARE(pending.at(0).identifier, QStringLiteral("B"));
-        QCOMPARE(pending.at(1).body, QStringLiteral("家"));
-        QCOMPARE(center->nextTrigger(), start.addSecs(900));
-
-        center->removePending({QStringLiteral("B"), QStringLiteral("nothing")});
-        QCOMPARE(center->nextTrigger(), start.addSecs(1200));
-    }
-
-    void restartAfterTheMomentDeliversLateOnce_data() {
-        QTest::addColumn<QString>("body");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("with a list")
-            << QStringLiteral("工作") << QStringLiteral("工作（错过的提醒）");
-        QTest::newRow("without a list") << QString() << QStringLiteral("（错过的提醒）");
-    }
-
+    // Without a list, the late mark stands alone; serverMissingAtTheMomentLosesNothing has
+    // one after a list.
     void restartAfterTheMomentDeliversLateOnce() {
-        QFETCH(QString, body);
-        QFETCH(QString, shown);
-
         ManualClock clock(start);
         const QDateTime moment = start.addSecs(3600);
-        makeCenter(clock)->add(request(QStringLiteral("A"), moment, body));
+        makeCenter(clock)->add(request(QStringLiteral("A"), moment, QString()));
 
         clock.setNow(moment.addSecs(7200));
         {
@@ -120,7 +100,8 @@ private slots:
             QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
             QCOMPARE(m_desktop->notifyCalls().constFirst().at(3).toString(),
                      QStringLiteral("写周报"));
-            QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(), shown);
+            QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(),
+                     QStringLiteral("（错过的提醒）"));
             QTest::qWait(100);
         }
 
@@ -132,12 +113,26 @@ private slots:
     }
 
     void unreadableStoreIsKeptAside() {
-        QFile file(storePath());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("{\"pending\": [ not json");
-        file.close();
-
+        const auto writeStore = [this](const QByteArray& bytes) {
+            QFile file(storePath());
+            return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+        };
+        // Entries without a usable trigger or identifier are skipped, the rest kept.
+        const QJsonObject good = request(QStringLiteral("A"), start.addSecs(600)).toJson();
+        QJsonObject noTrigger = good;
+        noTrigger.insert(QStringLiteral("identifier"), QStringLiteral("B"));
+        noTrigger.insert(QStringLiteral("trigger"), QStringLiteral("someday"));
+        QJsonObject noIdentifier = good;
+        noIdentifier.remove(QStringLiteral("identifier"));
+        QVERIFY(writeStore(QJsonDocument(QJsonObject{{QStringLiteral("pending"),
+                                                      QJsonArray{noTrigger, good, noIdentifier}}})
+                               .toJson()));
         ManualClock clock(start);
+        QCOMPARE(makeCenter(clock)->pendingRequests(),
+                 QList{request(QStringLiteral("A"), start.addSecs(600))});
+
+        // A file that is no JSON at all is kept aside for a person, and the centre starts empty.
+        QVERIFY(writeStore("{\"pending\": [ not json"));
         {
             auto center = makeCenter(clock);
             QVERIFY(center->pendingRequests().isEmpty());
@@ -146,65 +141,37 @@ private slots:
         QFile aside(storePath() + QStringLiteral(".corrupt"));
         QVERIFY(aside.open(QIODevice::ReadOnly));
         QCOMPARE(aside.readAll(), QByteArray("{\"pending\": [ not json"));
-
         QCOMPARE(makeCenter(clock)->pendingRequests().size(), 1);
     }
 
-    void malformedEntriesAreSkipped() {
-        const QJsonObject good = request(QStringLiteral("A"), start.addSecs(600)).toJson();
-        QJsonObject noTrigger = good;
-        noTrigger.insert(QStringLiteral("identifier"), QStringLiteral("B"));
-        noTrigger.insert(QStringLiteral("trigger"), QStringLiteral("someday"));
-        QJsonObject noIdentifier = good;
-        noIdentifier.remove(QStringLiteral("identifier"));
-        const QJsonObject root{
-            {QStringLiteral("pending"), QJsonArray{noTrigger, good, noIdentifier}}};
-
-        QFile file(storePath());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(QJsonDocument(root).toJson());
-        file.close();
-
-        ManualClock clock(start);
-        auto center = makeCenter(clock);
-        QCOMPARE(center->pendingRequests(),
-                 QList{request(QStringLiteral("A"), start.addSecs(600))});
-    }
-
     void serverAnswers_data() {
-        QTest::addColumn<QString>("signal");
-        QTest::addColumn<bool>("ownNotification");
-        QTest::addColumn<QVariant>("argument");
-        QTest::addColumn<QString>("response"); // empty: none
-
-        QTest::newRow("button") << "action" << true << QVariant("TWO") << "TWO";
-        QTest::newRow("closed by the user") << "closed" << true << QVariant(2u) << "dismiss";
-        QTest::newRow("expired") << "closed" << true << QVariant(1u) << "";
-        QTest::newRow("closed by a call") << "closed" << true << QVariant(3u) << "";
-        QTest::newRow("someone else's action") << "action" << false << QVariant("TWO") << "";
+        QTest::addColumn<QJsonObject>("row");
+        for (const QJsonValue& row : Fixture::rows(QStringLiteral("server_answers.json")))
+            Fixture::newRow(row.toObject()) << row.toObject();
     }
 
+    // A server's signal about our notification, or another's; "response" is what the centre
+    // reports, empty for nothing.
     void serverAnswers() {
-        QFETCH(QString, signal);
-        QFETCH(bool, ownNotification);
-        QFETCH(QVariant, argument);
-        QFETCH(QString, response);
+        QFETCH(QJsonObject, row);
+        const QString response = row[QStringLiteral("response")].toString();
 
         ManualClock clock(start);
         auto center = makeCenter(clock);
         const uint tested = deliver(*center, clock, QStringLiteral("TESTED"));
         const uint sentinel = deliver(*center, clock, QStringLiteral("SENTINEL"));
         QVERIFY(tested != 0 && sentinel != 0 && tested != sentinel);
-        const uint target = ownNotification ? tested : sentinel + 100;
+        const uint target = row[QStringLiteral("own")].toBool() ? tested : sentinel + 100;
 
         QSignalSpy responses(center.get(), &NotificationCenter::responseReceived);
         // Twice: a notification is answered at most once. The sentinel's answer comes last, as
         // signals of one sender arrive in order.
         for (int i = 0; i < 2; ++i) {
-            if (signal == QLatin1String("action"))
+            const QJsonValue argument = row[QStringLiteral("argument")];
+            if (argument.isString())
                 m_desktop->actionInvoked(target, argument.toString());
             else
-                m_desktop->notificationClosed(target, argument.toUInt());
+                m_desktop->notificationClosed(target, uint(argument.toInt()));
         }
         m_desktop->actionInvoked(sentinel, QStringLiteral("ONE"));
         QTRY_VERIFY(!responses.isEmpty() &&
