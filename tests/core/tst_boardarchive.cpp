@@ -1,10 +1,10 @@
 #include "BoardArchive.h"
 #include "BoardTestSupport.h"
-#include "Fixtures.h"
 #include "ModelContext.h"
 #include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -171,11 +171,7 @@ private slots:
             QVERIFY2(bare[QLatin1String(none)].isNull(), none);
     }
 
-    void refusals_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("archive_refusals.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
-    }
+    void refusals_data() { TestData::addRows("archive_refusals.json"); }
 
     void refusals() {
         QFETCH(QJsonObject, row);

@@ -79,32 +79,9 @@ QString uuidString(const QUuid& id) {
 }
 
 enum class ListRef { none, known, unknown };
-enum class Start { unplanned, thisWeekOnly, byHandToday, explicitFriday, explicitOverdue };
-
-// Gives a task the plan a case starts from; Friday is 2024-06-14, overdue is 2024-06-03.
-void plan(TaskItem* task, Start start, const QDateTime& now) {
-    const IsoCalendar calendar;
-    switch (start) {
-    case Start::unplanned:
-        break;
-    case Start::thisWeekOnly:
-        task->move(Bucket::thisWeek, now, calendar);
-        break;
-    case Start::byHandToday:
-        task->move(Bucket::today, now, calendar);
-        break;
-    case Start::explicitFriday:
-        task->schedule(local(2024, 6, 14), now, calendar);
-        break;
-    case Start::explicitOverdue:
-        task->schedule(local(2024, 6, 3), now, calendar);
-        break;
-    }
-}
 
 } // namespace
 Q_DECLARE_METATYPE(ListRef)
-Q_DECLARE_METATYPE(Start)
 
 class TestBoardModel : public QObject {
     Q_OBJECT
@@ -222,24 +199,15 @@ private slots:
                  storedKept ? raw : uuidString(list->id()));
     }
 
-    void deletedListTakesTheSelection_data() {
-        QTest::addColumn<bool>("throughBoard");
-        QTest::newRow("deleteCategory") << true;
-        QTest::newRow("removed elsewhere (sync)") << false;
-    }
-
+    // A list removed behind the board's back (sync) takes the selection along.
     void deletedListTakesTheSelection() {
-        QFETCH(bool, throughBoard);
         Board board;
         TaskCategory* list = board.addList("工作", 1);
         TaskCategory* other = board.addList("个人", 2);
         TaskItem* task = board.add("t", 1, Bucket::later, list);
         board.model->setSelectedCategoryId(list->id());
 
-        if (throughBoard)
-            board.model->deleteCategory(list);
-        else
-            board.store.context->remove(list);
+        board.store.context->remove(list);
 
         QVERIFY(!board.model->selectedCategoryId());
         QCOMPARE(board.store.preferences->selectedListId(), QString());
@@ -340,22 +308,23 @@ private slots:
 
     // A task is planned again only when the draft's day differs from the one it has.
     void saveEditPlan_data() {
-        QTest::addColumn<Start>("start");
+        QTest::addColumn<Bucket>("placed"); // by hand, unless there is an explicit day
+        QTest::addColumn<QDateTime>("explicitDay");
         QTest::addColumn<QDateTime>("draftDue");
         QTest::addColumn<bool>("rescheduled");
-        QTest::newRow("placed in today by hand, day untouched")
-            << Start::byHandToday << local(2024, 6, 12) << false;
-        QTest::newRow("placed in today by hand, day moved")
-            << Start::byHandToday << local(2024, 6, 14) << true;
-        QTest::newRow("explicit, day removed") << Start::explicitFriday << QDateTime() << true;
-        QTest::newRow("this week without a day, still none")
-            << Start::thisWeekOnly << QDateTime() << false;
+        const QDateTime none, friday = local(2024, 6, 14);
+        QTest::newRow("in today by hand, day untouched")
+            << Bucket::today << none << local(2024, 6, 12) << false;
+        QTest::newRow("in today by hand, day moved") << Bucket::today << none << friday << true;
+        QTest::newRow("explicit, day removed") << Bucket::later << friday << none << true;
+        QTest::newRow("this week, still no day") << Bucket::thisWeek << none << none << false;
         QTest::newRow("explicit, same day at another time")
-            << Start::explicitFriday << local(2024, 6, 14, 9, 0) << true;
+            << Bucket::later << friday << local(2024, 6, 14, 9, 0) << true;
     }
 
     void saveEditPlan() {
-        QFETCH(Start, start);
+        QFETCH(Bucket, placed);
+        QFETCH(QDateTime, explicitDay);
         QFETCH(QDateTime, draftDue);
         QFETCH(bool, rescheduled);
 
@@ -363,8 +332,9 @@ private slots:
         const IsoCalendar calendar;
         const QDateTime created = board.clock.now();
         TaskCategory* list = board.addList("工作", 1);
-        TaskItem* task = board.add("原标题", 5, Bucket::later);
-        plan(task, start, created);
+        TaskItem* task = board.add("原标题", 5, placed);
+        if (explicitDay.isValid())
+            task->schedule(explicitDay, created, calendar);
         const QDateTime due = task->dueDate();
         const auto week = task->week();
         board.clock.advance(3600 * 1000);
@@ -533,60 +503,6 @@ private slots:
         QCOMPARE(board.posts.count(), 0);
     }
 
-    void createCategory() {
-        Board board;
-        board.addList("far", 7);
-        board.model->createCategory(QStringLiteral(" 空格 "), QStringLiteral("zz"));
-        QCOMPARE(board.model->categories().last()->sortIndex(), qint64(8));
-        QCOMPARE(board.model->categories().last()->name(), QStringLiteral(" 空格 "));
-        QVERIFY(!board.model->selectedCategoryId());
-        // Nothing is posted, yet the next save takes the lists along.
-        QCOMPARE(board.posts.count(), 0);
-        QVERIFY(board.store.context->hasChanges());
-    }
-
-    // Into another column the task is placed by hand; within its column it keeps its plan.
-    void handleReorderPlan_data() {
-        QTest::addColumn<Start>("start");
-        QTest::addColumn<bool>("finished");
-        QTest::addColumn<Bucket>("target");
-        QTest::newRow("unplanned into today") << Start::unplanned << false << Bucket::today;
-        QTest::newRow("explicit Friday into later")
-            << Start::explicitFriday << false << Bucket::later;
-        QTest::newRow("within today, explicit overdue")
-            << Start::explicitOverdue << false << Bucket::today;
-        QTest::newRow("finished task dropped into today")
-            << Start::explicitFriday << true << Bucket::today;
-    }
-
-    void handleReorderPlan() {
-        QFETCH(Start, start);
-        QFETCH(bool, finished);
-        QFETCH(Bucket, target);
-
-        Board board;
-        TaskItem* task = board.add("dragged", 1, Bucket::later);
-        plan(task, start, board.clock.now());
-        if (finished)
-            task->setCompleted(true, board.clock.now());
-        task->setReminderAt(local(2024, 6, 20, 9, 0));
-        board.add("top of target", 5000, target);
-        const bool sameColumn = board.model->bucketOf(*task) == target;
-        const QDateTime due = task->dueDate();
-
-        board.model->handleReorder(task->id(), target, std::nullopt);
-
-        QCOMPARE(board.model->bucketOf(*task), target);
-        QCOMPARE(task->scheduledExplicitly(), sameColumn);
-        if (sameColumn)
-            QCOMPARE(task->dueDate(), due);
-        // Dropped at the bottom, under the one other row.
-        QCOMPARE(task->sortIndex(), qint64(5000 - 1024));
-        QCOMPARE(task->reminderAt(), local(2024, 6, 20, 9, 0));
-        QCOMPARE(board.sounds.played, QList{AppSound::move});
-        QCOMPARE(board.tasksChangedPosts(), 1);
-    }
-
     void handleReorderNeighbours() {
         Board board;
         TaskCategory* work = board.addList("工作", 1);
@@ -595,6 +511,7 @@ private slots:
         TaskItem* hidden = board.add("hidden", 2000, Bucket::later, home);
         TaskItem* w2 = board.add("w2", 1000, Bucket::later, work);
         TaskItem* dragged = board.add("dragged", 10, Bucket::today, home);
+        dragged->schedule(local(2024, 6, 14), board.clock.now(), IsoCalendar());
         board.model->setSelectedCategoryId(work->id());
         QCOMPARE(board.model->tasks(Bucket::later), (QList<TaskItem*>{w1, w2}));
 
@@ -602,6 +519,13 @@ private slots:
         board.model->handleReorder(dragged->id(), Bucket::later, w2->id());
         QCOMPARE(dragged->sortIndex(), qint64(1500));
         QCOMPARE(dragged->category(), home); // a drop never assigns the selected list
+        // Into another column the task is placed by hand; within its column it keeps its plan.
+        QCOMPARE(board.model->bucketOf(*dragged), Bucket::later);
+        QVERIFY(!dragged->scheduledExplicitly());
+        TaskItem* overdue = board.add("overdue", 1, Bucket::later);
+        overdue->schedule(local(2024, 6, 3), board.clock.now(), IsoCalendar());
+        board.model->handleReorder(overdue->id(), Bucket::today, std::nullopt);
+        QCOMPARE(overdue->dueDate(), local(2024, 6, 3));
 
         // Within the column: the moved row is not its own neighbour.
         board.model->handleReorder(w1->id(), Bucket::later, w2->id());
@@ -611,14 +535,14 @@ private slots:
         QCOMPARE(w2->sortIndex(), qint64(2000 + 1024));
         board.model->handleReorder(hidden->id(), Bucket::later, QUuid::createUuid());
         QCOMPARE(hidden->sortIndex(), qint64(1250 - 1024));
-        QCOMPARE(board.tasksChangedPosts(), 4);
+        QCOMPARE(board.tasksChangedPosts(), 5);
 
         // Nothing to move: an unknown id, or a task removed behind the board's back.
         board.store.context->remove(hidden);
         board.model->handleReorder(hidden->id(), Bucket::today, std::nullopt);
         board.model->handleReorder(QUuid::createUuid(), Bucket::today, std::nullopt);
-        QCOMPARE(board.sounds.played.size(), 4);
-        QCOMPARE(board.posts.count(), 4);
+        QCOMPARE(board.sounds.played, QList<AppSound>(5, AppSound::move));
+        QCOMPARE(board.posts.count(), 5);
     }
 };
 
