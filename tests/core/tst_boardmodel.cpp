@@ -6,6 +6,7 @@
 #include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -21,7 +22,8 @@ namespace {
 // Wednesday of ISO week 2024-W24 (Monday 06-10 .. Sunday 06-16).
 const QDateTime kWednesday = local(2024, 6, 12, 10, 0);
 
-// A board on a real store, with a hand-driven clock, its own hub and recording sinks.
+// A board on a real store, with a hand-driven clock, its own hub and recording
+// sinks.
 struct Board {
     BoardTest::Store store;
     ManualClock clock;
@@ -78,18 +80,16 @@ QString uuidString(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces).toUpper();
 }
 
-enum class ListRef { none, known, unknown };
-
 } // namespace
-Q_DECLARE_METATYPE(ListRef)
 
 class TestBoardModel : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // The lists follow records changed behind the board's back (sync, reminders, reconciliation):
-    // largest sortIndex first, `later` narrowed to the selected list, the rest unfiltered.
+    // The lists follow records changed behind the board's back (sync, reminders,
+    // reconciliation): largest sortIndex first, `later` narrowed to the selected
+    // list, the rest unfiltered.
     void columnsFollowTheStore() {
         Board board;
         TaskCategory* work = board.addList("工作", 2);
@@ -161,24 +161,10 @@ private slots:
         QCOMPARE(board.tasksChangedPosts(), 0);
     }
 
-    void restoreSelectedList_data() {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<bool>("selectsList");
-        QTest::addColumn<bool>("storedKept");
-        const auto row = [](const char* tag, const char* stored, bool selects, bool kept) {
-            QTest::newRow(tag) << QString::fromUtf8(stored) << selects << kept;
-        };
-        row("nothing stored", "", false, true);
-        row("not a UUID", "工作", false, true);
-        row("the list's id", "LIST", true, true);
-        row("the list's id, lower case in braces", "{list}", true, false);
-        row("a list that has gone away", "GONE", false, true);
-    }
+    void restoreSelectedList_data() { TestData::addRows("board.json", "selection"); }
 
     void restoreSelectedList() {
-        QFETCH(QString, stored);
-        QFETCH(bool, selectsList);
-        QFETCH(bool, storedKept);
+        QFETCH(QJsonObject, row);
 
         Board board;
         TaskCategory* list = board.addList("工作", 1);
@@ -186,7 +172,7 @@ private slots:
         const QString goneId = uuidString(gone->id());
         board.store.context->remove(gone);
 
-        QString raw = stored;
+        QString raw = row.value("stored").toString();
         raw.replace(QStringLiteral("LIST"), uuidString(list->id()));
         raw.replace(QStringLiteral("list"), list->id().toString(QUuid::WithoutBraces).toLower());
         raw.replace(QStringLiteral("GONE"), goneId);
@@ -194,9 +180,9 @@ private slots:
 
         board.model->restoreSelectedList();
         QCOMPARE(board.model->selectedCategoryId(),
-                 selectsList ? std::optional<QUuid>(list->id()) : std::nullopt);
+                 row.value("selects").toBool() ? std::optional<QUuid>(list->id()) : std::nullopt);
         QCOMPARE(board.store.preferences->selectedListId(),
-                 storedKept ? raw : uuidString(list->id()));
+                 row.value("kept").toBool() ? raw : uuidString(list->id()));
     }
 
     // A list removed behind the board's back (sync) takes the selection along.
@@ -221,48 +207,29 @@ private slots:
         QCOMPARE(board.model->selectedCategoryId(), std::optional<QUuid>(other->id()));
     }
 
-    // Where the new task lands is TaskClassifier's rule; here, what the board makes of a draft.
-    void createEnhanced_data() {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<ListRef>("list");
-        QTest::addColumn<QDateTime>("dueDate");
-        QTest::addColumn<QDateTime>("reminderAt");
-        QTest::addColumn<QString>("expectedTitle");
-        QTest::addColumn<QDateTime>("expectedDue");
-        const auto row = [](const char* tag, const char* title, ListRef list, const QDateTime& due,
-                            const QDateTime& reminder, const char* expectedTitle,
-                            const QDateTime& expectedDue) {
-            QTest::newRow(tag) << QString::fromUtf8(title) << list << due << reminder
-                               << QString::fromUtf8(expectedTitle) << expectedDue;
-        };
-        const QDateTime none;
-        row("blank title is refused", " \n\t ", ListRef::known, none, none, "", none);
-        row("title trimmed, known list", "  买牛奶\n", ListRef::known, none, none, "买牛奶", none);
-        row("due today with a time of day", "t", ListRef::none, local(2024, 6, 12, 18, 0), none,
-            "t", local(2024, 6, 12));
-        row("a reminder without a day gives its day", "t", ListRef::none, none,
-            local(2024, 6, 18, 9, 15), "t", local(2024, 6, 18));
-        row("list that has gone away", "t", ListRef::unknown, none, none, "t", none);
-    }
+    // Where the new task lands is TaskClassifier's rule; here, what the board
+    // makes of a draft.
+    void createEnhanced_data() { TestData::addRows("board.json", "create"); }
 
     void createEnhanced() {
-        QFETCH(QString, title);
-        QFETCH(ListRef, list);
-        QFETCH(QDateTime, dueDate);
-        QFETCH(QDateTime, reminderAt);
-        QFETCH(QString, expectedTitle);
-        QFETCH(QDateTime, expectedDue);
+        QFETCH(QJsonObject, row);
+        const QString list = row.value("list").toString();
+        const QString expectedTitle = row.value("expectedTitle").toString();
+        const QDateTime reminderAt = TestData::moment(row.value("reminder"));
+        const QDateTime expectedDue = TestData::moment(row.value("expectedDue"));
 
         Board board;
         TaskCategory* known = board.addList("工作", 1);
         std::optional<QUuid> listId;
-        if (list != ListRef::none)
-            listId = list == ListRef::known ? known->id() : QUuid::createUuid();
-        // The dialog may hand over a draft long after the board last refreshed its `now`.
+        if (!list.isEmpty())
+            listId = list == QLatin1String("known") ? known->id() : QUuid::createUuid();
+        // The dialog may hand over a draft long after the board last refreshed its
+        // `now`.
         board.clock.advance(60 * 1000);
         const QString note = QStringLiteral("第一行\n第二行");
 
-        board.model->createEnhanced(EnhancedDraft{title, note, listId, dueDate, reminderAt});
+        board.model->createEnhanced(EnhancedDraft{row.value("title").toString(), note, listId,
+                                                  TestData::moment(row.value("due")), reminderAt});
 
         if (expectedTitle.isEmpty()) {
             QVERIFY(board.store.context->tasks().isEmpty());
@@ -277,7 +244,7 @@ private slots:
         QCOMPARE(task->scheduledExplicitly(), expectedDue.isValid());
         QCOMPARE(task->week().has_value(), expectedDue.isValid());
         QCOMPARE(task->reminderAt(), reminderAt);
-        QCOMPARE(task->category(), list == ListRef::known ? known : nullptr);
+        QCOMPARE(task->category(), list == QLatin1String("known") ? known : nullptr);
         QCOMPARE(task->richNote().plainText(), note);
         QCOMPARE(task->createdAt(), board.clock.now());
         QCOMPARE(board.reminders.synced, QList<QUuid>{task->id()});
@@ -286,47 +253,32 @@ private slots:
         QVERIFY(board.store.context->hasChanges()); // the board never saves
     }
 
-    void createEnhancedSortIndex_data() {
-        QTest::addColumn<QList<qint64>>("existing");
-        QTest::addColumn<qint64>("expected");
-        QTest::newRow("empty store") << QList<qint64>{} << qint64(1);
-        QTest::newRow("only negative") << QList<qint64>{-5, -90} << qint64(-4);
-        QTest::newRow("largest is finished") << QList<qint64>{7, 2000} << qint64(2001);
-    }
+    void createEnhancedSortIndex_data() { TestData::addRows("board.json", "sortIndex"); }
 
     void createEnhancedSortIndex() {
-        QFETCH(QList<qint64>, existing);
-        QFETCH(qint64, expected);
+        QFETCH(QJsonObject, row);
         Board board;
-        for (qint64 value : existing)
+        for (const QJsonValue& existing : row.value("existing").toArray()) {
+            const qint64 value = existing.toInteger();
             board.add("old", value, value == 2000 ? Bucket::done : Bucket::later);
+        }
         board.sounds.enabled = false;
         board.model->createEnhanced(EnhancedDraft{QStringLiteral("new"), {}, {}, {}, {}});
-        QCOMPARE(board.model->allTasks().first()->sortIndex(), expected);
+        QCOMPARE(board.model->allTasks().first()->sortIndex(), row.value("expected").toInteger());
         QVERIFY(board.sounds.played.isEmpty()); // sound effects off
     }
 
-    // A task is planned again only when the draft's day differs from the one it has.
-    void saveEditPlan_data() {
-        QTest::addColumn<Bucket>("placed"); // by hand, unless there is an explicit day
-        QTest::addColumn<QDateTime>("explicitDay");
-        QTest::addColumn<QDateTime>("draftDue");
-        QTest::addColumn<bool>("rescheduled");
-        const QDateTime none, friday = local(2024, 6, 14);
-        QTest::newRow("in today by hand, day untouched")
-            << Bucket::today << none << local(2024, 6, 12) << false;
-        QTest::newRow("in today by hand, day moved") << Bucket::today << none << friday << true;
-        QTest::newRow("explicit, day removed") << Bucket::later << friday << none << true;
-        QTest::newRow("this week, still no day") << Bucket::thisWeek << none << none << false;
-        QTest::newRow("explicit, same day at another time")
-            << Bucket::later << friday << local(2024, 6, 14, 9, 0) << true;
-    }
+    // A task is planned again only when the draft's day differs from the one it
+    // has.
+    void saveEditPlan_data() { TestData::addRows("board.json", "edit"); }
 
     void saveEditPlan() {
-        QFETCH(Bucket, placed);
-        QFETCH(QDateTime, explicitDay);
-        QFETCH(QDateTime, draftDue);
-        QFETCH(bool, rescheduled);
+        QFETCH(QJsonObject, row);
+        // Placed by hand, unless there is an explicit day.
+        const Bucket placed =
+            BucketInfo::fromRawValue(row.value("placed").toString()).value_or(Bucket::later);
+        const QDateTime explicitDay = TestData::moment(row.value("explicitDay"));
+        const QDateTime draftDue = TestData::moment(row.value("draftDue"));
 
         Board board;
         const IsoCalendar calendar;
@@ -346,7 +298,7 @@ private slots:
         QCOMPARE(task->title(), QStringLiteral(" 新标题 ")); // taken as it stands
         QCOMPARE(task->reminderAt(), reminder);
         QCOMPARE(task->category(), list);
-        if (rescheduled) {
+        if (row.value("rescheduled").toBool()) {
             QCOMPARE(task->dueDate(), calendar.startOfDay(draftDue));
             QCOMPARE(task->week().has_value(), draftDue.isValid());
             QCOMPARE(task->updatedAt(), board.model->now());
@@ -375,34 +327,27 @@ private slots:
         QCOMPARE(task->richNote(), RichText::fromPlainText(QStringLiteral("新内容")));
     }
 
-    void toggleSounds_data() {
-        QTest::addColumn<int>("openInToday");
-        QTest::addColumn<bool>("waitBetween");
-        QTest::addColumn<QList<AppSound>>("expected");
-        QTest::newRow("the only task of its column") << 1 << true << QList{AppSound::celebration};
-        QTest::newRow("two within the delay")
-            << 2 << false << QList{AppSound::complete, AppSound::complete};
-        QTest::newRow("three, one after the other")
-            << 3 << true << QList{AppSound::complete, AppSound::complete, AppSound::celebration};
-    }
+    void toggleSounds_data() { TestData::addRows("board.json", "sounds"); }
 
     void toggleSounds() {
-        QFETCH(int, openInToday);
-        QFETCH(bool, waitBetween);
-        QFETCH(QList<AppSound>, expected);
+        QFETCH(QJsonObject, row);
 
         Board board;
         QList<TaskItem*> tasks;
-        for (int i = 0; i < openInToday; ++i)
+        for (int i = 0; i < row.value("open").toInt(); ++i)
             tasks.append(board.add(QStringLiteral("t%1").arg(i), i, Bucket::today));
-        board.add("finished", 100, Bucket::done); // not counted: it has left the column
+        board.add("finished", 100,
+                  Bucket::done); // not counted: it has left the column
         for (TaskItem* task : tasks) {
             board.model->toggle(task);
-            if (waitBetween)
+            if (row.value("wait").toBool())
                 QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
         }
         QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
-        QCOMPARE(board.sounds.played, expected);
+        QStringList played;
+        for (AppSound sound : std::as_const(board.sounds.played))
+            played << AppSoundInfo::rawValue(sound);
+        QCOMPARE(played, row.value("expected").toVariant().toStringList());
     }
 
     void toggleCompletesAfterTheDelay() {
@@ -484,7 +429,8 @@ private slots:
         }
 
         QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
-        // The late write found nothing to complete: no reminder, no second announcement.
+        // The late write found nothing to complete: no reminder, no second
+        // announcement.
         QVERIFY(board.reminders.synced.isEmpty());
         QCOMPARE(board.tasksChangedPosts(), 1);
         QVERIFY(board.store.context->save());
@@ -515,11 +461,14 @@ private slots:
         board.model->setSelectedCategoryId(work->id());
         QCOMPARE(board.model->tasks(Bucket::later), (QList<TaskItem*>{w1, w2}));
 
-        // Before w2 in the filtered view: the hidden row is its real upper neighbour.
+        // Before w2 in the filtered view: the hidden row is its real upper
+        // neighbour.
         board.model->handleReorder(dragged->id(), Bucket::later, w2->id());
         QCOMPARE(dragged->sortIndex(), qint64(1500));
-        QCOMPARE(dragged->category(), home); // a drop never assigns the selected list
-        // Into another column the task is placed by hand; within its column it keeps its plan.
+        QCOMPARE(dragged->category(),
+                 home); // a drop never assigns the selected list
+        // Into another column the task is placed by hand; within its column it
+        // keeps its plan.
         QCOMPARE(board.model->bucketOf(*dragged), Bucket::later);
         QVERIFY(!dragged->scheduledExplicitly());
         TaskItem* overdue = board.add("overdue", 1, Bucket::later);
@@ -537,7 +486,8 @@ private slots:
         QCOMPARE(hidden->sortIndex(), qint64(1250 - 1024));
         QCOMPARE(board.tasksChangedPosts(), 5);
 
-        // Nothing to move: an unknown id, or a task removed behind the board's back.
+        // Nothing to move: an unknown id, or a task removed behind the board's
+        // back.
         board.store.context->remove(hidden);
         board.model->handleReorder(hidden->id(), Bucket::today, std::nullopt);
         board.model->handleReorder(QUuid::createUuid(), Bucket::today, std::nullopt);
