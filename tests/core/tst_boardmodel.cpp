@@ -449,6 +449,18 @@ private slots:
         QCOMPARE(board.posts.count(), 0);
     }
 
+    void createCategory() {
+        Board board;
+        board.addList("far", 7);
+        board.addList("near", 2);
+        board.model->createCategory(QStringLiteral(" 空格 "), QStringLiteral("zz"));
+        QCOMPARE(board.model->categories().last()->sortIndex(), qint64(8));
+        QCOMPARE(board.model->categories().last()->name(), QStringLiteral(" 空格 "));
+        // Nothing is posted, yet the next save takes the lists along.
+        QCOMPARE(board.posts.count(), 0);
+        QVERIFY(board.store.context->hasChanges());
+    }
+
     void handleReorderNeighbours() {
         Board board;
         TaskCategory* work = board.addList("工作", 1);
