@@ -1,10 +1,8 @@
 #include "BoardArchive.h"
 #include "BoardTestSupport.h"
-#include "Fixtures.h"
 #include "ModelContext.h"
-#include "RichText.h"
 #include "TaskCategory.h"
-#include "TaskItem.h"
+#include "TestData.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -13,7 +11,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <functional>
 #include <limits>
 
 using BoardTest::snapshot;
@@ -21,7 +18,6 @@ using BoardTest::snapshot;
 namespace {
 
 constexpr qint64 kMin = std::numeric_limits<qint64>::min();
-constexpr qint64 kMax = std::numeric_limits<qint64>::max();
 // The first integer a double cannot hold: a reader that goes through double loses it.
 constexpr qint64 kBeyondDouble = (qint64(1) << 53) + 1;
 
@@ -29,56 +25,16 @@ QDateTime utc(const char* iso) {
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs).toUTC();
 }
 
-// Records chosen to break a careless archive: extreme and double-breaking integers, a year
-// without a week, raw bytes that are not JSON, moments with milliseconds and in a repeated
-// daylight-saving hour, text that needs escaping, a colour the strip would not accept.
+// data/archive.json holds records chosen to break a careless archive: extreme and
+// double-breaking integers, a year without a week, raw bytes that are not JSON, moments with
+// milliseconds and in a repeated daylight-saving hour, text that needs escaping, a colour the
+// strip would not accept, two tasks with the same sortIndex.
 void populate(ModelContext& context) {
-    auto* work = new TaskCategory(QUuid::createUuid(), utc("2025-01-02T03:04:05.678Z"));
-    work->setName(QStringLiteral("工作"));
-    work->setColorHex(QStringLiteral("0090FF"));
-    work->setSortIndex(kMin);
-    context.insert(work);
-
-    auto* odd = new TaskCategory(QUuid::createUuid(), utc("2024-12-31T23:59:59.999Z"));
-    odd->setName(QStringLiteral("quote \" back\\slash\nnew line"));
-    odd->setColorHex(QStringLiteral("not a colour"));
-    odd->setSortIndex(kMax);
-    context.insert(odd);
-
-    auto* full = new TaskItem(QUuid::createUuid(), utc("2025-03-29T22:15:00.001Z"));
-    full->setTitle(QStringLiteral("15:00 和设计师过一遍新版方案"));
-    full->setNote(QStringLiteral("复盘本周进展\n列出下周最重要的三件事"));
-    full->setNoteData(RichText({TextRun{QStringLiteral("复盘"), true},
-                                TextRun{QStringLiteral("本周进展\n"), false, true}})
-                          .toJson());
-    full->setCompleted(true);
-    full->setCompletedAt(utc("2025-03-30T01:30:00.250Z"));
-    full->setDueDate(utc("2025-03-29T23:00:00Z"));
-    full->setWeek(2025, 13);
-    full->setReminderAt(utc("2025-10-26T00:30:00Z"));
-    full->setScheduledExplicitly(true);
-    full->setCategory(work);
-    full->setSortIndex(kBeyondDouble);
-    full->setUpdatedAt(utc("2025-04-01T08:00:00.999Z"));
-    context.insert(full);
-
-    auto* bare = new TaskItem(QUuid::createUuid(), utc("2025-01-01T00:00:00Z"));
-    context.insert(bare);
-
-    auto* binary = new TaskItem(QUuid::createUuid(), utc("2025-06-01T12:00:00Z"));
-    binary->setTitle(QStringLiteral("emoji 🥛 family 👩‍👩‍👧"));
-    binary->setNoteData(QByteArray("\x00\xff{not json", 12));
-    binary->setWeek(2026, std::nullopt);
-    binary->setCategory(odd);
-    binary->setSortIndex(-1);
-    context.insert(binary);
-
-    // Same sortIndex as the one above: the document still has one order.
-    auto* tie = new TaskItem(QUuid::createUuid(), utc("2025-06-01T12:00:00Z"));
-    tie->setTitle(QStringLiteral("tie"));
-    tie->setSortIndex(-1);
-    tie->setWeek(kMax, kMin);
-    context.insert(tie);
+    QString error;
+    auto records = BoardArchive::read(
+        QJsonDocument(TestData::cases("archive.json").at(0).toObject()).toJson(), &error);
+    QVERIFY2(records, qPrintable(error));
+    QVERIFY2(BoardArchive::restore(context, std::move(*records), &error), qPrintable(error));
 }
 
 using BoardTest::Store;
@@ -171,11 +127,7 @@ private slots:
             QVERIFY2(bare[QLatin1String(none)].isNull(), none);
     }
 
-    void refusals_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("archive_refusals.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
-    }
+    void refusals_data() { TestData::addRows("archive_refusals.json"); }
 
     void refusals() {
         QFETCH(QJsonObject, row);

@@ -6,6 +6,7 @@
 #include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -21,7 +22,8 @@ namespace {
 // Wednesday of ISO week 2024-W24 (Monday 06-10 .. Sunday 06-16).
 const QDateTime kWednesday = local(2024, 6, 12, 10, 0);
 
-// A board on a real store, with a hand-driven clock, its own hub and recording sinks.
+// A board on a real store, with a hand-driven clock, its own hub and recording
+// sinks.
 struct Board {
     BoardTest::Store store;
     ManualClock clock;
@@ -78,41 +80,16 @@ QString uuidString(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces).toUpper();
 }
 
-enum class ListRef { none, known, unknown };
-enum class Start { unplanned, thisWeekOnly, byHandToday, explicitFriday, explicitOverdue };
-
-// Gives a task the plan a case starts from; Friday is 2024-06-14, overdue is 2024-06-03.
-void plan(TaskItem* task, Start start, const QDateTime& now) {
-    const IsoCalendar calendar;
-    switch (start) {
-    case Start::unplanned:
-        break;
-    case Start::thisWeekOnly:
-        task->move(Bucket::thisWeek, now, calendar);
-        break;
-    case Start::byHandToday:
-        task->move(Bucket::today, now, calendar);
-        break;
-    case Start::explicitFriday:
-        task->schedule(local(2024, 6, 14), now, calendar);
-        break;
-    case Start::explicitOverdue:
-        task->schedule(local(2024, 6, 3), now, calendar);
-        break;
-    }
-}
-
 } // namespace
-Q_DECLARE_METATYPE(ListRef)
-Q_DECLARE_METATYPE(Start)
 
 class TestBoardModel : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // The lists follow records changed behind the board's back (sync, reminders, reconciliation):
-    // largest sortIndex first, `later` narrowed to the selected list, the rest unfiltered.
+    // The lists follow records changed behind the board's back (sync, reminders,
+    // reconciliation): largest sortIndex first, `later` narrowed to the selected
+    // list, the rest unfiltered.
     void columnsFollowTheStore() {
         Board board;
         TaskCategory* work = board.addList("工作", 2);
@@ -184,24 +161,10 @@ private slots:
         QCOMPARE(board.tasksChangedPosts(), 0);
     }
 
-    void restoreSelectedList_data() {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<bool>("selectsList");
-        QTest::addColumn<bool>("storedKept");
-        const auto row = [](const char* tag, const char* stored, bool selects, bool kept) {
-            QTest::newRow(tag) << QString::fromUtf8(stored) << selects << kept;
-        };
-        row("nothing stored", "", false, true);
-        row("not a UUID", "工作", false, true);
-        row("the list's id", "LIST", true, true);
-        row("the list's id, lower case in braces", "{list}", true, false);
-        row("a list that has gone away", "GONE", false, true);
-    }
+    void restoreSelectedList_data() { TestData::addRows("board.json", "selection"); }
 
     void restoreSelectedList() {
-        QFETCH(QString, stored);
-        QFETCH(bool, selectsList);
-        QFETCH(bool, storedKept);
+        QFETCH(QJsonObject, row);
 
         Board board;
         TaskCategory* list = board.addList("工作", 1);
@@ -209,7 +172,7 @@ private slots:
         const QString goneId = uuidString(gone->id());
         board.store.context->remove(gone);
 
-        QString raw = stored;
+        QString raw = row.value("stored").toString();
         raw.replace(QStringLiteral("LIST"), uuidString(list->id()));
         raw.replace(QStringLiteral("list"), list->id().toString(QUuid::WithoutBraces).toLower());
         raw.replace(QStringLiteral("GONE"), goneId);
@@ -217,29 +180,20 @@ private slots:
 
         board.model->restoreSelectedList();
         QCOMPARE(board.model->selectedCategoryId(),
-                 selectsList ? std::optional<QUuid>(list->id()) : std::nullopt);
+                 row.value("selects").toBool() ? std::optional<QUuid>(list->id()) : std::nullopt);
         QCOMPARE(board.store.preferences->selectedListId(),
-                 storedKept ? raw : uuidString(list->id()));
+                 row.value("kept").toBool() ? raw : uuidString(list->id()));
     }
 
-    void deletedListTakesTheSelection_data() {
-        QTest::addColumn<bool>("throughBoard");
-        QTest::newRow("deleteCategory") << true;
-        QTest::newRow("removed elsewhere (sync)") << false;
-    }
-
+    // A list removed behind the board's back (sync) takes the selection along.
     void deletedListTakesTheSelection() {
-        QFETCH(bool, throughBoard);
         Board board;
         TaskCategory* list = board.addList("工作", 1);
         TaskCategory* other = board.addList("个人", 2);
         TaskItem* task = board.add("t", 1, Bucket::later, list);
         board.model->setSelectedCategoryId(list->id());
 
-        if (throughBoard)
-            board.model->deleteCategory(list);
-        else
-            board.store.context->remove(list);
+        board.store.context->remove(list);
 
         QVERIFY(!board.model->selectedCategoryId());
         QCOMPARE(board.store.preferences->selectedListId(), QString());
@@ -253,48 +207,29 @@ private slots:
         QCOMPARE(board.model->selectedCategoryId(), std::optional<QUuid>(other->id()));
     }
 
-    // Where the new task lands is TaskClassifier's rule; here, what the board makes of a draft.
-    void createEnhanced_data() {
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<ListRef>("list");
-        QTest::addColumn<QDateTime>("dueDate");
-        QTest::addColumn<QDateTime>("reminderAt");
-        QTest::addColumn<QString>("expectedTitle");
-        QTest::addColumn<QDateTime>("expectedDue");
-        const auto row = [](const char* tag, const char* title, ListRef list, const QDateTime& due,
-                            const QDateTime& reminder, const char* expectedTitle,
-                            const QDateTime& expectedDue) {
-            QTest::newRow(tag) << QString::fromUtf8(title) << list << due << reminder
-                               << QString::fromUtf8(expectedTitle) << expectedDue;
-        };
-        const QDateTime none;
-        row("blank title is refused", " \n\t ", ListRef::known, none, none, "", none);
-        row("title trimmed, known list", "  买牛奶\n", ListRef::known, none, none, "买牛奶", none);
-        row("due today with a time of day", "t", ListRef::none, local(2024, 6, 12, 18, 0), none,
-            "t", local(2024, 6, 12));
-        row("a reminder without a day gives its day", "t", ListRef::none, none,
-            local(2024, 6, 18, 9, 15), "t", local(2024, 6, 18));
-        row("list that has gone away", "t", ListRef::unknown, none, none, "t", none);
-    }
+    // Where the new task lands is TaskClassifier's rule; here, what the board
+    // makes of a draft.
+    void createEnhanced_data() { TestData::addRows("board.json", "create"); }
 
     void createEnhanced() {
-        QFETCH(QString, title);
-        QFETCH(ListRef, list);
-        QFETCH(QDateTime, dueDate);
-        QFETCH(QDateTime, reminderAt);
-        QFETCH(QString, expectedTitle);
-        QFETCH(QDateTime, expectedDue);
+        QFETCH(QJsonObject, row);
+        const QString list = row.value("list").toString();
+        const QString expectedTitle = row.value("expectedTitle").toString();
+        const QDateTime reminderAt = TestData::moment(row.value("reminder"));
+        const QDateTime expectedDue = TestData::moment(row.value("expectedDue"));
 
         Board board;
         TaskCategory* known = board.addList("工作", 1);
         std::optional<QUuid> listId;
-        if (list != ListRef::none)
-            listId = list == ListRef::known ? known->id() : QUuid::createUuid();
-        // The dialog may hand over a draft long after the board last refreshed its `now`.
+        if (!list.isEmpty())
+            listId = list == QLatin1String("known") ? known->id() : QUuid::createUuid();
+        // The dialog may hand over a draft long after the board last refreshed its
+        // `now`.
         board.clock.advance(60 * 1000);
         const QString note = QStringLiteral("第一行\n第二行");
 
-        board.model->createEnhanced(EnhancedDraft{title, note, listId, dueDate, reminderAt});
+        board.model->createEnhanced(EnhancedDraft{row.value("title").toString(), note, listId,
+                                                  TestData::moment(row.value("due")), reminderAt});
 
         if (expectedTitle.isEmpty()) {
             QVERIFY(board.store.context->tasks().isEmpty());
@@ -309,7 +244,7 @@ private slots:
         QCOMPARE(task->scheduledExplicitly(), expectedDue.isValid());
         QCOMPARE(task->week().has_value(), expectedDue.isValid());
         QCOMPARE(task->reminderAt(), reminderAt);
-        QCOMPARE(task->category(), list == ListRef::known ? known : nullptr);
+        QCOMPARE(task->category(), list == QLatin1String("known") ? known : nullptr);
         QCOMPARE(task->richNote().plainText(), note);
         QCOMPARE(task->createdAt(), board.clock.now());
         QCOMPARE(board.reminders.synced, QList<QUuid>{task->id()});
@@ -318,53 +253,40 @@ private slots:
         QVERIFY(board.store.context->hasChanges()); // the board never saves
     }
 
-    void createEnhancedSortIndex_data() {
-        QTest::addColumn<QList<qint64>>("existing");
-        QTest::addColumn<qint64>("expected");
-        QTest::newRow("empty store") << QList<qint64>{} << qint64(1);
-        QTest::newRow("only negative") << QList<qint64>{-5, -90} << qint64(-4);
-        QTest::newRow("largest is finished") << QList<qint64>{7, 2000} << qint64(2001);
-    }
+    void createEnhancedSortIndex_data() { TestData::addRows("board.json", "sortIndex"); }
 
     void createEnhancedSortIndex() {
-        QFETCH(QList<qint64>, existing);
-        QFETCH(qint64, expected);
+        QFETCH(QJsonObject, row);
         Board board;
-        for (qint64 value : existing)
+        for (const QJsonValue& existing : row.value("existing").toArray()) {
+            const qint64 value = existing.toInteger();
             board.add("old", value, value == 2000 ? Bucket::done : Bucket::later);
+        }
         board.sounds.enabled = false;
         board.model->createEnhanced(EnhancedDraft{QStringLiteral("new"), {}, {}, {}, {}});
-        QCOMPARE(board.model->allTasks().first()->sortIndex(), expected);
+        QCOMPARE(board.model->allTasks().first()->sortIndex(), row.value("expected").toInteger());
         QVERIFY(board.sounds.played.isEmpty()); // sound effects off
     }
 
-    // A task is planned again only when the draft's day differs from the one it has.
-    void saveEditPlan_data() {
-        QTest::addColumn<Start>("start");
-        QTest::addColumn<QDateTime>("draftDue");
-        QTest::addColumn<bool>("rescheduled");
-        QTest::newRow("placed in today by hand, day untouched")
-            << Start::byHandToday << local(2024, 6, 12) << false;
-        QTest::newRow("placed in today by hand, day moved")
-            << Start::byHandToday << local(2024, 6, 14) << true;
-        QTest::newRow("explicit, day removed") << Start::explicitFriday << QDateTime() << true;
-        QTest::newRow("this week without a day, still none")
-            << Start::thisWeekOnly << QDateTime() << false;
-        QTest::newRow("explicit, same day at another time")
-            << Start::explicitFriday << local(2024, 6, 14, 9, 0) << true;
-    }
+    // A task is planned again only when the draft's day differs from the one it
+    // has.
+    void saveEditPlan_data() { TestData::addRows("board.json", "edit"); }
 
     void saveEditPlan() {
-        QFETCH(Start, start);
-        QFETCH(QDateTime, draftDue);
-        QFETCH(bool, rescheduled);
+        QFETCH(QJsonObject, row);
+        // Placed by hand, unless there is an explicit day.
+        const Bucket placed =
+            BucketInfo::fromRawValue(row.value("placed").toString()).value_or(Bucket::later);
+        const QDateTime explicitDay = TestData::moment(row.value("explicitDay"));
+        const QDateTime draftDue = TestData::moment(row.value("draftDue"));
 
         Board board;
         const IsoCalendar calendar;
         const QDateTime created = board.clock.now();
         TaskCategory* list = board.addList("工作", 1);
-        TaskItem* task = board.add("原标题", 5, Bucket::later);
-        plan(task, start, created);
+        TaskItem* task = board.add("原标题", 5, placed);
+        if (explicitDay.isValid())
+            task->schedule(explicitDay, created, calendar);
         const QDateTime due = task->dueDate();
         const auto week = task->week();
         board.clock.advance(3600 * 1000);
@@ -376,7 +298,7 @@ private slots:
         QCOMPARE(task->title(), QStringLiteral(" 新标题 ")); // taken as it stands
         QCOMPARE(task->reminderAt(), reminder);
         QCOMPARE(task->category(), list);
-        if (rescheduled) {
+        if (row.value("rescheduled").toBool()) {
             QCOMPARE(task->dueDate(), calendar.startOfDay(draftDue));
             QCOMPARE(task->week().has_value(), draftDue.isValid());
             QCOMPARE(task->updatedAt(), board.model->now());
@@ -405,34 +327,27 @@ private slots:
         QCOMPARE(task->richNote(), RichText::fromPlainText(QStringLiteral("新内容")));
     }
 
-    void toggleSounds_data() {
-        QTest::addColumn<int>("openInToday");
-        QTest::addColumn<bool>("waitBetween");
-        QTest::addColumn<QList<AppSound>>("expected");
-        QTest::newRow("the only task of its column") << 1 << true << QList{AppSound::celebration};
-        QTest::newRow("two within the delay")
-            << 2 << false << QList{AppSound::complete, AppSound::complete};
-        QTest::newRow("three, one after the other")
-            << 3 << true << QList{AppSound::complete, AppSound::complete, AppSound::celebration};
-    }
+    void toggleSounds_data() { TestData::addRows("board.json", "sounds"); }
 
     void toggleSounds() {
-        QFETCH(int, openInToday);
-        QFETCH(bool, waitBetween);
-        QFETCH(QList<AppSound>, expected);
+        QFETCH(QJsonObject, row);
 
         Board board;
         QList<TaskItem*> tasks;
-        for (int i = 0; i < openInToday; ++i)
+        for (int i = 0; i < row.value("open").toInt(); ++i)
             tasks.append(board.add(QStringLiteral("t%1").arg(i), i, Bucket::today));
-        board.add("finished", 100, Bucket::done); // not counted: it has left the column
+        board.add("finished", 100,
+                  Bucket::done); // not counted: it has left the column
         for (TaskItem* task : tasks) {
             board.model->toggle(task);
-            if (waitBetween)
+            if (row.value("wait").toBool())
                 QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
         }
         QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
-        QCOMPARE(board.sounds.played, expected);
+        QStringList played;
+        for (AppSound sound : std::as_const(board.sounds.played))
+            played << AppSoundInfo::rawValue(sound);
+        QCOMPARE(played, row.value("expected").toVariant().toStringList());
     }
 
     void toggleCompletesAfterTheDelay() {
@@ -514,7 +429,8 @@ private slots:
         }
 
         QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
-        // The late write found nothing to complete: no reminder, no second announcement.
+        // The late write found nothing to complete: no reminder, no second
+        // announcement.
         QVERIFY(board.reminders.synced.isEmpty());
         QCOMPARE(board.tasksChangedPosts(), 1);
         QVERIFY(board.store.context->save());
@@ -536,55 +452,13 @@ private slots:
     void createCategory() {
         Board board;
         board.addList("far", 7);
+        board.addList("near", 2);
         board.model->createCategory(QStringLiteral(" 空格 "), QStringLiteral("zz"));
         QCOMPARE(board.model->categories().last()->sortIndex(), qint64(8));
         QCOMPARE(board.model->categories().last()->name(), QStringLiteral(" 空格 "));
-        QVERIFY(!board.model->selectedCategoryId());
         // Nothing is posted, yet the next save takes the lists along.
         QCOMPARE(board.posts.count(), 0);
         QVERIFY(board.store.context->hasChanges());
-    }
-
-    // Into another column the task is placed by hand; within its column it keeps its plan.
-    void handleReorderPlan_data() {
-        QTest::addColumn<Start>("start");
-        QTest::addColumn<bool>("finished");
-        QTest::addColumn<Bucket>("target");
-        QTest::newRow("unplanned into today") << Start::unplanned << false << Bucket::today;
-        QTest::newRow("explicit Friday into later")
-            << Start::explicitFriday << false << Bucket::later;
-        QTest::newRow("within today, explicit overdue")
-            << Start::explicitOverdue << false << Bucket::today;
-        QTest::newRow("finished task dropped into today")
-            << Start::explicitFriday << true << Bucket::today;
-    }
-
-    void handleReorderPlan() {
-        QFETCH(Start, start);
-        QFETCH(bool, finished);
-        QFETCH(Bucket, target);
-
-        Board board;
-        TaskItem* task = board.add("dragged", 1, Bucket::later);
-        plan(task, start, board.clock.now());
-        if (finished)
-            task->setCompleted(true, board.clock.now());
-        task->setReminderAt(local(2024, 6, 20, 9, 0));
-        board.add("top of target", 5000, target);
-        const bool sameColumn = board.model->bucketOf(*task) == target;
-        const QDateTime due = task->dueDate();
-
-        board.model->handleReorder(task->id(), target, std::nullopt);
-
-        QCOMPARE(board.model->bucketOf(*task), target);
-        QCOMPARE(task->scheduledExplicitly(), sameColumn);
-        if (sameColumn)
-            QCOMPARE(task->dueDate(), due);
-        // Dropped at the bottom, under the one other row.
-        QCOMPARE(task->sortIndex(), qint64(5000 - 1024));
-        QCOMPARE(task->reminderAt(), local(2024, 6, 20, 9, 0));
-        QCOMPARE(board.sounds.played, QList{AppSound::move});
-        QCOMPARE(board.tasksChangedPosts(), 1);
     }
 
     void handleReorderNeighbours() {
@@ -595,13 +469,24 @@ private slots:
         TaskItem* hidden = board.add("hidden", 2000, Bucket::later, home);
         TaskItem* w2 = board.add("w2", 1000, Bucket::later, work);
         TaskItem* dragged = board.add("dragged", 10, Bucket::today, home);
+        dragged->schedule(local(2024, 6, 14), board.clock.now(), IsoCalendar());
         board.model->setSelectedCategoryId(work->id());
         QCOMPARE(board.model->tasks(Bucket::later), (QList<TaskItem*>{w1, w2}));
 
-        // Before w2 in the filtered view: the hidden row is its real upper neighbour.
+        // Before w2 in the filtered view: the hidden row is its real upper
+        // neighbour.
         board.model->handleReorder(dragged->id(), Bucket::later, w2->id());
         QCOMPARE(dragged->sortIndex(), qint64(1500));
-        QCOMPARE(dragged->category(), home); // a drop never assigns the selected list
+        QCOMPARE(dragged->category(),
+                 home); // a drop never assigns the selected list
+        // Into another column the task is placed by hand; within its column it
+        // keeps its plan.
+        QCOMPARE(board.model->bucketOf(*dragged), Bucket::later);
+        QVERIFY(!dragged->scheduledExplicitly());
+        TaskItem* overdue = board.add("overdue", 1, Bucket::later);
+        overdue->schedule(local(2024, 6, 3), board.clock.now(), IsoCalendar());
+        board.model->handleReorder(overdue->id(), Bucket::today, std::nullopt);
+        QCOMPARE(overdue->dueDate(), local(2024, 6, 3));
 
         // Within the column: the moved row is not its own neighbour.
         board.model->handleReorder(w1->id(), Bucket::later, w2->id());
@@ -611,14 +496,15 @@ private slots:
         QCOMPARE(w2->sortIndex(), qint64(2000 + 1024));
         board.model->handleReorder(hidden->id(), Bucket::later, QUuid::createUuid());
         QCOMPARE(hidden->sortIndex(), qint64(1250 - 1024));
-        QCOMPARE(board.tasksChangedPosts(), 4);
+        QCOMPARE(board.tasksChangedPosts(), 5);
 
-        // Nothing to move: an unknown id, or a task removed behind the board's back.
+        // Nothing to move: an unknown id, or a task removed behind the board's
+        // back.
         board.store.context->remove(hidden);
         board.model->handleReorder(hidden->id(), Bucket::today, std::nullopt);
         board.model->handleReorder(QUuid::createUuid(), Bucket::today, std::nullopt);
-        QCOMPARE(board.sounds.played.size(), 4);
-        QCOMPARE(board.posts.count(), 4);
+        QCOMPARE(board.sounds.played, QList<AppSound>(5, AppSound::move));
+        QCOMPARE(board.posts.count(), 5);
     }
 };
 

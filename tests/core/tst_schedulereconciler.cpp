@@ -1,9 +1,9 @@
 #include "BoardTestSupport.h"
-#include "Fixtures.h"
 #include "IsoCalendar.h"
 #include "Notifications.h"
 #include "ScheduleReconciler.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -18,11 +18,7 @@ private slots:
 
     // data/reconcile.json: one task against one run. Days are offsets from the run's day;
     // a null `lastDay` is a first run.
-    void reconcile_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("reconcile.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
-    }
+    void reconcile_data() { TestData::addRows("reconcile.json"); }
 
     void reconcile() {
         QFETCH(QJsonObject, row);

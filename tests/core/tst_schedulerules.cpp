@@ -1,27 +1,23 @@
 // The schedule's rules and their wording, from data/schedule.json: one row per case, "rule"
 // naming the function under test.
 #include "BoardTestSupport.h"
-#include "Fixtures.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
 #include "ScheduleRules.h"
+#include "TestData.h"
 
 #include <QStandardPaths>
 #include <QTest>
 
 using BoardTest::local;
-using Fixture::moment;
+using TestData::moment;
 
 class TestScheduleRules : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void rules_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("schedule.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
-    }
+    void rules_data() { TestData::addRows("schedule.json"); }
 
     void rules() {
         QFETCH(QJsonObject, row);

@@ -1,7 +1,7 @@
 #include "BoardTestSupport.h"
-#include "Fixtures.h"
 #include "TaskClassifier.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QStandardPaths>
 #include <QTest>
@@ -14,19 +14,15 @@ private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
     // data/buckets.json: a task's plan ("week" is relative to `now`) and its column.
-    void bucket_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("buckets.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
-    }
+    void bucket_data() { TestData::addRows("buckets.json"); }
 
     void bucket() {
         QFETCH(QJsonObject, row);
-        const QDateTime now = Fixture::moment(row.value("now"));
+        const QDateTime now = TestData::moment(row.value("now"));
         const IsoCalendar calendar = TaskClassifier::calendar();
         TaskItem task(QStringLiteral("t"), 0, now);
         task.setCompleted(row.value("completed").toBool());
-        task.setDueDate(Fixture::moment(row.value("due")));
+        task.setDueDate(TestData::moment(row.value("due")));
         task.setScheduledExplicitly(row.value("explicit").toBool());
         const QString week = row.value("week").toString();
         const int days = week == QLatin1String("last") ? -7 : week == QLatin1String("next") ? 7 : 0;

@@ -2,6 +2,7 @@
 #include "IsoCalendar.h"
 #include "TaskClassifier.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QStandardPaths>
 #include <QTest>
@@ -14,27 +15,11 @@ private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
     // Each case starts from a finished task with another explicit day and a reminder.
-    void schedule_data() {
-        QTest::addColumn<QDateTime>("day");
-        QTest::addColumn<QDateTime>("expectedDue");
-        QTest::addColumn<qint64>("year");
-        QTest::addColumn<qint64>("week");
-        const auto row = [](const char* tag, const QDateTime& day, const QDateTime& due,
-                            qint64 year,
-                            qint64 week) { QTest::newRow(tag) << day << due << year << week; };
-        row("last minute of the day", local(2024, 6, 13, 23, 59, 59), local(2024, 6, 13), 2024, 24);
-        row("Monday of next ISO year", local(2024, 12, 30, 8, 0), local(2024, 12, 30), 2025, 1);
-        row("Sunday of last ISO year", local(2021, 1, 3, 20, 0), local(2021, 1, 3), 2020, 53);
-        row("Berlin spring forward", local(2024, 3, 31, 12, 0), local(2024, 3, 31), 2024, 13);
-        row("New York fall back, late", local(2024, 11, 3, 23, 0), local(2024, 11, 3), 2024, 44);
-        row("no day clears the plan", {}, {}, 0, 0);
-    }
+    void schedule_data() { TestData::addRows("task_schedule.json"); }
 
     void schedule() {
-        QFETCH(QDateTime, day);
-        QFETCH(QDateTime, expectedDue);
-        QFETCH(qint64, year);
-        QFETCH(qint64, week);
+        QFETCH(QJsonObject, row);
+        const QDateTime day = TestData::moment(row.value("day"));
         const IsoCalendar calendar;
         const QDateTime created = local(2024, 1, 1, 9, 0);
         const QDateTime now = local(2024, 6, 12, 10, 0);
@@ -45,9 +30,12 @@ private slots:
         task.schedule(day, now, calendar);
 
         const bool planned = day.isValid();
-        QCOMPARE(task.dueDate(), expectedDue);
-        QCOMPARE(task.year(), planned ? std::optional<qint64>(year) : std::nullopt);
-        QCOMPARE(task.week(), planned ? std::optional<qint64>(week) : std::nullopt);
+        QCOMPARE(task.dueDate(), TestData::moment(row.value("due")));
+        const auto number = [&](const char* key) {
+            return planned ? std::optional<qint64>(row.value(key).toInteger()) : std::nullopt;
+        };
+        QCOMPARE(task.year(), number("year"));
+        QCOMPARE(task.week(), number("week"));
         QCOMPARE(task.scheduledExplicitly(), planned);
         QCOMPARE(task.updatedAt(), now);
         // Scheduling plans; it neither reopens nor touches the reminder.

@@ -1,7 +1,7 @@
 #include "BoardTestSupport.h"
-#include "Fixtures.h"
 #include "TaskItem.h"
 #include "TaskReorder.h"
+#include "TestData.h"
 
 #include <QStandardPaths>
 #include <QTest>
@@ -40,11 +40,7 @@ private slots:
 
     // data/reorder.json: a column's values, the row the task goes before (an index, "bottom" or
     // "absent": a row not in the column), and what every row holds afterwards.
-    void place_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("reorder.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
-    }
+    void place_data() { TestData::addRows("reorder.json"); }
 
     void place() {
         QFETCH(QJsonObject, row);
