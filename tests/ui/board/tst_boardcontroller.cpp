@@ -291,7 +291,7 @@ private slots:
 
     // ---- Reactions -----------------------------------------------------------------------
 
-    void openTaskNotification_data() {
+    void notificationsReachTheViews_data() {
         QTest::addColumn<QString>("taskId"); // "T2", or a raw value when not a title
         QTest::addColumn<bool>("opens");
 
@@ -300,7 +300,7 @@ private slots:
         QTest::newRow("a deleted task") << "T3" << false;
     }
 
-    void openTaskNotification() {
+    void notificationsReachTheViews() {
         QFETCH(QString, taskId);
         QFETCH(bool, opens);
 
@@ -318,6 +318,10 @@ private slots:
 
         QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
         QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
+        // Whoever posts a blur, the views hear it.
+        QSignalSpy blur(board.controller.get(), &BoardController::blurInput);
+        board.hub.post(TavikNotification::blurInput);
+        QCOMPARE(blur.count(), 1);
     }
 
     void appearingRefreshesNowAndRestoresTheList() {

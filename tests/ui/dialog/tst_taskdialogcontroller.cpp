@@ -235,6 +235,19 @@ private slots:
         QVERIFY(!dialog.day().isValid());
     }
 
+    // A chosen list that goes away reads as no list, and keeps its id.
+    void chosenListThatGoesAway() {
+        TaskDialogController dialog;
+        dialog.setCategories(m_categories.get());
+        dialog.openPanel();
+        dialog.chooseList(idOf(*m_home));
+        QCOMPARE(dialog.chosenListName(), QStringLiteral("家"));
+        m_categories->removeCategory(m_home.get());
+        QCOMPARE(dialog.chosenListName(), QStringLiteral("无"));
+        QCOMPARE(dialog.chosenListColorHex(), QString());
+        QCOMPARE(dialog.chosenListId(), idOf(*m_home));
+    }
+
 private:
     static void rows(const char* key) {
         QTest::addColumn<QJsonObject>("row");

@@ -158,6 +158,19 @@ private slots:
         QCOMPARE(task->updatedAt(), m_clock.now());
     }
 
+    void closingUntouchedStillWritesTheNote() {
+        TaskItem* plain = m_store->addTask(QStringLiteral("纯"), 2, kNow.addDays(-1));
+        plain->setNote(QStringLiteral("只有纯文本"));
+        {
+            // A card that goes without saying so is closed by its controller's end.
+            TaskDrawerController drawer;
+            attach(drawer, plain);
+            drawer.appear();
+            m_clock.advance(1'000);
+        }
+        QCOMPARE(plain->updatedAt(), m_clock.now());
+    }
+
     void schedule_data() {
         QTest::addColumn<QDateTime>("day");
         QTest::addColumn<QDateTime>("reminder");
