@@ -1,8 +1,8 @@
 // The `tavik` binary run as a process, in a throwaway home, against real store files.
 
-#include "Fixtures.h"
 #include "ModelContext.h"
 #include "TaskItem.h"
+#include "TestData.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -221,8 +221,8 @@ private slots:
 
     void invocation_data() {
         QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("invocations.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
+        for (const QJsonValue& row : TestData::rows(QStringLiteral("invocations.json")))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     // One run of the binary: the store it finds ("store": a backup imported first, among

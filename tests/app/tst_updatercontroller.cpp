@@ -1,6 +1,6 @@
-#include "Fixtures.h"
 #include "Notifications.h"
 #include "ReleaseFeed.h"
+#include "TestData.h"
 #include "UpdaterController.h"
 #include "VersionNumber.h"
 
@@ -114,8 +114,8 @@ private:
 #define ROWS(test, file)                                                                           \
     void TestUpdaterController::test##_data() {                                                    \
         QTest::addColumn<QJsonObject>("row");                                                      \
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral(file)))                          \
-            Fixture::newRow(row.toObject()) << row.toObject();                                     \
+        for (const QJsonValue& row : TestData::rows(QStringLiteral(file)))                         \
+            TestData::newRow(row.toObject()) << row.toObject();                                    \
     }
 ROWS(compareVersions, "versions.json")
 ROWS(parseFeed, "feeds.json")

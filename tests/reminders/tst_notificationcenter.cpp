@@ -1,7 +1,7 @@
 #include "Clock.h"
-#include "Fixtures.h"
 #include "NotificationCenter.h"
 #include "ReminderTestSupport.h"
+#include "TestData.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -146,8 +146,8 @@ private slots:
 
     void serverAnswers_data() {
         QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("server_answers.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
+        for (const QJsonValue& row : TestData::rows(QStringLiteral("server_answers.json")))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     // A server's signal about our notification, or another's; "response" is what the centre

@@ -1,5 +1,5 @@
-#include "Fixtures.h"
 #include "ReminderRig.h"
+#include "TestData.h"
 
 #include <QStandardPaths>
 
@@ -35,28 +35,28 @@ private slots:
 
     void nextTime_data() {
         QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("next_time.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
+        for (const QJsonValue& row : TestData::rows(QStringLiteral("next_time.json")))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     void nextTime() {
         QFETCH(QJsonObject, row);
         QCOMPARE(ReminderActions::nextTime(row[QStringLiteral("hour")].toInt(),
                                            row[QStringLiteral("allowToday")].toBool(),
-                                           Fixture::moment(row[QStringLiteral("now")])),
-                 Fixture::moment(row[QStringLiteral("expected")]));
+                                           TestData::moment(row[QStringLiteral("now")])),
+                 TestData::moment(row[QStringLiteral("expected")]));
     }
 
     void answersFromTheServer_data() {
         QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("answers.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
+        for (const QJsonValue& row : TestData::rows(QStringLiteral("answers.json")))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     void answersFromTheServer() {
         QFETCH(QJsonObject, row);
-        const QDateTime answerAt = Fixture::moment(row[QStringLiteral("answerAt")]);
-        const QDateTime reminderAt = Fixture::moment(row[QStringLiteral("reminderAt")]);
+        const QDateTime answerAt = TestData::moment(row[QStringLiteral("answerAt")]);
+        const QDateTime reminderAt = TestData::moment(row[QStringLiteral("reminderAt")]);
 
         TaskRig rig(*m_desktop);
         const uint notificationId = rig.deliver(rig.task, answerAt);
@@ -94,13 +94,13 @@ private slots:
         QTRY_COMPARE(rig.center->pendingRequests().size(), 1);
         QCOMPARE(rig.center->pendingRequests().constFirst().identifier, rig.taskId());
         QCOMPARE(rig.center->pendingRequests().constFirst().trigger,
-                 Fixture::moment(row[QStringLiteral("trigger")]));
+                 TestData::moment(row[QStringLiteral("trigger")]));
     }
 
     void badInputChangesNothing_data() {
         QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("bad_answers.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
+        for (const QJsonValue& row : TestData::rows(QStringLiteral("bad_answers.json")))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     // taskId "<task>" is the task's own id, "<lower>" in lower case, "<deleted>" one of a

@@ -1,5 +1,5 @@
-#include "Fixtures.h"
 #include "ReminderRig.h"
+#include "TestData.h"
 
 #include <QStandardPaths>
 
@@ -122,8 +122,8 @@ private slots:
 
     void newestSyncWins_data() {
         QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : Fixture::rows(QStringLiteral("syncs.json")))
-            Fixture::newRow(row.toObject()) << row.toObject();
+        for (const QJsonValue& row : TestData::rows(QStringLiteral("syncs.json")))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     // Steps run in one turn of the event loop unless told to settle, so each scheduling sync

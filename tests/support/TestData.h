@@ -39,6 +39,15 @@ inline void addRows(const char* name, const char* key = nullptr) {
         QTest::newRow(qPrintable(row[QLatin1String("name")].toString())) << row.toObject();
 }
 
+inline QJsonArray rows(const QString& name) {
+    return cases(qPrintable(name));
+}
+
+// A row named by its "name", for tables whose columns are spelled out.
+inline QTestData& newRow(const QJsonObject& row) {
+    return QTest::newRow(qPrintable(row.value(QLatin1String("name")).toString()));
+}
+
 // A JSON value as compact text, for cases that hold a rich note.
 inline QByteArray compact(const QJsonValue& value) {
     return QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact);

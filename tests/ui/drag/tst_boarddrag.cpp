@@ -113,10 +113,7 @@ private slots:
 
         drag(board, QStringLiteral("L2"), {QPointF(160, 180)});
         QCOMPARE(state.draggingTask(), board.byTitle(QStringLiteral("L2")));
-        QCOMPARE(state.grabbedOrigin(), QPointF(0, 150));
-        QCOMPARE(state.grabbedSize(), QSizeF(columnWidth, rowHeight));
         QCOMPARE(state.translation(), QSizeF(10, 5));
-        QCOMPARE(state.dragLocation(), QPointF(160, 180));
     }
 
     void targetUnderThePointer_data() {
@@ -147,8 +144,6 @@ private slots:
         drag(board, QStringLiteral("L1"), {QPointF(450, 160)});
         QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W1 L1 W2 | T1 T2 T3"));
         QCOMPARE(ghostOf(board, Bucket::thisWeek), QStringLiteral("L1 faded"));
-        QCOMPARE(ghostOf(board, Bucket::later), QString());
-        QCOMPARE(board.controller->laterModel()->taskCount(), 3);
         QCOMPARE(board.controller->thisWeekModel()->taskCount(), 2);
 
         // Over a tab: no placeholder anywhere.
@@ -161,16 +156,6 @@ private slots:
         board.model->remove(board.byTitle(QStringLiteral("W1")));
         board.controller->syncModels();
         QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W2 L1 | T1 T2 T3"));
-    }
-
-    void draggingTheOnlyRowEmptiesTheColumn() {
-        Board board;
-        board.add(QStringLiteral("only"), Bucket::today);
-        board.controller->syncModels();
-        drag(board, QStringLiteral("only"), {QPointF(150, 130)});
-        QCOMPARE(board.controller->todayModel()->count(), 0);
-        QCOMPARE(board.controller->todayModel()->taskCount(), 1);
-        QCOMPARE(ghostOf(board, Bucket::later), QStringLiteral("only faded"));
     }
 
     // A drop that changes the task order hands over at the next refresh, in one step: the
@@ -220,29 +205,6 @@ private slots:
         QCOMPARE(ghostOf(board, Bucket::later), QString());
     }
 
-    void dropOnATab_data() {
-        QTest::addColumn<QPointF>("point");
-        QTest::addColumn<QString>("list");
-        QTest::newRow("a list") << QPointF(170, 20) << "B";
-        QTest::newRow("全部") << QPointF(40, 20) << "";
-    }
-
-    void dropOnATab() {
-        QFETCH(QPointF, point);
-        QFETCH(QString, list);
-        Board board;
-        fillStandardBoard(board);
-        const QString before = board.columns();
-        drag(board, QStringLiteral("L1"), {point});
-        board.controller->drag()->dragEnded();
-
-        const TaskCategory* category = board.byTitle(QStringLiteral("L1"))->category();
-        QCOMPARE(category ? category->name() : QString(), list);
-        QVERIFY(!board.controller->dragState()->draggingId());
-        board.controller->syncModels();
-        QCOMPARE(board.columns(), before);
-    }
-
     void aTaskThatVanishesBeforeTheDropChangesNothing_data() {
         QTest::addColumn<QPointF>("point");
         QTest::newRow("onto a column") << QPointF(450, 120);
@@ -271,8 +233,6 @@ private slots:
         fillStandardBoard(board);
         drag(board, QStringLiteral("L2"), {QPointF(450, 120)});
         board.controller->boardDisappeared();
-        QVERIFY(!board.controller->dragState()->draggingId());
-        // A release after that drops nothing.
         board.controller->drag()->dragEnded();
         board.controller->syncModels();
         QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3"));
@@ -293,7 +253,6 @@ private slots:
         const QString listA =
             board.byTitle(QStringLiteral("L1"))->category()->id().toString(QUuid::WithoutBraces);
         QVERIFY(state.isHotTab(listA));
-        QVERIFY(!state.isHotTab(QString()));
         QCOMPARE(targets.count(), 2);
     }
 };

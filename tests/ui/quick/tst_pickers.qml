@@ -94,20 +94,6 @@ Item {
             verify(!part(popover, "passedWarning").visible)
         }
 
-        function test_reminderOutweighsTheDueDate() {
-            const tomorrowNine = startOfToday()
-            tomorrowNine.setDate(tomorrowNine.getDate() + 1)
-            tomorrowNine.setHours(9, 0)
-            const popover = createTemporaryObject(popoverComponent, root,
-                                                  { dueDate: startOfToday(), reminderAt: tomorrowNine })
-            const reports = spy(popover, "scheduleChanged")
-            waitForRendering(popover)
-            verify(part(popover, "tomorrowChip").selected)
-            verify(!part(popover, "todayChip").selected)
-            verify(part(popover, "timeRow").visible)
-            compare(reports.count, 0) // opening reports nothing
-        }
-
         function test_gridPicksOnlyFromMinDay() {
             const picker = createTemporaryObject(gridComponent, root, {
                                                      monthStart: new Date(2024, 5, 1),

@@ -119,31 +119,12 @@ Item {
             tab(strip, work).menu.close();
         }
 
-        function test_pill_slides_unless_motion_is_reduced() {
-            const strip = makeStrip({ selectedCategoryId: "", reduceMotion: false });
-            strip.selectedCategoryId = odd;
-            const target = tab(strip, odd);
-            verify(Math.abs(strip.pill.x - target.x) > 1, "the pill jumped instead of sliding");
-            tryVerify(() => Math.abs(strip.pill.x - target.x) < 0.5
-                      && Math.abs(strip.pill.width - target.width) < 0.5, 2000);
-
-            strip.reduceMotion = true;
-            strip.selectedCategoryId = work;
-            compare(strip.pill.x, tab(strip, work).x);
-            compare(strip.pill.width, tab(strip, work).width);
-        }
-
         function test_deleting_the_selected_list_hides_the_pill() {
             const strip = makeStrip({ selectedCategoryId: home, reduceMotion: true });
             verify(strip.pill.visible);
             lists.remove(1);
             compare(findChild(strip, "tab_" + home), null);
             verify(!strip.pill.visible);
-        }
-
-        function test_swatches_read_the_list_colour() {
-            const strip = makeStrip({ reduceMotion: true });
-            compare(findChild(tab(strip, home), "swatch").swatchColor, Qt.color("#46a758"));
         }
 
         function test_create_with_return_trims_and_takes_the_picked_colour() {
@@ -195,26 +176,5 @@ Item {
             tryCompare(popover, "visible", false);
         }
 
-        function test_context_menu_deletes_a_list_at_once() {
-            const strip = makeStrip({ selectedCategoryId: work, reduceMotion: true });
-            const deletes = spy(strip, "deleteRequested");
-
-            // 全部 has no menu.
-            mouseClick(tab(strip, ""), undefined, undefined, Qt.RightButton);
-            verify(!tab(strip, "").menu.visible);
-
-            const homeTab = tab(strip, home);
-            mouseClick(homeTab, undefined, undefined, Qt.RightButton);
-            const menu = homeTab.menu;
-            tryCompare(menu, "opened", true);
-            compare(menu.count, 1);
-            const item = menu.itemAt(0);
-            compare(item.text, "删除清单");
-            verify(item.destructive);
-            mouseClick(item);
-            compare(deletes.count, 1);
-            compare(deletes.signalArguments[0][0], home);
-            tryCompare(menu, "visible", false);
-        }
     }
 }

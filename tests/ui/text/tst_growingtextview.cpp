@@ -1,6 +1,9 @@
 // GrowingTextView in a real window, typed into the way an input method types Chinese:
 // preedit (marked) text first, then a commit.
+#include "TestData.h"
+
 #include <QInputMethodEvent>
+#include <QKeySequence>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -41,7 +44,6 @@ Item {
         height: Math.max(17, textHeight)
         text: host.model
         focused: host.wantsFocus
-        placeholder: "接下来要做什么？"
         onTextEdited: text => host.model = text
         onFocusReported: focused => host.wantsFocus = focused
         onHeightReported: height => host.reportedHeight = height
@@ -102,15 +104,12 @@ private slots:
         focusField();
         QSignalSpy edited(field(), SIGNAL(textEdited(QString)));
 
-        sendPreedit(editor(), QStringLiteral("ni"));
         sendPreedit(editor(), QStringLiteral("ni'hao"));
         QVERIFY(field()->property("composing").toBool());
         QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
         // The marked text is on screen but not in the content.
         QCOMPARE(m_host->property("model").toString(), QString());
         QCOMPARE(edited.count(), 0);
-        QVERIFY(placeholder());
-        QVERIFY(!placeholder()->isVisible());
 
         // A refresh from the parent does not disturb the composition.
         m_host->setProperty("model", QStringLiteral("外面改的"));
@@ -125,30 +124,24 @@ private slots:
         QCOMPARE(editor()->property("text").toString(), QStringLiteral("你好"));
     }
 
-    void keyDuringCompositionBelongsToTheInputMethod_data() {
-        QTest::addColumn<int>("key");
-        QTest::addColumn<QByteArray>("counter");
-        QTest::newRow("Return does not submit") << int(Qt::Key_Return) << QByteArray("submits");
-        QTest::newRow("Enter does not submit") << int(Qt::Key_Enter) << QByteArray("submits");
-        QTest::newRow("Escape does not close") << int(Qt::Key_Escape) << QByteArray("escapes");
-    }
+    void keyDuringCompositionBelongsToTheInputMethod_data() { rows("composingKeys"); }
 
     void keyDuringCompositionBelongsToTheInputMethod() {
-        QFETCH(int, key);
-        QFETCH(QByteArray, counter);
+        QFETCH(QJsonObject, row);
+        const QKeyCombination key = QKeySequence::fromString(row["key"].toString())[0];
+        const QByteArray counter = row["counter"].toString().toLatin1();
         m_host->setProperty("allowsNewlines", false);
         m_host->setProperty("submitOnReturn", true);
         focusField();
 
         sendPreedit(editor(), QStringLiteral("mai"));
-        QTest::keyClick(m_window.get(), Qt::Key(key));
+        QTest::keyClick(m_window.get(), key.key());
         QCOMPARE(m_host->property(counter).toInt(), 0);
         QCOMPARE(m_host->property("model").toString(), QString());
 
         // Right after the commit the same key acts, and changes nothing in the text.
         sendCommit(editor(), QStringLiteral("买"));
-        QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
-        QTest::keyClick(m_window.get(), Qt::Key(key));
+        QTest::keyClick(m_window.get(), key.key());
         QCOMPARE(m_host->property(counter).toInt(), 1);
         QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
     }
@@ -174,35 +167,18 @@ private slots:
         QCOMPARE(editor()->property("lineCount").toInt(), 1);
     }
 
-    void returnRules_data() {
-        QTest::addColumn<bool>("allowsNewlines");
-        QTest::addColumn<bool>("submitOnReturn");
-        QTest::addColumn<bool>("shift");
-        QTest::addColumn<bool>("submits");
-
-        QTest::newRow("single line: Return submits") << false << true << false << true;
-        QTest::newRow("single line: Shift-Return submits too") << false << true << true << true;
-        QTest::newRow("single line without submit flag still submits")
-            << false << false << false << true;
-        QTest::newRow("multi-line submitting: Return submits") << true << true << false << true;
-        QTest::newRow("multi-line submitting: Shift-Return breaks")
-            << true << true << true << false;
-        QTest::newRow("note: Return breaks") << true << false << false << false;
-        QTest::newRow("note: Shift-Return breaks") << true << false << true << false;
-    }
+    void returnRules_data() { rows("returns"); }
 
     void returnRules() {
-        QFETCH(bool, allowsNewlines);
-        QFETCH(bool, submitOnReturn);
-        QFETCH(bool, shift);
-        QFETCH(bool, submits);
-
-        m_host->setProperty("allowsNewlines", allowsNewlines);
-        m_host->setProperty("submitOnReturn", submitOnReturn);
+        QFETCH(QJsonObject, row);
+        const bool submits = row["submits"].toBool();
+        m_host->setProperty("allowsNewlines", row["newlines"].toBool());
+        m_host->setProperty("submitOnReturn", row["submitOnReturn"].toBool());
         focusField();
         typeLatin(m_window.get(), "ab");
         QTest::keyClick(m_window.get(), Qt::Key_Left);
-        QTest::keyClick(m_window.get(), Qt::Key_Return, shift ? Qt::ShiftModifier : Qt::NoModifier);
+        QTest::keyClick(m_window.get(), Qt::Key_Return,
+                        row["shift"].toBool() ? Qt::ShiftModifier : Qt::NoModifier);
 
         QCOMPARE(m_host->property("submits").toInt(), submits ? 1 : 0);
         // A line break goes in at the caret, as a plain "\n".
@@ -216,18 +192,15 @@ private slots:
     }
 
 private:
+    static void rows(const char* key) {
+        QTest::addColumn<QJsonObject>("row");
+        for (const QJsonValue& row : TestData::cases("text-field.json", key))
+            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
+    }
+
     QQuickItem* field() const { return m_host->findChild<QQuickItem*>(QStringLiteral("field")); }
 
     QQuickItem* editor() const { return field()->property("editor").value<QQuickItem*>(); }
-
-    QQuickItem* placeholder() const {
-        // The one Text child of the field that draws the placeholder.
-        for (QQuickItem* child : field()->childItems()) {
-            if (child->property("text").toString() == QStringLiteral("接下来要做什么？"))
-                return child;
-        }
-        return nullptr;
-    }
 
     void focusField() {
         m_host->setProperty("wantsFocus", true);
