@@ -1,15 +1,18 @@
 #include "AppDelegate.h"
 #include "Clock.h"
 #include "CommandLine.h"
+#include "FilePrivacy.h"
 #include "LaunchOptions.h"
 #include "ModelContainer.h"
 #include "NotificationCenter.h"
 #include "Notifications.h"
 #include "Preferences.h"
+#include "QuitSignals.h"
 #include "ReminderResponseRouter.h"
 #include "ReminderScheduler.h"
 #include "SingleInstance.h"
 #include "SoundPlayer.h"
+#include "StoreLock.h"
 #include "TavikContainer.h"
 #include "UpdaterController.h"
 
@@ -20,6 +23,7 @@
 #include <QFontDatabase>
 #include <QNetworkAccessManager>
 #include <QQuickWindow>
+#include <QStandardPaths>
 #include <QtQml/qqmlextensionplugin.h>
 #include <cstdio>
 #include <ctime>
@@ -113,6 +117,21 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
         return 1;
     }
 
+    // One board per store, whatever the session: a second one (another desktop session of
+    // the same user) says where the first runs and touches nothing.
+    const QString storePath =
+        options.seedDemo ? TavikContainer::demoStorePath() : TavikContainer::realStorePath();
+    StoreLock storeLock(storePath);
+    if (QString holder; !storeLock.tryLock(&holder)) {
+        std::fprintf(stderr, "Tavik is already running on %s: %s\n", qUtf8Printable(storePath),
+                     qUtf8Printable(holder));
+        return 1;
+    }
+    // Files that were made before their modes were tightened.
+    FilePrivacy::restrictFolder(TavikContainer::storeDirectory());
+    FilePrivacy::restrictFolder(
+        QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
+
     const SystemClock clock;
     Preferences preferences;
     NotificationHub hub;
@@ -150,6 +169,9 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
                      [&delegate](const QStringList& arguments) {
                          delegate.handleLaunch(LaunchOptions::parse(arguments));
                      });
+    // A logout, a shutdown or a plain kill quits like the menu's Quit, with the last save.
+    QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &QuitSignals::received, &app, &QCoreApplication::quit);
     delegate.applicationDidFinishLaunching();
     reportFirstFrame(delegate, sinceStart);
     return app.exec();
@@ -161,6 +183,7 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
 // import) or wrong usage runs headless and exits, anything else runs the board.
 int main(int argc, char* argv[]) {
     QCoreApplication::setApplicationName(QStringLiteral("tavik"));
+    FilePrivacy::restrictNewFiles();
 
     QStringList arguments;
     for (int i = 0; i < argc; ++i)
