@@ -164,8 +164,17 @@ void AppDelegate::showUpdateResult(const UpdateCheckResult& result) {
     }
 }
 
+void AppDelegate::saveBeforeLeaving() {
+    // The open card's latest typing and the completions still in their delay are what the
+    // user last saw; they are written before the last save.
+    m_board->flushOpenDrawer();
+    m_board->model().finishCompletions();
+    if (m_env.container.mainContext().hasChanges())
+        refreshMenuBarCount();
+}
+
 void AppDelegate::observeTaskChanges() {
-    // Some changes post nothing; they are saved once the edits settle, and before quitting.
+    // Some changes post nothing; they are saved at the next turn of the loop, and before quitting.
     ModelContext& context = m_env.container.mainContext();
     const auto settle = [this] { m_autosave.start(); };
     connect(&context, &ModelContext::taskInserted, this, settle);
@@ -174,13 +183,9 @@ void AppDelegate::observeTaskChanges() {
     connect(&context, &ModelContext::categoryInserted, this, settle);
     connect(&context, &ModelContext::categoryRemoved, this, settle);
     connect(&context, &ModelContext::categoryChanged, this, settle);
-    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
-        // An open drawer keeps its note to itself until the card goes away, and the window
-        // is torn down only after this last save: the card goes first.
-        m_board->flushOpenDrawer();
-        if (m_env.container.mainContext().hasChanges())
-            refreshMenuBarCount();
-    });
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &AppDelegate::saveBeforeLeaving);
+    // The desktop session ending (XSMP) may end the process without a quit.
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::saveBeforeLeaving);
     m_env.hub.observe(TavikNotification::tasksChanged, this,
                       [this](const QVariantMap&) { refreshMenuBarCount(); });
     m_env.hub.observe(TavikNotification::saveFailed, this,

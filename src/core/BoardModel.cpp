@@ -246,17 +246,28 @@ void BoardModel::toggle(TaskItem* task) {
     // The row shows its completing state first; the write follows. A task deleted meanwhile
     // is either gone or marked deleted, and then there is nothing left to complete.
     QTimer::singleShot(completionDelayMs, this, [this, id, guard = QPointer<TaskItem>(task)] {
-        m_completingIds.remove(id);
-        if (!guard || guard->isDeleted()) {
-            emit completingIdsChanged();
-            return;
-        }
-        guard->setCompleted(true, m_clock.now());
-        emit completingIdsChanged();
-        if (m_reminders)
-            m_reminders->sync(guard);
-        m_hub.post(TavikNotification::tasksChanged);
+        if (m_completingIds.contains(id))
+            finishCompletion(id, guard);
     });
+}
+
+void BoardModel::finishCompletions() {
+    const QList<QUuid> ids(m_completingIds.cbegin(), m_completingIds.cend());
+    for (const QUuid& id : ids)
+        finishCompletion(id, m_context.task(id));
+}
+
+void BoardModel::finishCompletion(const QUuid& id, TaskItem* task) {
+    m_completingIds.remove(id);
+    if (!task || task->isDeleted()) {
+        emit completingIdsChanged();
+        return;
+    }
+    task->setCompleted(true, m_clock.now());
+    emit completingIdsChanged();
+    if (m_reminders)
+        m_reminders->sync(task);
+    m_hub.post(TavikNotification::tasksChanged);
 }
 
 void BoardModel::remove(TaskItem* task) {

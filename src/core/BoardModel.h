@@ -66,6 +66,8 @@ public:
     void refreshNow();
 
     [[nodiscard]] const QSet<QUuid>& completingIds() const { return m_completingIds; }
+    // Writes the completions whose delay is still running, at once: the board is going away.
+    void finishCompletions();
 
     void createEnhanced(const EnhancedDraft& draft);
     void saveEdit(TaskItem* task, const EnhancedDraft& draft);
@@ -88,6 +90,7 @@ signals:
     void completingIdsChanged();
 
 private:
+    void finishCompletion(const QUuid& id, TaskItem* task);
     void onTaskInserted(TaskItem* task);
     void onTaskRemoved(TaskItem* task);
     void onTaskChanged(TaskItem* task);

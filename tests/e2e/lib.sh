@@ -80,7 +80,12 @@ field_is() { # field_is STORE TITLE FIELD JSON
 }
 export -f titles board_json task_field field_is
 shot() { import -window root "$ARTIFACTS/$1.png"; }
-window_id() { xdotool search --onlyvisible --name '^Tavik$' 2>/dev/null | head -n1; }
+# Fails while there is none, so that waiting for it waits.
+window_id() {
+    local id
+    id=$(xdotool search --onlyvisible --name '^Tavik$' 2>/dev/null | head -n1)
+    [ -n "$id" ] && echo "$id"
+}
 board_shown() { [ -n "$(window_id)" ]; }
 board_hidden() { [ -z "$(window_id)" ]; }
 wait_for() { # wait_for SECONDS COMMAND...
@@ -127,7 +132,7 @@ stop() { # stop PID: ends a process of ours and waits for it
 start_board() {
     spawn "${BOARD_LOG:-$WORK/tavik.log}" "$TAVIK" "$@"
     APP=$PID
-    check "the board window appears" wait_for 20 window_id
+    check "the board window appears" wait_for 20 board_shown
     focus_board
     eval "$(xdotool getwindowgeometry --shell "$WIN")"
     sleep 1

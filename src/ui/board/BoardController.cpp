@@ -353,7 +353,7 @@ void BoardController::drawerDisappeared(TaskDrawerController* drawer) {
 
 void BoardController::flushOpenDrawer() {
     if (m_openDrawer)
-        m_openDrawer->disappear();
+        m_openDrawer->writeNote();
 }
 
 void BoardController::refreshNow() {

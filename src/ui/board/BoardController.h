@@ -91,8 +91,8 @@ public:
     [[nodiscard]] BoardModel& model() const { return m_model; }
     [[nodiscard]] QmlClock* clockObject() const { return m_clockObject; }
     [[nodiscard]] NotificationHub& hub() const { return m_hub; }
-    // The detail card reports itself while it is up; flushOpenDrawer() makes it store its
-    // note (the card keeps the note to itself until it goes away).
+    // The detail card reports itself while it is up; flushOpenDrawer() makes it store the
+    // note typed since its last pause, and the card stays up.
     void drawerAppeared(TaskDrawerController* drawer);
     void drawerDisappeared(TaskDrawerController* drawer);
     void flushOpenDrawer();

@@ -15,7 +15,11 @@
 #include <algorithm>
 
 TaskDrawerController::TaskDrawerController(QObject* parent)
-    : QObject(parent) {}
+    : QObject(parent) {
+    m_noteWriter.setSingleShot(true);
+    m_noteWriter.setInterval(noteWriteDelayMs);
+    connect(&m_noteWriter, &QTimer::timeout, this, &TaskDrawerController::writeNote);
+}
 
 TaskDrawerController::~TaskDrawerController() {
     disappear();
@@ -170,6 +174,17 @@ void TaskDrawerController::setNoteText(const RichText& text) {
         return;
     m_noteText = text;
     emit noteTextChanged();
+    // A crash or a kill while the card is up costs at most the last half second of typing.
+    if (m_appeared)
+        m_noteWriter.start();
+}
+
+void TaskDrawerController::writeNote() {
+    if (!m_appeared || !m_task || m_task->richNote() == m_noteText)
+        return;
+    const QDateTime moment = now();
+    if (moment.isValid())
+        m_task->setRichNote(m_noteText, moment);
 }
 
 void TaskDrawerController::onDocumentChanged() {
@@ -238,6 +253,7 @@ void TaskDrawerController::disappear() {
     if (!m_appeared)
         return;
     m_appeared = false;
+    m_noteWriter.stop();
     if (m_board)
         m_board->drawerDisappeared(this);
     // Stored on every way out, also when nothing changed.

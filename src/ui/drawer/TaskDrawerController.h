@@ -12,6 +12,7 @@
 #include <QQmlEngine>
 #include <QQmlParserStatus>
 #include <QString>
+#include <QTimer>
 #include <QVariant>
 
 class Clock;
@@ -19,9 +20,9 @@ class NotificationHub;
 class ReminderSink;
 
 // The rules of TaskDrawer, the detail card of one task. Unlike the dialog it edits the record
-// itself: the title on each change, the schedule at each pick, and the note once, when the
-// card goes away (disappear(), or the controller's end). While the card is up the note lives
-// in a working copy that nothing outside refreshes.
+// itself: the title on each change, the schedule at each pick, and the note a moment after
+// typing pauses and again when the card goes away (disappear(), or the controller's end).
+// While the card is up the note lives in a working copy that nothing outside refreshes.
 //
 // The present, the hub that hears tavikTasksChanged and the reminder sink come from the
 // board; tests without a board set their own. With neither the card refuses to write.
@@ -63,6 +64,8 @@ public:
     // What the card needs beside the note text.
     static constexpr qreal chromeHeight = 110;
     static constexpr qreal noteFontPixelSize = 14;
+    // Quiet time in the note editor after which the note is written to the task.
+    static constexpr int noteWriteDelayMs = 500;
     static constexpr qreal minTitleHeight = 18;
     static constexpr qreal maxTitleHeight = 54;
 
@@ -121,6 +124,8 @@ public:
     [[nodiscard]] bool isAppeared() const { return m_appeared; }
     // The card is on screen: the working copy is loaded from the task's rich note.
     Q_INVOKABLE void appear();
+    // The working copy becomes the task's rich note if it differs; the card stays up.
+    void writeNote();
     // The card goes away: the working copy becomes the task's rich note, changed or not.
     Q_INVOKABLE void disappear();
 
@@ -164,6 +169,7 @@ private:
     qreal m_maxHeight = 0;
     qreal m_noteTextHeight = 0;
     RichText m_noteText;
+    QTimer m_noteWriter;
     bool m_appeared = false;
     bool m_loading = false;
     bool m_scheduleOpen = false;
