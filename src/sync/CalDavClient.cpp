@@ -233,7 +233,19 @@ void CalDavClient::makeCalendar(const CalendarCollection& collection, const Done
                             "<C:supported-calendar-component-set><C:comp name=\"VTODO\"/>"
                             "</C:supported-calendar-component-set>"
                             "</D:prop></D:set></C:mkcalendar>";
-    dav("MKCALENDAR", collection.url, "0", body, [done](const Reply& reply) { done(reply.error); });
+    dav("MKCALENDAR", collection.url, "0", body, [this, collection, done](const Reply& reply) {
+        if (reply.error.isError() || (collection.color.isEmpty() && !collection.order)) {
+            done(reply.error);
+            return;
+        }
+        // Xandikos makes the calendar but drops colour and order given at birth; set them
+        // again. The list exists either way, so a refusal here is only logged.
+        updateCollection(collection, [url = collection.url, done](const CalDavError& error) {
+            if (error.isError())
+                qCInfo(lcSync) << "list properties not kept at" << url.path() << error.detail;
+            done({});
+        });
+    });
 }
 
 void CalDavClient::updateCollection(const CalendarCollection& collection, const Done& done) {

@@ -49,6 +49,8 @@ QByteArray serialised(icalcomponent* c) {
 struct Scan {
     QList<QByteArray> unreadable; // lines libical cannot parse, kept verbatim
     QByteArray unreadableOwned;   // the first such line among the properties Tavik reads
+    bool begun = false;           // a VTODO begins somewhere
+    bool complete = false;        // every BEGIN has its END: the text was not cut off
 };
 
 Scan scan(const QByteArray& text) {
@@ -64,6 +66,7 @@ Scan scan(const QByteArray& text) {
         const QByteArray upper = line.toUpper();
         if (upper.startsWith("BEGIN:")) {
             stack.append(QString::fromLatin1(upper.mid(6).trimmed()));
+            result.begun = result.begun || stack.last() == QLatin1String("VTODO");
             continue;
         }
         if (upper.startsWith("END:")) {
@@ -88,6 +91,7 @@ Scan scan(const QByteArray& text) {
             result.unreadableOwned = line;
         result.unreadable.append(line);
     }
+    result.complete = seenTodo && stack.isEmpty();
     return result;
 }
 
@@ -427,13 +431,18 @@ Component newCalendar(const TaskFields& fields) {
 } // namespace
 
 bool VtodoCodec::decode(const QByteArray& text, TaskFields* out, QString* error) {
+    const Scan found = scan(text);
+    // libical reads what it can of a text cut short; half a task is worse than none.
+    if (found.begun && !found.complete) {
+        *error = QStringLiteral("the item is cut off before its end");
+        return false;
+    }
     Component root = parse(text);
     icalcomponent* todo = root ? masterTodo(root.get()) : nullptr;
     if (!todo) {
         *error = QStringLiteral("the item is not an iCalendar VTODO");
         return false;
     }
-    const Scan found = scan(text);
     if (!found.unreadableOwned.isEmpty()) {
         *error = QStringLiteral("the item has a property that cannot be read: %1")
                      .arg(QString::fromUtf8(found.unreadableOwned.left(200)));
