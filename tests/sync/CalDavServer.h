@@ -24,13 +24,15 @@ public:
         : m_kind(kind) {}
     ~CalDavServer() { stop(); }
 
-    // Starts the server and waits until it accepts connections.
+    // Starts the server and waits until it accepts connections; again after stop(), on the
+    // same port with the same data.
     bool start() {
-        QTcpServer probe;
-        if (!probe.listen(QHostAddress::LocalHost))
-            return false;
-        m_port = probe.serverPort();
-        probe.close();
+        if (m_port == 0) {
+            QTcpServer probe;
+            if (!probe.listen(QHostAddress::LocalHost))
+                return false;
+            m_port = probe.serverPort();
+        }
         const QString root = m_dir.path();
         QStringList arguments;
         QString program;
