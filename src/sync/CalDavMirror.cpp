@@ -360,8 +360,7 @@ void CalDavMirror::fillTexts(const Delta& delta,
 void CalDavMirror::applyDeltas() {
     // Unsaved board changes go out first, recorded, so the import cannot swallow them.
     if (m_context.hasChanges() && !m_context.save()) {
-        end(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
-        finish({});
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
         return;
     }
     QSet<QUuid> pending;
@@ -399,8 +398,7 @@ void CalDavMirror::applyDeltas() {
     const bool saved = m_context.save();
     m_context.setRecordingChanges(true);
     if (!saved) {
-        end(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
-        finish({});
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
         return;
     }
     // Only now that every item is on disk do the tokens move on.
@@ -415,8 +413,7 @@ void CalDavMirror::applyDeltas() {
         m_store.putCollection(collection);
     }
     if (!m_store.commit()) {
-        end(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
-        finish({});
+        finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
         return;
     }
     m_deltas.clear();
@@ -675,7 +672,9 @@ void CalDavMirror::resolveConflict(TaskItem* task, const QUrl& collection, const
                 if (!self)
                     return;
                 for (const CalendarItem& candidate : items) {
-                    if (VtodoCodec::uid(candidate.data) == idText(id)) {
+                    TaskFields found;
+                    QString ignored;
+                    if (VtodoCodec::decode(candidate.data, &found, &ignored) && found.id == id) {
                         merge(candidate);
                         return;
                     }
