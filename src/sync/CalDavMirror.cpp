@@ -197,15 +197,18 @@ void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
         return;
     }
 
-    QList<TaskCategory*> missing;
+    QList<QUuid> missing;
     for (TaskCategory* category : m_context.categories()) {
         if (!collectionFor(category).isValid())
-            missing.append(category);
+            missing.append(category->id());
     }
     createCollections(missing);
 }
 
-void CalDavMirror::createCollections(QList<TaskCategory*> missing) {
+void CalDavMirror::createCollections(QList<QUuid> missing) {
+    // A list deleted while its collection was being made needs none.
+    while (!missing.isEmpty() && !m_context.category(missing.first()))
+        missing.removeFirst();
     // The default collection first: tasks without a list live there.
     const bool needDefault = !collectionFor(nullptr).isValid();
     if (!needDefault && missing.isEmpty()) {
@@ -222,7 +225,7 @@ void CalDavMirror::createCollections(QList<TaskCategory*> missing) {
         collection.url = m_home.resolved(QUrl(defaultCollectionSlug));
         collection.displayName = defaultCollectionName;
     } else {
-        TaskCategory* category = missing.takeFirst();
+        TaskCategory* category = m_context.category(missing.takeFirst());
         collection = serverForm(*category, m_home.resolved(QUrl(idText(category->id()) + '/')));
         categoryId = category->id();
     }
@@ -268,11 +271,9 @@ void CalDavMirror::importNext(qsizetype index) {
                        return;
                    if (error.isError()) {
                        end(error);
-                       // An import that failed leaves every token as it was; the export still runs.
-                       m_changes = m_context.pendingChanges();
-                       m_changeIndex = 0;
-                       begin(MirrorEvent::Type::exportChanges);
-                       exportNext();
+                       // An import that failed leaves every token as it was; the export still
+                       // runs, and a 412 there merges what the import did not bring.
+                       startExport();
                        return;
                    }
                    m_deltas.append(delta);
@@ -363,10 +364,10 @@ void CalDavMirror::applyDeltas() {
         finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
         return;
     }
-    QSet<QUuid> pending;
+    QHash<QUuid, bool> pending; // task id -> deleted here
     for (const RecordChange& change : m_context.pendingChanges()) {
         if (change.kind == RecordChange::Kind::task)
-            pending.insert(change.id);
+            pending.insert(change.id, change.deleted);
     }
     QList<MirrorStore::Item> bound;
     QList<QUuid> unbound;
@@ -418,23 +419,21 @@ void CalDavMirror::applyDeltas() {
     }
     m_deltas.clear();
     end({});
-    m_changes = m_context.pendingChanges();
-    m_changeIndex = 0;
-    m_acknowledgeUpTo = 0;
-    m_blocked = false;
-    m_exportError = {};
-    begin(MirrorEvent::Type::exportChanges);
-    exportNext();
+    startExport();
 }
 
 void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
-                             const QSet<QUuid>& pending, QList<MirrorStore::Item>& bound) {
+                             const QHash<QUuid, bool>& pending, QList<MirrorStore::Item>& bound) {
     TaskFields server;
     QString why;
     if (item.data.isEmpty() || !VtodoCodec::decode(item.data, &server, &why)) {
         qCWarning(lcSync) << "skipped" << item.url.path() << why;
         return;
     }
+    // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
+    // meanwhile refuses it with 412 and comes back with the next full listing).
+    if (pending.value(server.id, false))
+        return;
     const auto binding = m_store.item(server.id);
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
@@ -472,6 +471,17 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
 
 // --- export --------------------------------------------------------------------------------
 
+void CalDavMirror::startExport() {
+    m_deltas.clear();
+    m_changes = m_context.pendingChanges();
+    m_changeIndex = 0;
+    m_acknowledgeUpTo = 0;
+    m_blocked = false;
+    m_exportError = {};
+    begin(MirrorEvent::Type::exportChanges);
+    exportNext();
+}
+
 void CalDavMirror::exportNext() {
     while (m_changeIndex < m_changes.size() &&
            m_changes.at(m_changeIndex).kind != RecordChange::Kind::task) {
@@ -487,8 +497,13 @@ void CalDavMirror::exportNext() {
                                       [this, self, seq](const CalDavError& error) {
                                           if (!self)
                                               return;
-                                          if (!error.isError() && !m_blocked)
+                                          if (error.isError()) {
+                                              m_blocked = true;
+                                              if (!m_exportError.isError())
+                                                  m_exportError = error;
+                                          } else if (!m_blocked) {
                                               m_acknowledgeUpTo = seq;
+                                          }
                                           exportNext();
                                       });
             return;
@@ -531,29 +546,28 @@ void CalDavMirror::exportTask(const RecordChange& change,
             done({});
             return;
         }
-        m_client.deleteItem(
-            binding->href, binding->etag, [this, self, binding, done](const CalDavError& error) {
-                if (!self)
-                    return;
-                // Gone already, or changed there since: either way this href is no longer ours
-                // to hold. (A task edited elsewhere comes back with the next import.)
-                if (!error.isError() || error.kind == CalDavError::Kind::notFound ||
-                    error.kind == CalDavError::Kind::conflict) {
-                    m_store.removeItem(binding->id);
-                    if (error.kind == CalDavError::Kind::conflict) {
-                        MirrorStore::Collection collection;
-                        for (const MirrorStore::Collection& c : m_store.collections()) {
-                            if (sameUrl(c.url, binding->collection))
-                                collection = c;
-                        }
-                        collection.syncToken.clear(); // list it again, whole
-                        m_store.putCollection(collection);
-                    }
-                    done({});
-                    return;
-                }
-                done(error);
-            });
+        m_client.deleteItem(binding->href, binding->etag,
+                            [this, self, binding, done](const CalDavError& error) {
+                                if (!self)
+                                    return;
+                                // Gone already, or changed there since: either way this href is no
+                                // longer ours to hold. (A task edited elsewhere comes back with the
+                                // next import.)
+                                if (!error.isError() || error.kind == CalDavError::Kind::notFound ||
+                                    error.kind == CalDavError::Kind::conflict) {
+                                    m_store.removeItem(binding->id);
+                                    for (MirrorStore::Collection c : m_store.collections()) {
+                                        if (error.kind == CalDavError::Kind::conflict &&
+                                            sameUrl(c.url, binding->collection)) {
+                                            c.syncToken.clear(); // list it again, whole
+                                            m_store.putCollection(c);
+                                        }
+                                    }
+                                    done({});
+                                    return;
+                                }
+                                done(error);
+                            });
         return;
     }
     const QUrl target = collectionFor(task->category());

@@ -53,15 +53,16 @@ private:
 
     void setup();
     void pairCollections(const QList<CalendarCollection>& onServer);
-    void createCollections(QList<TaskCategory*> missing);
+    void createCollections(QList<QUuid> missing);
     void importNext(qsizetype index);
     void fetchDelta(const MirrorStore::Collection& collection,
                     const std::function<void(const CalDavError&, const Delta&)>& done);
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();
-    void applyItem(const Delta& delta, const CalendarItem& item, const QSet<QUuid>& pending,
+    void applyItem(const Delta& delta, const CalendarItem& item, const QHash<QUuid, bool>& pending,
                    QList<MirrorStore::Item>& bound);
+    void startExport();
     void exportNext();
     void exportTask(const RecordChange& change,
                     const std::function<void(const CalDavError&)>& done);
