@@ -1,8 +1,10 @@
 #include "CalDavClient.h"
 #include "CalDavServer.h"
+#include "TestData.h"
 #include "VtodoCodec.h"
 
 #include <QNetworkAccessManager>
+#include <QRegularExpression>
 #include <optional>
 #include <tuple>
 
@@ -27,6 +29,63 @@ TaskFields task(const QString& title) {
 }
 
 using Kind = CalDavError::Kind;
+
+// Faults no real server shows on demand: answers each request with the next reply of a row
+// (status, headers, a recorded body from tests/sync/data, possibly cut off mid-way).
+class FaultServer : public QObject {
+public:
+    explicit FaultServer(const QJsonArray& replies)
+        : m_replies(replies) {
+        m_server.listen(QHostAddress::LocalHost);
+        connect(&m_server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket* socket = m_server.nextPendingConnection())
+                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
+        });
+    }
+    [[nodiscard]] QUrl url() const {
+        return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_server.serverPort()));
+    }
+    QStringList requests; // "METHOD /path"
+
+private:
+    void serve(QTcpSocket* socket) {
+        QByteArray& buffer = m_buffers[socket];
+        buffer += socket->readAll();
+        const qsizetype headEnd = buffer.indexOf("\r\n\r\n");
+        static const QRegularExpression lengthField(QStringLiteral("content-length:\\s*(\\d+)"),
+                                                    QRegularExpression::CaseInsensitiveOption);
+        const auto length = lengthField.match(QString::fromLatin1(buffer.left(headEnd)));
+        const qsizetype end = headEnd + 4 + (length.hasMatch() ? length.captured(1).toInt() : 0);
+        if (headEnd < 0 || buffer.size() < end)
+            return;
+        const QList<QByteArray> line = buffer.left(buffer.indexOf("\r\n")).split(' ');
+        buffer.remove(0, end);
+        requests.append(QString::fromLatin1(line.value(0) + ' ' + line.value(1)));
+        const QJsonObject reply =
+            m_replies.at(qMin(requests.size(), m_replies.size()) - 1).toObject();
+        QByteArray body;
+        if (reply.contains("body")) {
+            QFile file(QStringLiteral(TAVIK_TEST_DATA "/") + reply["body"].toString());
+            if (!file.open(QIODevice::ReadOnly))
+                qFatal("no body fixture");
+            body = file.readAll();
+        }
+        QByteArray head = "HTTP/1.1 " + QByteArray::number(reply["status"].toInt()) +
+                          " Fault\r\nContent-Type: application/xml; charset=utf-8\r\n" +
+                          "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
+        const QJsonObject headers = reply["headers"].toObject();
+        for (auto it = headers.begin(); it != headers.end(); ++it)
+            head += it.key().toLatin1() + ": " + it.value().toString().toUtf8() + "\r\n";
+        const int cut = reply["cut"].toInt(-1);
+        socket->write(head + "\r\n" + (cut >= 0 ? body.left(cut) : body));
+        if (cut >= 0)
+            socket->disconnectFromHost();
+    }
+
+    QTcpServer m_server;
+    QJsonArray m_replies;
+    QHash<QTcpSocket*, QByteArray> m_buffers;
+};
 
 } // namespace
 
@@ -196,6 +255,46 @@ private slots:
         // Radicale refuses an unknown token with 403, Xandikos with 500: both mean "start over".
         QCOMPARE(std::get<0>(sync(list, QStringLiteral("http://example.com/sync/bogus"))).kind,
                  Kind::tokenRefused);
+    }
+
+    // Each fault ends in the class the mirror acts on and the words the user reads.
+    void faults_data() { TestData::addRows("faults.json"); }
+    void faults() {
+        QFETCH(QJsonObject, row);
+        FaultServer server(row["responses"].toArray());
+        CalDavClient client(&m_network);
+        client.setAccount({server.url(), CalDavServer::username, CalDavServer::password});
+        const QUrl collection = server.url().resolved(QUrl(QStringLiteral("/cal/")));
+        std::optional<CalDavError> error;
+        QStringList paths;
+        const QString operation = row["operation"].toString();
+        if (operation == u"put") {
+            client.putItem(collection.resolved(QUrl(QStringLiteral("x.ics"))),
+                           VtodoCodec::encode(task(QStringLiteral("x")), {}, QDateTime()), {},
+                           [&](const CalDavError& e, const QString&) { error = e; });
+        } else if (operation == u"list") {
+            client.listItems(collection, true,
+                             [&](const CalDavError& e, const QList<CalendarItem>& items) {
+                                 for (const CalendarItem& item : items)
+                                     paths.append(item.url.path());
+                                 error = e;
+                             });
+        } else {
+            client.syncCollection(collection, QStringLiteral("token-1"),
+                                  [&](const CalDavError& e, const SyncDelta&) { error = e; });
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(error.has_value(), 20000);
+        static const QStringList kinds{"none",     "network",  "signIn",   "quota", "tokenRefused",
+                                       "conflict", "notFound", "rejected", "server"};
+        QCOMPARE(kinds.at(static_cast<int>(error->kind)), row["kind"].toString());
+        if (row.contains("text"))
+            QCOMPARE(error->userText(), row["text"].toString());
+        if (row.contains("retryAfter"))
+            QCOMPARE(error->retryAfterSecs, row["retryAfter"].toInt());
+        if (row.contains("methods"))
+            QCOMPARE(server.requests, row["methods"].toVariant().toStringList());
+        if (row.contains("paths"))
+            QCOMPARE(paths, row["paths"].toVariant().toStringList());
     }
 
     // A wrong password is a sign-in problem, a server that is gone a network one.
