@@ -54,6 +54,20 @@ struct Board {
             qFatal("PROPFIND never answered");
     }
 
+    // What the server holds in a collection now.
+    QList<CalendarItem> serverItems(const QUrl& collection) {
+        std::optional<QList<CalendarItem>> items;
+        client.listItems(collection, true,
+                         [&](const CalDavError& error, const QList<CalendarItem>& found) {
+                             if (error.isError())
+                                 qFatal("REPORT failed: %s", qPrintable(error.detail));
+                             items = found;
+                         });
+        if (!QTest::qWaitFor([&] { return items.has_value(); }, 20000))
+            qFatal("REPORT never answered");
+        return *items;
+    }
+
     TaskItem* titled(const QString& title) const {
         TaskItem* found = nullptr;
         for (TaskItem* task : context->tasks()) {
@@ -174,6 +188,26 @@ private slots:
         QVERIFY(m_a->context->pendingChanges().isEmpty());
     }
 
+    // A task moved to another list moves to that collection under the same UID, and the
+    // other board sees one task, moved.
+    void moveKeepsTheTask_data() { servers(); }
+    void moveKeepsTheTask() {
+        TaskItem* report = m_a->titled(QStringLiteral("Report"));
+        QVERIFY(report);
+        const QUrl before = m_a->store.item(report->id())->collection;
+        report->setCategory(nullptr);
+        QVERIFY(m_a->context->save());
+        QVERIFY(m_a->sync());
+        QVERIFY(m_a->store.item(report->id())->collection != before);
+        QVERIFY(m_b->sync());
+        TaskItem* moved = m_b->titled(QStringLiteral("Report"));
+        QVERIFY(moved);
+        QCOMPARE(moved->id(), report->id());
+        QVERIFY(!moved->category());
+        QCOMPARE(m_b->context->tasks().size(), 2);
+        QVERIFY(m_a->serverItems(before).isEmpty());
+    }
+
     // A create whose answer was lost is sent again: the server already holds the UID, and
     // the task ends up there once, with the newer fields.
     void retriedCreateIsNoDuplicate_data() { servers(); }
@@ -187,18 +221,12 @@ private slots:
         QVERIFY(m_a->context->save());
         m_a->skipServerChanges();
         QVERIFY(m_a->sync());
-        bool listed = false;
-        m_a->client.listItems(binding->collection, true,
-                              [&](const CalDavError& error, const QList<CalendarItem>& items) {
-                                  QVERIFY(!error.isError());
-                                  QCOMPARE(items.size(), 1);
-                                  TaskFields fields;
-                                  QString why;
-                                  QVERIFY(VtodoCodec::decode(items.first().data, &fields, &why));
-                                  QCOMPARE(fields.title, QStringLiteral("Milk, again"));
-                                  listed = true;
-                              });
-        QTRY_VERIFY_WITH_TIMEOUT(listed, 20000);
+        const QList<CalendarItem> items = m_a->serverItems(binding->collection);
+        QCOMPARE(items.size(), 1);
+        TaskFields fields;
+        QString why;
+        QVERIFY(VtodoCodec::decode(items.first().data, &fields, &why));
+        QCOMPARE(fields.title, QStringLiteral("Milk, again"));
     }
 
     // Offline edits wait in the change log; a refused token means a full listing that
