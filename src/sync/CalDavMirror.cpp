@@ -144,6 +144,11 @@ void CalDavMirror::setup() {
 }
 
 void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
+    // Unsaved board changes are saved, recorded, before the server's go in unrecorded.
+    if (m_context.hasChanges() && !m_context.save()) {
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+        return;
+    }
     m_onServer.clear();
     for (const CalendarCollection& collection : onServer)
         m_onServer.insert(collection.url.adjusted(QUrl::StripTrailingSlash), collection);
@@ -158,9 +163,31 @@ void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
     QList<MirrorStore::Collection> paired;
     const QUrl defaultUrl = m_home.resolved(QUrl(defaultCollectionSlug));
     bool changedBoard = false;
+    QSet<QUuid> changedHere;
+    for (const RecordChange& change : m_context.pendingChanges()) {
+        if (change.kind == RecordChange::Kind::category)
+            changedHere.insert(change.id);
+    }
     for (const CalendarCollection& collection : onServer) {
-        if (isKnown(collection.url))
+        if (isKnown(collection.url)) {
+            // A list renamed or recoloured elsewhere, unless it was changed here too (then
+            // this board's name goes out with the export). The order stays local: some
+            // servers drop it.
+            TaskCategory* category = categoryFor(collection.url);
+            if (category && !changedHere.contains(category->id())) {
+                if (!collection.displayName.isEmpty() &&
+                    collection.displayName != category->name()) {
+                    category->setName(collection.displayName);
+                    changedBoard = true;
+                }
+                if (!collection.color.isEmpty() &&
+                    boardColor(collection.color) != category->colorHex()) {
+                    category->setColorHex(boardColor(collection.color));
+                    changedBoard = true;
+                }
+            }
             continue;
+        }
         MirrorStore::Collection entry{collection.url, std::nullopt, {}, {}};
         if (!sameUrl(collection.url, defaultUrl)) {
             TaskCategory* match = nullptr;

@@ -159,6 +159,15 @@ private slots:
         // Nothing changed: syncing again changes nothing and duplicates nothing.
         QVERIFY(m_b->sync());
         QCOMPARE(m_b->context->tasks().size(), 2);
+        // A list renamed and recoloured on one board is renamed on the other.
+        TaskCategory* work = m_a->titled(QStringLiteral("Report"))->category();
+        work->setName(QStringLiteral("Office"));
+        work->setColorHex(QStringLiteral("30A46C"));
+        QVERIFY(m_a->context->save());
+        QVERIFY(m_a->sync());
+        QVERIFY(m_b->sync());
+        QCOMPARE(report->category()->name(), QStringLiteral("Office"));
+        QCOMPARE(report->category()->colorHex(), QStringLiteral("30A46C"));
     }
 
     // Different fields edited on both boards both survive, whichever syncs first, and a
