@@ -13,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+#include <csignal>
+#include <sys/prctl.h>
 
 class CalDavServer {
 public:
@@ -62,6 +64,8 @@ public:
         } else {
             m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         }
+        // A test that crashes must not leave its server running.
+        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
         m_process.start(program, arguments);
         if (!m_process.waitForStarted())
             return false;
