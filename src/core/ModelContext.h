@@ -54,6 +54,8 @@ public:
     [[nodiscard]] QString damage() const { return m_damage; }
 
     [[nodiscard]] QString path() const { return m_path; }
+    // The SQLite connection of this store, for the cloud mirror's own tables in the same file.
+    [[nodiscard]] QString connectionName() const { return m_connectionName; }
 
     // All records, in no particular order. Deleted records are not in these lists.
     [[nodiscard]] const QList<TaskItem*>& tasks() const { return m_tasks; }

@@ -1,0 +1,745 @@
+#include "CalDavMirror.h"
+
+#include "Clock.h"
+#include "ModelContext.h"
+#include "SyncLog.h"
+#include "TaskCategory.h"
+#include "TaskItem.h"
+#include "TaskMerge.h"
+#include "VtodoCodec.h"
+
+#include <QPointer>
+#include <QRegularExpression>
+
+namespace {
+
+const QString homeKey = QStringLiteral("home");
+const QString accountKey = QStringLiteral("account");
+const QString defaultCollectionSlug = QStringLiteral("tavik/");
+const QString defaultCollectionName = QStringLiteral("Tavik");
+
+QString idText(const QUuid& id) {
+    return id.toString(QUuid::WithoutBraces);
+}
+
+// "#RRGGBB" or "#RRGGBBAA" from the server as the board's "RRGGBB".
+QString boardColor(const QString& serverColor) {
+    const QString hex = serverColor.trimmed().remove(QLatin1Char('#')).left(6).toUpper();
+    static const QRegularExpression form(QStringLiteral("^[0-9A-F]{6}$"));
+    return form.match(hex).hasMatch() ? hex : TaskCategory::defaultColorHex;
+}
+
+CalendarCollection serverForm(const TaskCategory& category, const QUrl& url) {
+    CalendarCollection collection;
+    collection.url = url;
+    collection.displayName = category.name();
+    collection.color = QLatin1Char('#') + category.colorHex() + QStringLiteral("FF");
+    collection.order = category.sortIndex();
+    return collection;
+}
+
+bool sameUrl(const QUrl& a, const QUrl& b) {
+    return a.adjusted(QUrl::StripTrailingSlash).path(QUrl::FullyDecoded) ==
+           b.adjusted(QUrl::StripTrailingSlash).path(QUrl::FullyDecoded);
+}
+
+// Errors that stop a whole export: every later request would meet them too.
+bool stopsExport(const CalDavError& error) {
+    using Kind = CalDavError::Kind;
+    return error.kind == Kind::network || error.kind == Kind::signIn || error.kind == Kind::quota ||
+           error.kind == Kind::server;
+}
+
+} // namespace
+
+CalDavMirror::CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
+                           const Clock& clock, QObject* parent)
+    : QObject(parent)
+    , m_context(context)
+    , m_store(store)
+    , m_client(client)
+    , m_clock(clock) {}
+
+void CalDavMirror::sync() {
+    if (m_running) {
+        m_again = true;
+        return;
+    }
+    m_running = true;
+    m_failed = false;
+    m_retryAfterSecs = -1;
+    setup();
+}
+
+void CalDavMirror::begin(MirrorEvent::Type type) {
+    m_event = MirrorEvent{type, m_clock.now(), {}, {}};
+    emit eventChanged(m_event);
+}
+
+void CalDavMirror::end(const CalDavError& error) {
+    m_event.endedAt = m_clock.now();
+    m_event.error = error;
+    if (error.isError()) {
+        m_failed = true;
+        m_retryAfterSecs = qMax(m_retryAfterSecs, error.retryAfterSecs);
+        qCInfo(lcSync) << "sync step" << static_cast<int>(m_event.type)
+                       << "failed:" << error.detail;
+    }
+    emit eventChanged(m_event);
+}
+
+void CalDavMirror::finish(const CalDavError& error) {
+    end(error);
+    m_running = false;
+    emit finished(!m_failed);
+    if (m_again) {
+        m_again = false;
+        sync();
+    }
+}
+
+// --- setup ---------------------------------------------------------------------------------
+
+void CalDavMirror::setup() {
+    begin(MirrorEvent::Type::setup);
+    // What is known of another account's server means nothing for this one.
+    const CalDavClient::Account& account = m_client.account();
+    const QString accountName =
+        account.serverUrl.toString(QUrl::FullyEncoded) + QLatin1Char(' ') + account.username;
+    if (m_store.value(accountKey) != accountName) {
+        m_store.begin();
+        m_store.clear();
+        m_store.setValue(accountKey, accountName);
+        m_store.commit();
+    }
+    QPointer<CalDavMirror> self(this);
+    const auto list = [this, self](const QUrl& home) {
+        m_home = home;
+        m_client.listCollections(
+            home, [this, self](const CalDavError& error, const QList<CalendarCollection>& found) {
+                if (!self)
+                    return;
+                if (error.isError()) {
+                    finish(error);
+                    return;
+                }
+                pairCollections(found);
+            });
+    };
+    const QUrl stored = QUrl(m_store.value(homeKey));
+    if (stored.isValid() && !stored.isEmpty()) {
+        list(stored);
+        return;
+    }
+    m_client.discover([this, self, list](const CalDavError& error, const CalDavClient::Home& home) {
+        if (!self)
+            return;
+        if (error.isError()) {
+            finish(error);
+            return;
+        }
+        m_store.setValue(homeKey, home.calendarHome.toString(QUrl::FullyEncoded));
+        list(home.calendarHome);
+    });
+}
+
+void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
+    // Unsaved board changes are saved, recorded, before the server's go in unrecorded.
+    if (m_context.hasChanges() && !m_context.save()) {
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+        return;
+    }
+    m_onServer.clear();
+    for (const CalendarCollection& collection : onServer)
+        m_onServer.insert(collection.url.adjusted(QUrl::StripTrailingSlash), collection);
+    const QList<MirrorStore::Collection> known = m_store.collections();
+    const auto isKnown = [&](const QUrl& url) {
+        return std::any_of(known.cbegin(), known.cend(),
+                           [&](const MirrorStore::Collection& c) { return sameUrl(c.url, url); });
+    };
+
+    // Lists made by other clients become lists here; one of the same name is paired rather
+    // than doubled (two lists of one name stop some clients).
+    QList<MirrorStore::Collection> paired;
+    const QUrl defaultUrl = m_home.resolved(QUrl(defaultCollectionSlug));
+    bool changedBoard = false;
+    QSet<QUuid> changedHere;
+    for (const RecordChange& change : m_context.pendingChanges()) {
+        if (change.kind == RecordChange::Kind::category)
+            changedHere.insert(change.id);
+    }
+    for (const CalendarCollection& collection : onServer) {
+        if (isKnown(collection.url)) {
+            // A list renamed or recoloured elsewhere, unless it was changed here too (then
+            // this board's name goes out with the export). The order stays local: some
+            // servers drop it.
+            TaskCategory* category = categoryFor(collection.url);
+            if (category && !changedHere.contains(category->id())) {
+                if (!collection.displayName.isEmpty() &&
+                    collection.displayName != category->name()) {
+                    category->setName(collection.displayName);
+                    changedBoard = true;
+                }
+                if (!collection.color.isEmpty() &&
+                    boardColor(collection.color) != category->colorHex()) {
+                    category->setColorHex(boardColor(collection.color));
+                    changedBoard = true;
+                }
+            }
+            continue;
+        }
+        MirrorStore::Collection entry{collection.url, std::nullopt, {}, {}};
+        if (!sameUrl(collection.url, defaultUrl)) {
+            TaskCategory* match = nullptr;
+            for (TaskCategory* category : m_context.categories()) {
+                if (category->name() == collection.displayName &&
+                    !collectionFor(category).isValid())
+                    match = category;
+            }
+            if (!match) {
+                match = new TaskCategory(collection.displayName, boardColor(collection.color),
+                                         collection.order.value_or(m_context.categories().size()),
+                                         m_clock.now());
+                m_context.insert(match);
+                changedBoard = true;
+            }
+            entry.categoryId = match->id();
+        }
+        paired.append(entry);
+    }
+    if (changedBoard && m_context.hasChanges()) {
+        m_context.setRecordingChanges(false);
+        const bool saved = m_context.save();
+        m_context.setRecordingChanges(true);
+        if (!saved) {
+            finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+            return;
+        }
+    }
+    m_store.begin();
+    for (const MirrorStore::Collection& entry : paired)
+        m_store.putCollection(entry);
+    if (!m_store.commit()) {
+        finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
+        return;
+    }
+
+    QList<QUuid> missing;
+    for (TaskCategory* category : m_context.categories()) {
+        if (!collectionFor(category).isValid())
+            missing.append(category->id());
+    }
+    createCollections(missing);
+}
+
+void CalDavMirror::createCollections(QList<QUuid> missing) {
+    // A list deleted while its collection was being made needs none.
+    while (!missing.isEmpty() && !m_context.category(missing.first()))
+        missing.removeFirst();
+    // The default collection first: tasks without a list live there.
+    const bool needDefault = !collectionFor(nullptr).isValid();
+    if (!needDefault && missing.isEmpty()) {
+        end({});
+        m_toImport = m_store.collections();
+        m_deltas.clear();
+        begin(MirrorEvent::Type::import);
+        importNext(0);
+        return;
+    }
+    CalendarCollection collection;
+    std::optional<QUuid> categoryId;
+    if (needDefault) {
+        collection.url = m_home.resolved(QUrl(defaultCollectionSlug));
+        collection.displayName = defaultCollectionName;
+    } else {
+        TaskCategory* category = m_context.category(missing.takeFirst());
+        collection = serverForm(*category, m_home.resolved(QUrl(idText(category->id()) + '/')));
+        categoryId = category->id();
+    }
+    QPointer<CalDavMirror> self(this);
+    m_client.makeCalendar(collection,
+                          [this, self, collection, categoryId, missing](const CalDavError& error) {
+                              if (!self)
+                                  return;
+                              // 405: it is there already (made by an earlier run that did not hear
+                              // the answer).
+                              if (error.isError() && error.httpStatus != 405) {
+                                  finish(error);
+                                  return;
+                              }
+                              m_store.putCollection({collection.url, categoryId, {}, {}});
+                              createCollections(missing);
+                          });
+}
+
+// --- import --------------------------------------------------------------------------------
+
+void CalDavMirror::importNext(qsizetype index) {
+    while (index < m_toImport.size()) {
+        const MirrorStore::Collection& collection = m_toImport.at(index);
+        const CalendarCollection server =
+            m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
+        // Nothing moved since the last import: no request for this collection.
+        const bool unchanged = !collection.syncToken.isEmpty() &&
+                               collection.syncToken == server.syncToken &&
+                               collection.ctag == server.ctag;
+        if (!unchanged)
+            break;
+        ++index;
+    }
+    if (index >= m_toImport.size()) {
+        applyDeltas();
+        return;
+    }
+    QPointer<CalDavMirror> self(this);
+    fetchDelta(m_toImport.at(index),
+               [this, self, index](const CalDavError& error, const Delta& delta) {
+                   if (!self)
+                       return;
+                   if (error.isError()) {
+                       end(error);
+                       // An import that failed leaves every token as it was; the export still
+                       // runs, and a 412 there merges what the import did not bring.
+                       startExport();
+                       return;
+                   }
+                   m_deltas.append(delta);
+                   importNext(index + 1);
+               });
+}
+
+void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
+                              const std::function<void(const CalDavError&, const Delta&)>& done) {
+    QPointer<CalDavMirror> self(this);
+    const CalendarCollection server =
+        m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
+    const auto fullListing = [this, self, collection, server, done] {
+        m_client.listItems(
+            collection.url, true,
+            [this, self, collection, server, done](const CalDavError& error,
+                                                   const QList<CalendarItem>& items) {
+                if (!self)
+                    return;
+                Delta delta{collection, server.syncToken, items, {}};
+                delta.collection.ctag = server.ctag;
+                const QList<MirrorStore::Item> known = m_store.itemsIn(collection.url);
+                // A server that suddenly lists nothing is not believed: the board stays.
+                if (!items.isEmpty()) {
+                    for (const MirrorStore::Item& item : known) {
+                        const bool listed =
+                            std::any_of(items.cbegin(), items.cend(), [&](const CalendarItem& i) {
+                                return sameUrl(i.url, item.href);
+                            });
+                        if (!listed)
+                            delta.removed.append(item.href);
+                    }
+                } else if (!known.isEmpty()) {
+                    qCWarning(lcSync)
+                        << collection.url.path() << "lists nothing; nothing is deleted";
+                }
+                done(error, delta);
+            });
+    };
+    m_client.syncCollection(
+        collection.url, collection.syncToken,
+        [this, self, collection, server, done, fullListing](const CalDavError& error,
+                                                            const SyncDelta& sync) {
+            if (!self)
+                return;
+            if (error.kind == CalDavError::Kind::tokenRefused ||
+                (error.isError() && collection.syncToken.isEmpty() && !stopsExport(error))) {
+                fullListing();
+                return;
+            }
+            Delta delta{collection, sync.token, sync.changed, sync.removed};
+            delta.collection.ctag = server.ctag;
+            const bool textMissing =
+                std::any_of(delta.changed.cbegin(), delta.changed.cend(),
+                            [](const CalendarItem& item) { return item.data.isEmpty(); });
+            if (error.isError() || !textMissing) {
+                done(error, delta);
+                return;
+            }
+            fillTexts(delta, done);
+        });
+}
+
+void CalDavMirror::fillTexts(const Delta& delta,
+                             const std::function<void(const CalDavError&, const Delta&)>& done) {
+    // Xandikos sends no calendar-data in a sync report, and multiget is slow there: one
+    // calendar-query brings every text.
+    QPointer<CalDavMirror> self(this);
+    m_client.listItems(
+        delta.collection.url, true,
+        [self, delta, done](const CalDavError& error, const QList<CalendarItem>& items) {
+            if (!self)
+                return;
+            Delta filled = delta;
+            for (CalendarItem& changed : filled.changed) {
+                for (const CalendarItem& item : items) {
+                    if (changed.data.isEmpty() && sameUrl(item.url, changed.url))
+                        changed = item;
+                }
+            }
+            done(error, filled);
+        });
+}
+
+void CalDavMirror::applyDeltas() {
+    // Unsaved board changes go out first, recorded, so the import cannot swallow them.
+    if (m_context.hasChanges() && !m_context.save()) {
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+        return;
+    }
+    QHash<QUuid, bool> pending; // task id -> deleted here
+    for (const RecordChange& change : m_context.pendingChanges()) {
+        if (change.kind == RecordChange::Kind::task)
+            pending.insert(change.id, change.deleted);
+    }
+    QList<MirrorStore::Item> bound;
+    QList<QUuid> unbound;
+    for (const Delta& delta : std::as_const(m_deltas)) {
+        for (const CalendarItem& item : delta.changed)
+            applyItem(delta, item, pending, bound);
+    }
+    // Removals after every change, so a task that moved between collections is not lost.
+    for (const Delta& delta : std::as_const(m_deltas)) {
+        for (const QUrl& href : delta.removed) {
+            const auto binding = m_store.itemAt(href);
+            // Radicale's first sync lists long-deleted items: unknown hrefs are ignored.
+            if (!binding || !sameUrl(binding->collection, delta.collection.url))
+                continue;
+            const bool movedHere =
+                std::any_of(bound.cbegin(), bound.cend(),
+                            [&](const MirrorStore::Item& b) { return b.id == binding->id; });
+            if (movedHere)
+                continue;
+            unbound.append(binding->id);
+            TaskItem* task = m_context.task(binding->id);
+            // An edit made here outlives a delete made there: the export puts it back.
+            if (task && !pending.contains(task->id()))
+                m_context.remove(task);
+        }
+    }
+
+    m_context.setRecordingChanges(false);
+    const bool saved = m_context.save();
+    m_context.setRecordingChanges(true);
+    if (!saved) {
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+        return;
+    }
+    // Only now that every item is on disk do the tokens move on.
+    m_store.begin();
+    for (const MirrorStore::Item& item : std::as_const(bound))
+        m_store.putItem(item);
+    for (const QUuid& id : std::as_const(unbound))
+        m_store.removeItem(id);
+    for (const Delta& delta : std::as_const(m_deltas)) {
+        MirrorStore::Collection collection = delta.collection;
+        collection.syncToken = delta.newToken;
+        m_store.putCollection(collection);
+    }
+    if (!m_store.commit()) {
+        finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
+        return;
+    }
+    m_deltas.clear();
+    end({});
+    startExport();
+}
+
+void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
+                             const QHash<QUuid, bool>& pending, QList<MirrorStore::Item>& bound) {
+    TaskFields server;
+    QString why;
+    if (item.data.isEmpty() || !VtodoCodec::decode(item.data, &server, &why)) {
+        qCWarning(lcSync) << "skipped" << item.url.path() << why;
+        return;
+    }
+    // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
+    // meanwhile refuses it with 412 and comes back with the next full listing).
+    if (pending.value(server.id, false))
+        return;
+    const auto binding = m_store.item(server.id);
+    // Our own write coming back: nothing new.
+    if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
+        return;
+    // Two hrefs with one UID in one collection are one task: the first one stays.
+    if (binding && !sameUrl(binding->href, item.url) &&
+        sameUrl(binding->collection, delta.collection.url)) {
+        qCInfo(lcSync) << "one task at two hrefs; kept" << binding->href.path();
+        return;
+    }
+    TaskItem* task = m_context.task(server.id);
+    TaskCategory* category = categoryFor(delta.collection.url);
+    if (!task) {
+        task =
+            new TaskItem(server.id, server.createdAt.isValid() ? server.createdAt : m_clock.now());
+        server.applyTo(*task);
+        task->setCategory(category);
+        m_context.insert(task);
+    } else {
+        TaskFields fields = server;
+        if (pending.contains(task->id())) {
+            // Changed here too: merge. Without a text of our own to compare against, the
+            // server's copy is the base, so what changed here wins.
+            TaskFields base = server;
+            if (binding && !VtodoCodec::decode(binding->serverText, &base, &why))
+                base = server;
+            fields = TaskMerge::merge(base, TaskFields::fromTask(*task), server);
+        }
+        fields.applyTo(*task);
+        if (!pending.contains(task->id()))
+            task->setCategory(category);
+    }
+    bound.append({server.id, delta.collection.url, item.url, item.etag, item.data});
+}
+
+// --- export --------------------------------------------------------------------------------
+
+void CalDavMirror::startExport() {
+    m_deltas.clear();
+    m_changes = m_context.pendingChanges();
+    m_changeIndex = 0;
+    m_acknowledgeUpTo = 0;
+    m_blocked = false;
+    m_exportError = {};
+    begin(MirrorEvent::Type::exportChanges);
+    exportNext();
+}
+
+void CalDavMirror::exportNext() {
+    while (m_changeIndex < m_changes.size() &&
+           m_changes.at(m_changeIndex).kind != RecordChange::Kind::task) {
+        // Lists reach the server through setup (a new list) and PROPPATCH below.
+        const RecordChange& change = m_changes.at(m_changeIndex);
+        TaskCategory* category = m_context.category(change.id);
+        const QUrl url = category ? collectionFor(category) : QUrl();
+        if (category && url.isValid()) {
+            QPointer<CalDavMirror> self(this);
+            const qint64 seq = change.seq;
+            ++m_changeIndex;
+            m_client.updateCollection(serverForm(*category, url),
+                                      [this, self, seq](const CalDavError& error) {
+                                          if (!self)
+                                              return;
+                                          if (error.isError()) {
+                                              m_blocked = true;
+                                              if (!m_exportError.isError())
+                                                  m_exportError = error;
+                                          } else if (!m_blocked) {
+                                              m_acknowledgeUpTo = seq;
+                                          }
+                                          exportNext();
+                                      });
+            return;
+        }
+        if (!m_blocked)
+            m_acknowledgeUpTo = change.seq;
+        ++m_changeIndex;
+    }
+    if (m_changeIndex >= m_changes.size()) {
+        if (m_acknowledgeUpTo > 0)
+            m_context.acknowledgeChanges(m_acknowledgeUpTo);
+        finish(m_exportError);
+        return;
+    }
+    const RecordChange change = m_changes.at(m_changeIndex++);
+    QPointer<CalDavMirror> self(this);
+    exportTask(change, [this, self, change](const CalDavError& error) {
+        if (!self)
+            return;
+        if (error.isError()) {
+            m_blocked = true;
+            if (!m_exportError.isError())
+                m_exportError = error;
+            if (stopsExport(error))
+                m_changeIndex = m_changes.size();
+        } else if (!m_blocked) {
+            m_acknowledgeUpTo = change.seq;
+        }
+        exportNext();
+    });
+}
+
+void CalDavMirror::exportTask(const RecordChange& change,
+                              const std::function<void(const CalDavError&)>& done) {
+    TaskItem* task = change.deleted ? nullptr : m_context.task(change.id);
+    const auto binding = m_store.item(change.id);
+    QPointer<CalDavMirror> self(this);
+    if (!task) {
+        if (!binding) {
+            done({});
+            return;
+        }
+        m_client.deleteItem(binding->href, binding->etag,
+                            [this, self, binding, done](const CalDavError& error) {
+                                if (!self)
+                                    return;
+                                // Gone already, or changed there since: either way this href is no
+                                // longer ours to hold. (A task edited elsewhere comes back with the
+                                // next import.)
+                                if (!error.isError() || error.kind == CalDavError::Kind::notFound ||
+                                    error.kind == CalDavError::Kind::conflict) {
+                                    m_store.removeItem(binding->id);
+                                    for (MirrorStore::Collection c : m_store.collections()) {
+                                        if (error.kind == CalDavError::Kind::conflict &&
+                                            sameUrl(c.url, binding->collection)) {
+                                            c.syncToken.clear(); // list it again, whole
+                                            m_store.putCollection(c);
+                                        }
+                                    }
+                                    done({});
+                                    return;
+                                }
+                                done(error);
+                            });
+        return;
+    }
+    const QUrl target = collectionFor(task->category());
+    if (!target.isValid()) {
+        done(CalDavError::protocol(0, QStringLiteral("no collection for the task's list")));
+        return;
+    }
+    if (binding && sameUrl(binding->collection, target)) {
+        upload(task, target, binding->href, binding->serverText, binding->etag, 0, done);
+        return;
+    }
+    // New here, or moved to another list: a new href in the target, the same UID.
+    const QUrl href = target.resolved(QUrl(idText(task->id()) + QStringLiteral(".ics")));
+    const QByteArray base = binding ? binding->serverText : QByteArray();
+    upload(task, target, href, base, {}, 0, [this, self, binding, done](const CalDavError& error) {
+        if (!self)
+            return;
+        if (error.isError() || !binding) {
+            done(error);
+            return;
+        }
+        m_client.deleteItem(binding->href, binding->etag, [done](const CalDavError& removed) {
+            // The old copy may be gone already; a changed one comes back as a second href of
+            // one UID, which the import folds into this task.
+            Q_UNUSED(removed);
+            done({});
+        });
+    });
+}
+
+void CalDavMirror::upload(TaskItem* task, const QUrl& collection, const QUrl& href,
+                          const QByteArray& base, const QString& etag, int attempt,
+                          const std::function<void(const CalDavError&)>& done) {
+    const TaskFields fields = TaskFields::fromTask(*task);
+    const QByteArray text = VtodoCodec::encode(fields, base, m_clock.now());
+    QPointer<CalDavMirror> self(this);
+    QPointer<TaskItem> guard(task);
+    m_client.putItem(href, text, etag, [=, this](const CalDavError& error, const QString& newEtag) {
+        if (!self)
+            return;
+        if (!error.isError()) {
+            m_store.putItem({fields.id, collection, href, newEtag, text});
+            if (!newEtag.isEmpty()) {
+                done({});
+                return;
+            }
+            // No ETag in the answer: read it, or the next write could not say If-Match.
+            m_client.fetchItem(
+                href, [=, this](const CalDavError& fetchError, const CalendarItem& item) {
+                    if (!self)
+                        return;
+                    if (!fetchError.isError())
+                        m_store.putItem({fields.id, collection, href, item.etag, item.data});
+                    done(fetchError);
+                });
+            return;
+        }
+        if (!guard || guard->isDeleted()) {
+            done({});
+            return;
+        }
+        const bool retriedCreate = etag.isEmpty() && (error.kind == CalDavError::Kind::conflict ||
+                                                      error.kind == CalDavError::Kind::rejected);
+        if ((error.kind == CalDavError::Kind::conflict || retriedCreate) &&
+            attempt < maxConflictRetries) {
+            resolveConflict(guard, collection, href, base, attempt + 1, done);
+            return;
+        }
+        done(error);
+    });
+}
+
+void CalDavMirror::resolveConflict(TaskItem* task, const QUrl& collection, const QUrl& href,
+                                   const QByteArray& base, int attempt,
+                                   const std::function<void(const CalDavError&)>& done) {
+    QPointer<CalDavMirror> self(this);
+    QPointer<TaskItem> guard(task);
+    const QUuid id = task->id();
+    const auto merge = [=, this](const CalendarItem& item) {
+        if (!guard) {
+            done({});
+            return;
+        }
+        TaskFields server, baseFields;
+        QString why;
+        if (!VtodoCodec::decode(item.data, &server, &why) || server.id != id) {
+            done(CalDavError::protocol(
+                412, QStringLiteral("the server's copy cannot be read: %1").arg(why)));
+            return;
+        }
+        // With no text of our own to compare against (a create retried after its answer was
+        // lost), the server's copy is the base: our fields win where they differ.
+        if (base.isEmpty() || !VtodoCodec::decode(base, &baseFields, &why))
+            baseFields = server;
+        const TaskFields merged =
+            TaskMerge::merge(baseFields, TaskFields::fromTask(*guard), server);
+        merged.applyTo(*guard);
+        upload(guard, collection, item.url, item.data, item.etag, attempt, done);
+    };
+    m_client.fetchItem(href, [=, this](const CalDavError& error, const CalendarItem& item) {
+        if (!self)
+            return;
+        if (!error.isError()) {
+            merge(item);
+            return;
+        }
+        if (error.kind != CalDavError::Kind::notFound) {
+            done(error);
+            return;
+        }
+        // Not at our href: the UID lives under another name in this collection (a create
+        // retried, or another client's file name). Find it rather than store a duplicate.
+        m_client.listItems(
+            collection, true,
+            [=, this](const CalDavError& listError, const QList<CalendarItem>& items) {
+                if (!self)
+                    return;
+                for (const CalendarItem& candidate : items) {
+                    TaskFields found;
+                    QString ignored;
+                    if (VtodoCodec::decode(candidate.data, &found, &ignored) && found.id == id) {
+                        merge(candidate);
+                        return;
+                    }
+                }
+                done(listError.isError()
+                         ? listError
+                         : CalDavError::protocol(404, QStringLiteral("item vanished")));
+            });
+    });
+}
+
+QUrl CalDavMirror::collectionFor(const TaskCategory* category) const {
+    const std::optional<QUuid> wanted = category ? std::optional(category->id()) : std::nullopt;
+    for (const MirrorStore::Collection& collection : m_store.collections()) {
+        if (collection.categoryId == wanted)
+            return collection.url;
+    }
+    return {};
+}
+
+TaskCategory* CalDavMirror::categoryFor(const QUrl& url) const {
+    for (const MirrorStore::Collection& collection : m_store.collections()) {
+        if (sameUrl(collection.url, url))
+            return collection.categoryId ? m_context.category(*collection.categoryId) : nullptr;
+    }
+    return nullptr;
+}
