@@ -28,23 +28,27 @@ void GeminiReply::attach(QNetworkReply* reply) {
 }
 
 void GeminiReply::succeed(TaskDraft draft) {
+    if (m_finished)
+        return;
     m_draft = std::move(draft);
     finish();
 }
 
 void GeminiReply::succeed(QString text) {
+    if (m_finished)
+        return;
     m_text = std::move(text);
     finish();
 }
 
 void GeminiReply::fail(AIError error) {
+    if (m_finished)
+        return; // a cancel came first
     m_error = std::move(error);
     finish();
 }
 
 void GeminiReply::finish() {
-    if (m_finished)
-        return;
     m_finished = true;
     emit finished();
 }
