@@ -1,29 +1,21 @@
 #pragma once
 
 // The Gemini service as far as Tavik meets it, on loopback: it checks every request against
-// the wire format and answers as a row of tests/ai/data tells, with the bodies the real
-// service sends.
+// the wire format and answers as a row of tests/ai/data says, with the bodies the real
+// service sends. Also the readers of those fixture files.
+
+#include "TaskDraft.h"
 
 #include <QAbstractHttpServer>
 #include <QFile>
 #include <QHttpServerRequest>
 #include <QHttpServerResponder>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
 #include <sys/socket.h>
-#include <vector>
 
-struct SeenRequest {
-    QString path;
-    QString key;        // the x-goog-api-key header
-    QString input;      // the raw line inside the user prompt
-    QString prompt;     // contents[0].parts[0].text
-    QStringList faults; // every way the request breaks the wire format
-};
-
-// A whole fixture file of tests/ai/data as one object.
+// A whole fixture file as one object.
 inline QJsonObject fixture(const char* name) {
     QFile file(QStringLiteral(TAVIK_TEST_DATA "/") + QLatin1String(name));
     if (!file.open(QIODevice::ReadOnly))
@@ -31,62 +23,57 @@ inline QJsonObject fixture(const char* name) {
     return QJsonDocument::fromJson(file.readAll()).object();
 }
 
+inline std::optional<QString> optionalText(const QJsonObject& object, const char* key) {
+    const QJsonValue value = object[QLatin1String(key)];
+    return value.isString() ? std::optional<QString>(value.toString()) : std::nullopt;
+}
+
+inline TaskDraft draftFrom(const QJsonObject& object) {
+    return {object["shouldSuggest"].toBool(), object["title"].toString(),
+            optionalText(object, "note"),     optionalText(object, "dueDate"),
+            optionalText(object, "reminder"), optionalText(object, "category"),
+            optionalText(object, "summary")};
+}
+
+struct SeenRequest {
+    QString path;
+    QString key;        // the x-goog-api-key header
+    QString prompt;     // contents[0].parts[0].text
+    QString input;      // the raw line inside it
+    QStringList faults; // every way the request breaks the wire format
+};
+
 class FakeGemini : public QAbstractHttpServer {
 public:
-    // The request bodies of both operations are in replies.json, with the texts that vary
-    // standing as "<system>" and "<prompt>".
-    FakeGemini()
-        : m_bodies(fixture("replies.json")["bodies"].toObject()) {
-        m_port = listen(QHostAddress::LocalHost);
-    }
+    FakeGemini() { m_port = listen(QHostAddress::LocalHost); }
     [[nodiscard]] QUrl url() const {
         return QUrl(QStringLiteral("http://127.0.0.1:%1").arg(m_port));
     }
 
-    // An answer: {"draft": {...}} as a real success body, {"status", "type", "json"|"text"},
-    // or {"behaviour": "silent"|"reset"}. Answers by raw line first, then the fallback.
+    // An answer is {"status", "type", "json"|"text"} or {"behaviour": "silent"|"reset"}; the
+    // one for the raw line if there is one, else the fallback.
     QHash<QString, QJsonObject> answers;
     QJsonObject fallback;
     std::vector<SeenRequest> seen;
-
-    static QJsonObject successBody(const QString& text) {
-        const QJsonObject part{{"text", text}};
-        const QJsonObject content{{"parts", QJsonArray{part}}, {"role", "model"}};
-        return {{"candidates",
-                 QJsonArray{QJsonObject{
-                     {"content", content}, {"finishReason", "STOP"}, {"avgLogprobs", -0.0421}}}},
-                {"usageMetadata", QJsonObject{{"promptTokenCount", 731},
-                                              {"candidatesTokenCount", 52},
-                                              {"totalTokenCount", 783}}},
-                {"modelVersion", "gemini-3.1-flash-lite"},
-                {"responseId", "kXNDaPqYIu2-nvgP7s3fqQk"}};
-    }
 
 protected:
     bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override {
         seen.push_back(check(request));
         const QJsonObject answer = answers.value(seen.back().input, fallback);
-        const QString behaviour = answer.value("behaviour").toString();
-        if (behaviour == QLatin1String("silent")) {
-            m_silent.push_back(socket); // the client's time-out or cancel ends it
-        } else if (behaviour == QLatin1String("reset")) {
+        const QString behaviour = answer["behaviour"].toString();
+        if (behaviour == "reset") {
             const linger reset{1, 0}; // close with RST, not FIN
             setsockopt(int(socket->socketDescriptor()), SOL_SOCKET, SO_LINGER, &reset,
                        sizeof reset);
             socket->abort();
-        } else {
-            const QByteArray body =
-                answer.contains("draft")
-                    ? QJsonDocument(successBody(QString::fromUtf8(
-                                        QJsonDocument(answer["draft"].toObject()).toJson())))
-                          .toJson()
-                : answer.contains("json") ? QJsonDocument(answer["json"].toObject()).toJson()
-                                          : answer["text"].toString().toUtf8();
+        } else if (behaviour != "silent") { // silence: the client's time-out or cancel ends it
+            const QByteArray body = answer.contains("json")
+                                        ? QJsonDocument(answer["json"].toObject()).toJson()
+                                        : answer["text"].toString().toUtf8();
             makeResponder(request, socket)
-                .write(
-                    body,
-                    {{"Content-Type", answer.value("type").toString("application/json").toUtf8()}},
-                    QHttpServerResponder::StatusCode(answer.value("status").toInt(200)));
+                .write(body,
+                       {{"Content-Type", answer["type"].toString("application/json").toUtf8()}},
+                       QHttpServerResponder::StatusCode(answer["status"].toInt(200)));
         }
         return true;
     }
@@ -104,6 +91,7 @@ private:
         fault(request.url().hasQuery(), "a query string (the key never goes into the URL)");
         fault(seen.key != seen.key.trimmed() || seen.key.isEmpty(), "an untrimmed key");
 
+        // The texts that vary stand as "<system>" and "<prompt>" in the expected bodies.
         QJsonObject body = QJsonDocument::fromJson(request.body()).object();
         const QJsonObject& sent = body;
         const bool enhance = body.contains("systemInstruction");
@@ -116,7 +104,6 @@ private:
             const qsizetype start = seen.prompt.indexOf("User's raw task:\n\"\"\"\n");
             fault(start < 0 || !seen.prompt.endsWith("\n\"\"\""), "no raw line in the prompt");
             seen.input = seen.prompt.mid(start + 21).chopped(4);
-            // With the varying texts put back as placeholders, the rest must match exactly.
             body["systemInstruction"] = m_bodies["enhance"]["systemInstruction"];
             body["contents"] = m_bodies["enhance"]["contents"];
         }
@@ -125,7 +112,6 @@ private:
         return seen;
     }
 
-    QJsonObject m_bodies;
+    const QJsonObject m_bodies = fixture("replies.json")["bodies"].toObject();
     quint16 m_port = 0;
-    std::vector<QTcpSocket*> m_silent;
 };

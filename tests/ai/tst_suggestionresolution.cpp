@@ -1,4 +1,5 @@
 #include "AIDate.h"
+#include "FakeGemini.h"
 #include "TaskEnhancePrompt.h"
 #include "TaskSuggestionController.h"
 #include "TestData.h"
@@ -7,21 +8,9 @@
 
 namespace {
 
-std::optional<QString> optionalText(const QJsonObject& object, const char* key) {
-    const QJsonValue value = object[QLatin1String(key)];
-    return value.isString() ? std::optional<QString>(value.toString()) : std::nullopt;
-}
-
-TaskDraft draftFrom(const QJsonObject& object) {
-    return {object["shouldSuggest"].toBool(), object["title"].toString(),
-            optionalText(object, "note"),     optionalText(object, "dueDate"),
-            optionalText(object, "reminder"), optionalText(object, "category"),
-            optionalText(object, "summary")};
-}
-
 QList<CategoryInfo> lists() {
     QList<CategoryInfo> lists;
-    for (const QJsonValue& list : TestData::cases("resolution.json", "lists"))
+    for (const QJsonValue& list : fixture("resolution.json")["lists"].toArray())
         lists.append(
             {QUuid(list["id"].toString()), list["name"].toString(), list["colorHex"].toString()});
     return lists;
