@@ -19,7 +19,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr auto debounce = 150ms;
+constexpr auto debounce = 300ms;
 
 const QList<CategoryInfo> lists{{QUuid("0b9f2a3e-5c1d-4e8a-9f00-000000000001"), "工作", "3E63DD"},
                                 {QUuid("0b9f2a3e-5c1d-4e8a-9f00-000000000002"), "个人", "46A758"}};
