@@ -33,7 +33,7 @@ private:
 
     QNetworkAccessManager m_network;
     FakeGemini m_fake;
-    GeminiClient m_client{&m_network, GeminiClient::Options{m_fake.url(), 400ms, 400ms}};
+    GeminiClient m_client{&m_network, GeminiClient::Options{m_fake.url(), 1s, 1s}};
 };
 
 // Rows name the call (defaults below), the answer, and what the caller gets.
@@ -89,7 +89,7 @@ void TestGeminiClient::cancelIsToldFromTimeOut() {
         reply->abort();
     }
     // Sent or not, a cancel is reported once, as a cancel, also past the time-out.
-    for (const auto& reply : {finished(inFlight, 500), finished(unsent)}) {
+    for (const auto& reply : {finished(inFlight, 1200), finished(unsent)}) {
         QCOMPARE(reply->error()->cause, AIError::Cause::Cancelled);
         QCOMPARE(reply->error()->errorDescription(), QStringLiteral("网络错误：已取消"));
     }
