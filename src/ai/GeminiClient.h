@@ -7,6 +7,7 @@
 #include <chrono>
 
 class GeminiReply;
+class QJsonObject;
 class QNetworkAccessManager;
 
 // The only code that talks to the network for AI: one generateContent call per request, no

@@ -52,14 +52,14 @@ public:
 
     // An answer is {"status", "type", "json"|"text"} or {"behaviour": "silent"|"reset"}; the
     // one for the raw line if there is one, else the fallback.
-    QHash<QString, QJsonObject> answers;
+    QJsonObject answers;
     QJsonObject fallback;
     std::vector<SeenRequest> seen;
 
 protected:
     bool handleRequest(const QHttpServerRequest& request, QTcpSocket* socket) override {
         seen.push_back(check(request));
-        const QJsonObject answer = answers.value(seen.back().input, fallback);
+        const QJsonObject answer = std::as_const(answers)[seen.back().input].toObject(fallback);
         const QString behaviour = answer["behaviour"].toString();
         if (behaviour == "reset") {
             const linger reset{1, 0}; // close with RST, not FIN

@@ -129,23 +129,19 @@ void TestTaskSuggestionController::keyStore() {
 void TestTaskSuggestionController::lockedKeyringReadsAsNoKey() {
     restart()->setApiKey(QStringLiteral("key-locked"));
     settle();
-    QDBusInterface service(QStringLiteral("org.freedesktop.secrets"),
-                           QStringLiteral("/org/freedesktop/secrets"),
-                           QStringLiteral("org.freedesktop.Secret.Service"));
-    const QList<QDBusObjectPath> login{
-        QDBusObjectPath(QStringLiteral("/org/freedesktop/secrets/collection/login"))};
-    QVERIFY(service.call(QStringLiteral("Lock"), QVariant::fromValue(login)).errorName().isEmpty());
+    QDBusInterface service("org.freedesktop.secrets", "/org/freedesktop/secrets",
+                           "org.freedesktop.Secret.Service");
+    const QList login{QDBusObjectPath("/org/freedesktop/secrets/collection/login")};
+    QVERIFY(service.call("Lock", QVariant::fromValue(login)).errorName().isEmpty());
 
     auto config = restart();
     QCOMPARE(config->apiKey(), QString());
     QVERIFY(!config->isActive());
     settle();
     qDBusRegisterMetaType<QMap<QString, QString>>();
-    const QMap<QString, QString> attributes{
-        {QStringLiteral("server"), KeychainStore::defaultService},
-        {QStringLiteral("user"), AIConfig::apiKeyAccount}};
-    const QDBusMessage items =
-        service.call(QStringLiteral("SearchItems"), QVariant::fromValue(attributes));
+    const QMap<QString, QString> attributes{{"server", KeychainStore::defaultService},
+                                            {"user", AIConfig::apiKeyAccount}};
+    const QDBusMessage items = service.call("SearchItems", QVariant::fromValue(attributes));
     QCOMPARE(items.arguments().size(), 2); // unlocked, locked
     QCOMPARE(qdbus_cast<QList<QDBusObjectPath>>(items.arguments().at(1)).size(), 1);
 }
@@ -157,9 +153,7 @@ void TestTaskSuggestionController::script() {
     config->setEnabled(row["enabled"].toBool(true));
     config->setApiKey(row["key"].toString("test-key"));
     FakeGemini fake;
-    const QJsonObject answers = fixture("suggestions.json")["answers"].toObject();
-    for (auto answer = answers.begin(); answer != answers.end(); ++answer)
-        fake.answers.insert(answer.key(), answer.value().toObject());
+    fake.answers = fixture("suggestions.json")["answers"].toObject();
     fake.fallback = row.contains("fallback") ? row["fallback"].toObject()
                                              : QJsonObject{{"status", 503}, {"text", ""}};
     GeminiClient client(&m_network, GeminiClient::Options{fake.url(), 5s, 5s});
