@@ -81,8 +81,9 @@ protected:
 
 private:
     SeenRequest check(const QHttpServerRequest& request) const {
-        SeenRequest seen{.path = request.url().path(),
-                         .key = QString::fromUtf8(request.value("x-goog-api-key"))};
+        SeenRequest seen;
+        seen.path = request.url().path();
+        seen.key = QString::fromUtf8(request.value("x-goog-api-key"));
         const auto fault = [&seen](bool broken, const char* what) {
             if (broken)
                 seen.faults.append(QLatin1String(what));
