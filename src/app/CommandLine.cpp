@@ -63,19 +63,22 @@ struct ReadStore {
     QString error;
 };
 
-// The store a reading command shows. The real store is opened only when it exists: a board
-// that was never saved is empty, and reading it must not create a file or a folder.
-ReadStore openForReading(bool demo, const QDateTime& now) {
+// The store a reading command shows, opened read-only: a reading command never writes, so
+// it neither races the running board nor changes a file it could not read whole. The real
+// store is read only when it exists: a board that was never saved is empty. Only a demo store
+// that does not exist yet is made (and seeded), as --seed-demo promises.
+ReadStore openForReading(bool demo, const QDateTime& now, ModelContext::OpenMode mode) {
     ReadStore store;
-    if (demo) {
+    const QString path = demo ? TavikContainer::demoStorePath() : TavikContainer::realStorePath();
+    if (demo && !QFileInfo::exists(path)) {
         store.container = TavikContainer::createDemo(&store.error).container;
         if (store.container)
             DemoData::seedIfEmpty(store.container->mainContext(), now);
         return store;
     }
-    const QString dataDir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    if (QFileInfo(dataDir).isDir() && QFileInfo::exists(TavikContainer::realStorePath())) {
-        store.container = TavikContainer::create(false, {}, &store.error).container;
+    if (QFileInfo::exists(path)) {
+        if (auto context = ModelContext::open(path, &store.error, mode))
+            store.container = std::make_unique<ModelContainer>(std::move(context));
         return store;
     }
     if (auto empty = ModelContext::open(QStringLiteral(":memory:"), &store.error))
@@ -320,7 +323,24 @@ int run(const LaunchOptions& options, const Clock& clock) {
     if (command == kExport && positional.size() > 1)
         return usageError(QStringLiteral("--export takes at most one FILE"));
 
-    ReadStore store = openForReading(demo, now);
+    ReadStore store = openForReading(demo, now, ModelContext::OpenMode::readOnly);
+    if (!store.container && command == kExport && !positional.isEmpty()) {
+        // A damaged store: what can still be read goes to the named file, and the command
+        // says that it is not the whole board.
+        ReadStore salvaged = openForReading(demo, now, ModelContext::OpenMode::salvage);
+        if (salvaged.container) {
+            const ModelContext& context = salvaged.container->mainContext();
+            if (exportBoard(context, positional.value(0)) != success)
+                return failure;
+            print(stderr, QStringLiteral("%1\nExported what could still be read (%2 tasks, %3 "
+                                         "lists) to %4; it is not the whole board: %5\n")
+                              .arg(store.error)
+                              .arg(context.tasks().size())
+                              .arg(context.categories().size())
+                              .arg(positional.value(0), context.damage()));
+            return failure;
+        }
+    }
     if (!store.container)
         return containerFailed(store.error);
     ModelContext& context = store.container->mainContext();
