@@ -7,6 +7,7 @@
 #include "NotificationCenter.h"
 #include "Notifications.h"
 #include "Preferences.h"
+#include "QuitSignals.h"
 #include "ReminderResponseRouter.h"
 #include "ReminderScheduler.h"
 #include "SingleInstance.h"
@@ -168,6 +169,9 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
                      [&delegate](const QStringList& arguments) {
                          delegate.handleLaunch(LaunchOptions::parse(arguments));
                      });
+    // A logout, a shutdown or a plain kill quits like the menu's Quit, with the last save.
+    QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &QuitSignals::received, &app, &QCoreApplication::quit);
     delegate.applicationDidFinishLaunching();
     reportFirstFrame(delegate, sinceStart);
     return app.exec();
