@@ -2,7 +2,10 @@
 
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "TavikPersistence.h"
 
+#include <QFileInfo>
+#include <QLoggingCategory>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QUuid>
@@ -130,6 +133,44 @@ ModelContext::~ModelContext() {
     QSqlDatabase::removeDatabase(m_connectionName);
 }
 
+// WAL keeps readers and the writer apart; FULL sync makes a returned save durable.
+bool ModelContext::useJournal(QSqlDatabase& db, QString* error) {
+    QSqlQuery query(db);
+    if (query.exec(QStringLiteral("PRAGMA journal_mode=WAL")) &&
+        query.exec(QStringLiteral("PRAGMA synchronous=FULL")))
+        return true;
+    *error = describe(query.lastError());
+    return false;
+}
+
+// Someone deleted the -wal under the board. SQLite goes on writing into the unlinked file, so
+// every save since the last checkpoint would vanish with the process. Those saves are still
+// readable through the open handle: a checkpoint moves them into the store, and a new
+// connection starts a new -wal.
+bool ModelContext::recoverMissingJournal(QString* error) {
+    if (m_path == QLatin1String(":memory:") || QFileInfo::exists(m_path + QStringLiteral("-wal")))
+        return true;
+    qCWarning(lcPersistence).noquote()
+        << m_path + QStringLiteral("-wal")
+        << "went missing under the board; moving its saves into the store";
+    QSqlDatabase& db = d->db;
+    QSqlQuery checkpoint(db);
+    if (!checkpoint.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)")) || !checkpoint.next() ||
+        checkpoint.value(0).toInt() != 0) {
+        *error = QStringLiteral("%1-wal went missing and its saves could not be moved into the "
+                                "store: %2")
+                     .arg(m_path, describe(checkpoint.lastError()));
+        return false;
+    }
+    checkpoint.finish();
+    db.close();
+    if (!db.open()) {
+        *error = describe(db.lastError());
+        return false;
+    }
+    return useJournal(db, error);
+}
+
 std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* error,
                                                  OpenMode mode) {
     QString ignored;
@@ -191,13 +232,8 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
     }
 
     {
-        QSqlQuery query(db);
-        // WAL keeps readers and the writer apart; FULL sync makes a returned save durable.
-        if (!query.exec(QStringLiteral("PRAGMA journal_mode=WAL")) ||
-            !query.exec(QStringLiteral("PRAGMA synchronous=FULL"))) {
-            message = describe(query.lastError());
+        if (!useJournal(db, &message))
             return nullptr;
-        }
     }
 
     // The board writes into this file for hours: a damaged page anywhere (an index too,
@@ -452,6 +488,8 @@ bool ModelContext::save(QString* error) {
         message = QStringLiteral("%1 was opened read-only").arg(m_path);
         return false;
     }
+    if (!recoverMissingJournal(&message))
+        return false;
     QSqlDatabase& db = d->db;
 
     if (!db.transaction()) {

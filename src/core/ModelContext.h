@@ -99,6 +99,8 @@ private:
     friend class TaskItem;
     friend class TaskCategory;
     ModelContext(const QString& path, const QString& connectionName);
+    [[nodiscard]] static bool useJournal(QSqlDatabase& db, QString* error);
+    bool recoverMissingJournal(QString* error);
     bool load(QString* error);
     bool loadTasks(QString* error);
     void salvageTasks();

@@ -18,6 +18,7 @@ private slots:
     void initTestCase();
     void everyDamagedPageIsRefusedOrHarmless();
     void readingAnUnwrittenFileLeavesItAsItWas();
+    void savesOutliveAJournalDeletedUnderTheBoard();
 
 private:
     static constexpr int taskCount = 300;
@@ -132,6 +133,32 @@ void TestStoreDamage::readingAnUnwrittenFileLeavesItAsItWas() {
         QVERIFY(!context->save(&error));
     }
     QCOMPARE(QFileInfo(path).size(), 0);
+}
+
+// The -wal deleted while the board runs: a reader of the file must find every save made
+// before and after, as it would after the board is killed.
+void TestStoreDamage::savesOutliveAJournalDeletedUnderTheBoard() {
+    const QString path = m_dir.filePath(QStringLiteral("journal.store"));
+    QVERIFY(QFile::copy(m_pristine, path));
+    QString error;
+    auto board = ModelContext::open(path, &error);
+    QVERIFY2(board, qPrintable(error));
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    board->tasks().first()->setTitle(QStringLiteral("saved before"));
+    QVERIFY2(board->save(&error), qPrintable(error));
+    QVERIFY(QFile::remove(path + QStringLiteral("-wal")));
+    board->insert(new TaskItem(QStringLiteral("saved after"), taskCount, now));
+    QVERIFY2(board->save(&error), qPrintable(error));
+    QVERIFY(QFile::exists(path + QStringLiteral("-wal")));
+
+    auto reader = ModelContext::open(path, &error, ModelContext::OpenMode::readOnly);
+    QVERIFY2(reader, qPrintable(error));
+    QStringList titles;
+    for (const TaskItem* task : reader->tasks())
+        titles << task->title();
+    QCOMPARE(titles.size(), taskCount + 1);
+    QVERIFY(titles.contains(QStringLiteral("saved before")));
+    QVERIFY(titles.contains(QStringLiteral("saved after")));
 }
 
 QTEST_GUILESS_MAIN(TestStoreDamage)
