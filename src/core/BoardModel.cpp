@@ -9,6 +9,7 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskReorder.h"
+#include "TaskText.h"
 
 #include <QPointer>
 #include <QTimer>
@@ -181,8 +182,9 @@ void BoardModel::refreshNow() {
 // ---- Actions ---------------------------------------------------------------------------------
 
 void BoardModel::createEnhanced(const EnhancedDraft& draft) {
+    // A title of only invisible characters would be a task nobody can see.
     const QString title = draft.title.trimmed();
-    if (title.isEmpty())
+    if (TaskText::isBlank(title))
         return;
 
     auto* task = new TaskItem(title, nextTaskSortIndex(), m_clock.now());

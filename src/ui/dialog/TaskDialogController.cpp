@@ -4,6 +4,7 @@
 #include "ScheduleRules.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "TaskText.h"
 
 namespace {
 
@@ -194,7 +195,7 @@ void TaskDialogController::setListPickerOpen(bool open) {
 }
 
 bool TaskDialogController::canCreate() const {
-    return !m_title.trimmed().isEmpty();
+    return !TaskText::isBlank(m_title);
 }
 
 QString TaskDialogController::taskListId() const {
