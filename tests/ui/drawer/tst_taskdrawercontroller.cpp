@@ -71,27 +71,6 @@ private slots:
         m_store.reset();
     }
 
-    void cardHeight_data() {
-        QTest::addColumn<qreal>("noteHeight");
-        QTest::addColumn<qreal>("maxHeight");
-        QTest::addColumn<qreal>("expected");
-
-        QTest::newRow("past 290 the card grows") << 291.0 << 800.0 << 401.0;
-        QTest::newRow("a limit below 400 still gives 400") << 2000.0 << 300.0 << 400.0;
-    }
-
-    void cardHeight() {
-        QFETCH(qreal, noteHeight);
-        QFETCH(qreal, maxHeight);
-        QFETCH(qreal, expected);
-        TaskDrawerController drawer;
-        QSignalSpy changed(&drawer, &TaskDrawerController::cardHeightChanged);
-        drawer.setMaxHeight(maxHeight);
-        drawer.setNoteTextHeight(noteHeight);
-        QCOMPARE(drawer.cardHeight(), expected);
-        QCOMPARE(changed.isEmpty(), qFuzzyCompare(expected, TaskDrawerController::defaultHeight));
-    }
-
     void titleWritesThroughAndStamps() {
         TaskItem* task = m_store->addTask(QStringLiteral("旧标题"), 1, kNow.addDays(-1));
         TaskDrawerController drawer;
@@ -157,19 +136,6 @@ private slots:
         QCOMPARE(task->updatedAt(), m_clock.now());
     }
 
-    void closingUntouchedStillWritesTheNote() {
-        TaskItem* plain = m_store->addTask(QStringLiteral("纯"), 2, kNow.addDays(-1));
-        plain->setNote(QStringLiteral("只有纯文本"));
-        {
-            // A card that goes without saying so is closed by its controller's end.
-            TaskDrawerController drawer;
-            attach(drawer, plain);
-            drawer.appear();
-            m_clock.advance(1'000);
-        }
-        QCOMPARE(plain->updatedAt(), m_clock.now());
-    }
-
     void schedule_data() {
         QTest::addColumn<QDateTime>("day");
         QTest::addColumn<QDateTime>("reminder");
@@ -228,22 +194,6 @@ private slots:
         drawer.applySchedule(local(2024, 6, 13), local(2024, 6, 13, 9, 0));
         QVERIFY(m_sink.seen.isEmpty());
         QVERIFY(posted.isEmpty());
-    }
-
-    void boardSuppliesTheReminderSink() {
-        BoardModel model(*m_store->context, *m_store->preferences, m_clock, m_hub);
-        model.setReminderSink(&m_sink);
-        BoardController board(model, m_clock, m_hub, {});
-        TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow);
-
-        TaskDrawerController drawer;
-        drawer.setBoard(&board);
-        drawer.setTask(task);
-        QSignalSpy posted(&m_hub, &NotificationHub::posted);
-        drawer.applySchedule(QVariant::fromValue(local(2024, 6, 13)), QVariant());
-        QCOMPARE(m_sink.seen.size(), 1);
-        QCOMPARE(posted.size(), 1);
-        QCOMPARE(task->dueDate(), local(2024, 6, 13));
     }
 
     void overlayCloses() {

@@ -2,7 +2,6 @@
 #include "settings/SettingsWindowController.h"
 
 #include <QDesktopServices>
-#include <QDir>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -70,12 +69,8 @@ private slots:
 
     void constructionBuildsEveryTabOnce() {
         SettingsWindowController controller(m_engine.get());
-        QQuickWindow* window = controller.window();
-        QVERIFY(window);
-        QCOMPARE(window->title(), QStringLiteral("Tavik 设置"));
-        QVERIFY(!window->isVisible());
+        QVERIFY(controller.window() && !controller.window()->isVisible());
         // The list drives the window: a button and a view for each tab, reporting its size.
-        QCOMPARE(SettingsWindowController::tabs().size(), 2);
         QSet<QQuickItem*> views;
         for (const SettingsTab& t : SettingsWindowController::tabs()) {
             QQuickItem* button = find(controller, qPrintable("toolbarItem." + t.id));
@@ -86,10 +81,6 @@ private slots:
             QCOMPARE(controller.contentSize(t.id).width(), SettingsWindowController::tabWidthValue);
         }
         QCOMPARE(views.size(), SettingsWindowController::tabs().size());
-        // Titled and closable only.
-        QVERIFY(window->flags().testFlag(Qt::WindowCloseButtonHint));
-        QVERIFY(!window->flags().testFlag(Qt::WindowMinimizeButtonHint));
-        QVERIFY(!window->flags().testFlag(Qt::WindowMaximizeButtonHint));
         // Without a sync monitor the General form is empty.
         QQuickItem* form =
             findItem(tabView(controller, QStringLiteral("general")), QStringLiteral("generalForm"));
@@ -102,11 +93,9 @@ private slots:
         QTest::addColumn<bool>("shown");
 
         QTest::newRow("about, hidden") << QStringList{"about"} << false;
-        QTest::newRow("general then about, hidden") << QStringList{"general", "about"} << false;
         QTest::newRow("about then general, shown") << QStringList{"about", "general"} << true;
         QTest::newRow("back and forth, shown")
             << QStringList{"general", "about", "general", "about"} << true;
-        QTest::newRow("same tab twice, shown") << QStringList{"about", "about"} << true;
     }
 
     void selectFitsTheTabAndKeepsTheCorner() {
@@ -169,9 +158,7 @@ private slots:
     void unknownTabChangesNothing_data() {
         QTest::addColumn<QString>("id");
         QTest::newRow("empty") << QString();
-        QTest::newRow("not a tab") << QStringLiteral("ai");
         QTest::newRow("label instead of id") << QStringLiteral("通用");
-        QTest::newRow("wrong case") << QStringLiteral("General");
     }
 
     void unknownTabChangesNothing() {
@@ -183,55 +170,9 @@ private slots:
 
         controller.select(id);
         QCOMPARE(controller.currentTab(), QStringLiteral("about"));
-        QCOMPARE(controller.window()->title(), QStringLiteral("Tavik 关于"));
         QCOMPARE(controller.window()->geometry(), geometry);
         QCOMPARE(tabSpy.count(), 0);
         QVERIFY(tabView(controller, QStringLiteral("about"))->isVisible());
-    }
-
-    // The window follows the selected view's reported size, not another view's.
-    void theHeightFollowsTheSelectedContent() {
-        SettingsWindowController controller(m_engine.get());
-        QQuickWindow* window = controller.window();
-        const QPoint corner(40, 30);
-        window->setPosition(corner);
-        controller.select(QStringLiteral("about"));
-        const int height = window->height();
-
-        tabView(controller, QStringLiteral("general"))->setImplicitHeight(400);
-        QCOMPARE(window->height(), height);
-
-        QQuickItem* about = tabView(controller, QStringLiteral("about"));
-        about->setImplicitHeight(about->implicitHeight() + 40);
-        QCOMPARE(window->height(), height + 40);
-        QCOMPARE(window->position(), corner);
-        QCOMPARE(window->minimumSize(), window->size());
-
-        controller.select(QStringLiteral("general"));
-        QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue + 400);
-    }
-
-    void pressingAToolbarItemSelectsIt() {
-        SettingsWindowController controller(m_engine.get());
-        controller.openGeneral();
-        QQuickWindow* window = controller.window();
-        QVERIFY(QTest::qWaitForWindowExposed(window));
-        QQuickItem* about = find(controller, "toolbarItem.about");
-        QQuickItem* general = find(controller, "toolbarItem.general");
-        QVERIFY(about && general);
-        QVERIFY(general->property("selected").toBool());
-
-        click(window, about);
-        QCOMPARE(controller.currentTab(), QStringLiteral("about"));
-        QCOMPARE(window->title(), QStringLiteral("Tavik 关于"));
-        QVERIFY(about->property("selected").toBool());
-        QVERIFY(!general->property("selected").toBool());
-        QTRY_VERIFY(!controller.isResizing());
-
-        click(window, general);
-        QCOMPARE(controller.currentTab(), QStringLiteral("general"));
-        QTRY_COMPARE(window->height(), SettingsWindowController::toolbarHeightValue +
-                                           SettingsWindowController::generalHeightValue);
     }
 
     void openingAgainReturnsToGeneralCentred_data() {
@@ -267,7 +208,6 @@ private slots:
         controller.openGeneral();
         QVERIFY(window->isVisible());
         QCOMPARE(controller.currentTab(), QStringLiteral("general"));
-        QCOMPARE(window->title(), QStringLiteral("Tavik 通用"));
         QCOMPARE(window->size(), QSize(SettingsWindowController::tabWidthValue,
                                        SettingsWindowController::toolbarHeightValue +
                                            SettingsWindowController::generalHeightValue));
@@ -275,21 +215,6 @@ private slots:
         // Nothing left running moves it off the centre afterwards.
         QTest::qWait(SettingsWindowController::resizeDurationMs + 100);
         QCOMPARE(window->geometry().center(), screenCentre());
-    }
-
-    void aboutShowsTheVersionLine() {
-        SettingsWindowController controller(m_engine.get());
-        controller.setVersionLine(QStringLiteral("版本 —（—）"));
-        QQuickItem* about = tabView(controller, QStringLiteral("about"));
-        auto* version = findItem(about, QStringLiteral("aboutVersion"));
-        QVERIFY(version);
-        // A line set after the tab was built reaches it.
-        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
-        QCOMPARE(version->property("text").toString(), QStringLiteral("版本 0.1.0（42）"));
-        QCOMPARE(findItem(about, QStringLiteral("aboutName"))->property("text"),
-                 QStringLiteral("Tavik"));
-        QCOMPARE(findItem(about, QStringLiteral("aboutTagline"))->property("text"),
-                 QStringLiteral("轻盈的三栏任务看板"));
     }
 
     void aboutButtons() {
@@ -306,43 +231,16 @@ private slots:
         QTRY_VERIFY(!controller.isResizing());
 
         QQuickItem* about = tabView(controller, QStringLiteral("about"));
-        auto* check = findItem(about, QStringLiteral("checkForUpdatesButton"));
-        QCOMPARE(check->property("text").toString(), QStringLiteral("检查更新"));
-        click(window, check);
+        click(window, findItem(about, QStringLiteral("checkForUpdatesButton")));
         QCOMPARE(checkSpy.count(), 1);
         QVERIFY(catcher.urls.isEmpty());
 
-        auto* follow = findItem(about, QStringLiteral("followButton"));
-        QCOMPARE(follow->property("text").toString(), QStringLiteral("关注作者"));
-        click(window, follow);
+        click(window, findItem(about, QStringLiteral("followButton")));
         QCOMPARE(catcher.urls, QList<QUrl>{SettingsWindowController::followUrl()});
         QCOMPARE(checkSpy.count(), 1);
 
         QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
         QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
-    }
-
-    // Grabs both tabs; with TAVIK_SCREENSHOT_DIR set the images are kept for a look.
-    void screenshots() {
-        SettingsWindowController controller(m_engine.get());
-        controller.setVersionLine(QStringLiteral("版本 0.1.0（1）"));
-        QQuickWindow* window = controller.window();
-        controller.openGeneral();
-        QVERIFY(QTest::qWaitForWindowExposed(window));
-        const QString dir = qEnvironmentVariable("TAVIK_SCREENSHOT_DIR");
-        const QString appearance = qEnvironmentVariable("TAVIK_APPEARANCE", "default");
-        for (const auto& t : SettingsWindowController::tabs()) {
-            controller.select(t.id);
-            QTRY_VERIFY(!controller.isResizing());
-            QTest::qWait(50);
-            const QImage image = window->grabWindow();
-            QCOMPARE(image.size(), window->size() * window->devicePixelRatio());
-            if (!dir.isEmpty()) {
-                QDir().mkpath(dir);
-                QVERIFY(
-                    image.save(QStringLiteral("%1/settings-%2-%3.png").arg(dir, t.id, appearance)));
-            }
-        }
     }
 
 private:
