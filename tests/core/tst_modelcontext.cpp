@@ -66,23 +66,6 @@ private slots:
                 b.context->insert(task);
             },
             {1, 0, 0, 0, 0, 0}, true);
-        // Values that break stores: text outside the basic plane, SQL, huge text, the ends
-        // of the date range, a note blob that is neither text nor JSON.
-        row(
-            "write extreme values",
-            [](Board& b) {
-                const char32_t emoji = 0x1F95B;
-                b.a->setTitle(QString::fromUcs4(&emoji, 1) +
-                              QStringLiteral("\r\n'; DROP TABLE tasks; --"));
-                b.a->setNote(QString(6000, QChar(u'长')));
-                b.a->setNoteData(QByteArray("\0\xff{\"runs\": [", 13));
-                b.a->setDueDate(QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC));
-                b.a->setCompletedAt(
-                    QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59, 999), Qt::UTC));
-                b.a->setReminderAt(QDateTime::fromMSecsSinceEpoch(-1, Qt::UTC));
-                b.a->setWeek(std::nullopt, 53); // never paired by the board; kept all the same
-            },
-            {0, 0, 7, 0, 0, 0}, true);
         // Each field written alone reaches the file on the next save.
         const QDateTime at(QDate(2031, 7, 4), QTime(18, 5, 7, 123), Qt::UTC);
         const QList<std::pair<const char*, std::function<void(TaskItem*, Board&)>>> fields{

@@ -228,6 +228,15 @@ private slots:
         QCOMPARE(board.byTitle(QStringLiteral("L1"))->category()->name(), QStringLiteral("A"));
     }
 
+    void leavingTheBoardEndsTheDragWithoutADrop() {
+        Board board;
+        fillStandardBoard(board);
+        drag(board, QStringLiteral("L2"), {QPointF(450, 120)});
+        board.controller->boardDisappeared();
+        board.controller->drag()->dragEnded();
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3"));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestBoardDrag)
