@@ -270,6 +270,20 @@ private slots:
         QCOMPARE(blur.count(), 1);
     }
 
+    void appearingRefreshesNowAndRestoresTheList() {
+        Board board;
+        fillStandardBoard(board);
+        const QUuid b = board.store.context->categories().at(1)->id();
+        board.store.preferences->setSelectedListId(b.toString(QUuid::WithoutBraces).toUpper());
+        board.clock.setNow(local(2026, 6, 18, 8, 0));
+
+        board.controller->boardAppeared();
+        QCOMPARE(board.controller->now(), board.clock.now());
+        QCOMPARE(listName(board), QStringLiteral("B"));
+        // A day later the tasks placed in today by hand have gone back to this week.
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L3 | W1 W2 T1 T2 T3 | "));
+    }
 };
 
 QTEST_MAIN(TestBoardController)

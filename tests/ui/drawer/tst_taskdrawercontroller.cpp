@@ -196,6 +196,23 @@ private slots:
         QVERIFY(posted.isEmpty());
     }
 
+    // On the board the card schedules through the board's own reminder sink.
+    void boardSuppliesTheReminderSink() {
+        BoardModel model(*m_store->context, *m_store->preferences, m_clock, m_hub);
+        model.setReminderSink(&m_sink);
+        BoardController board(model, m_clock, m_hub, {});
+        TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow);
+
+        TaskDrawerController drawer;
+        drawer.setBoard(&board);
+        drawer.setTask(task);
+        QSignalSpy posted(&m_hub, &NotificationHub::posted);
+        drawer.applySchedule(QVariant::fromValue(local(2024, 6, 13)), QVariant());
+        QCOMPARE(m_sink.seen.size(), 1);
+        QCOMPARE(posted.size(), 1);
+        QCOMPARE(task->dueDate(), local(2024, 6, 13));
+    }
+
     void overlayCloses() {
         TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow);
         QQuickItem* overlay = showOverlay(task, QSize(900, 700));

@@ -93,6 +93,17 @@ private slots:
         QCOMPARE(document.toPlainText(), original.plainText());
     }
 
+    // Loading a task's note is not an edit: Ctrl+Z must not bring back the previous task's.
+    void loadIsNotUndoable() {
+        QTextDocument document;
+        RichTextDocument helper;
+        helper.setDocument(&document);
+        helper.load(fromJson(R"({"runs":[{"text":"旧"}]})"));
+        helper.load(fromJson(R"({"runs":[{"text":"新","bold":true}]})"));
+        QVERIFY(!document.isUndoAvailable());
+        QCOMPARE(helper.plainText(), QStringLiteral("新"));
+    }
+
     // A selection or a caret, then steps: "type:" types its text, "paste:" pastes its text as
     // plain text, "ime:" commits its text through an input method; anything else is a key.
     void editing_data() {
