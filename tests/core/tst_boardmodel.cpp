@@ -119,6 +119,26 @@ private slots:
         QCOMPARE(board.model->categories(), (QList<TaskCategory*>{work, home}));
     }
 
+    void boardChangedOncePerRead() {
+        Board board;
+        TaskItem* a = board.add("a", 1, Bucket::today);
+        TaskItem* b = board.add("b", 2, Bucket::later);
+        QSignalSpy changed(board.model.get(), &BoardModel::boardChanged);
+
+        (void)board.model->tasks(Bucket::today);
+        a->setSortIndex(5);
+        b->move(Bucket::today, board.clock.now(), IsoCalendar());
+        QCOMPARE(changed.count(), 1);
+
+        // Read again: the next change is announced again.
+        QCOMPARE(titles(board.model->tasks(Bucket::today)), QStringList({"a", "b"}));
+        board.store.context->remove(b);
+        QCOMPARE(changed.count(), 2);
+        (void)board.model->grouped();
+        board.model->setSelectedCategoryId(board.addList("l", 1)->id());
+        QCOMPARE(changed.count(), 3);
+    }
+
     void refreshNowMovesColumnsOnlyOnANewDay() {
         Board board(local(2024, 6, 12, 9, 0));
         board.add("by hand", 1, Bucket::today);
@@ -363,6 +383,18 @@ private slots:
         QCOMPARE(board.model->doneTasks(), QList<TaskItem*>{task});
     }
 
+    void toggleReopensAtOnce() {
+        Board board;
+        TaskItem* task = board.add("done", 1, Bucket::done);
+        task->schedule(local(2024, 6, 14), board.clock.now(), IsoCalendar());
+        board.model->toggle(task);
+        QVERIFY(!task->completed());
+        QCOMPARE(board.sounds.played, QList{AppSound::uncomplete});
+        QCOMPARE(board.reminders.synced, QList<QUuid>{task->id()});
+        QCOMPARE(board.tasksChangedPosts(), 1);
+        QCOMPARE(board.model->bucketOf(*task), Bucket::thisWeek);
+    }
+
     void deleteDuringCompletion_data() {
         QTest::addColumn<bool>("toggled");
         QTest::addColumn<bool>("savedInBetween");
@@ -405,6 +437,19 @@ private slots:
         const auto reopened = board.store.reopen();
         QCOMPARE(reopened->tasks().size(), 1);
         QVERIFY(!reopened->task(keep->id())->completed());
+    }
+
+    // A new list goes after the last one, its name taken as it stands.
+    void createCategory() {
+        Board board;
+        board.addList("far", 7);
+        board.addList("near", 2);
+        board.model->createCategory(QStringLiteral(" 空格 "), QStringLiteral("zz"));
+        QCOMPARE(board.model->categories().last()->sortIndex(), qint64(8));
+        QCOMPARE(board.model->categories().last()->name(), QStringLiteral(" 空格 "));
+        // Nothing is posted, yet the next save takes the lists along.
+        QCOMPARE(board.posts.count(), 0);
+        QVERIFY(board.store.context->hasChanges());
     }
 
     void handleReorderNeighbours() {

@@ -118,6 +118,36 @@ private slots:
         QCOMPARE(board.controller->doneModel()->count(), 2);
     }
 
+    void highlightNeedsFocusAndKeyboard() {
+        Board board;
+        fillStandardBoard(board);
+        BoardController& c = *board.controller;
+
+        c.setBoardFocused(true); // nothing located: the default row is taken
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T1"));
+        QCOMPARE(c.highlightedTaskId(), QString());
+
+        c.handleBoardKey(Qt::Key_Down, Qt::NoModifier); // lights only
+        QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T1")));
+        c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
+        QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
+
+        // The mouse hides the highlight but keeps the row; the next key only relights it.
+        c.pointerMoved();
+        QCOMPARE(c.highlightedTaskId(), QString());
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
+        c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
+        QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
+
+        // Losing the focus turns the keyboard off; regaining it keeps a row it can locate.
+        c.setBoardFocused(false);
+        QVERIFY(!c.keyboardActive());
+        QCOMPARE(c.highlightedTaskId(), QString());
+        c.setBoardFocused(true);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
+        QCOMPARE(c.highlightedTaskId(), QString());
+    }
+
     // Every change of the board arrives as inserts, removals, moves and dataChanged, never as
     // a reset, and each model stays consistent throughout.
     void modelsFollowTheBoardRowByRow() {

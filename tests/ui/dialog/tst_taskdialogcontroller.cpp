@@ -212,6 +212,28 @@ private slots:
         QVERIFY(!dialog.isEditing());
     }
 
+    void shortcutAndReopening() {
+        TaskDialogController dialog(&m_uiClock);
+        dialog.setDefaultListId(idOf(*m_work));
+        dialog.newTaskShortcut();
+        QVERIFY(dialog.isOpen());
+        QCOMPARE(dialog.chosenListId(), idOf(*m_work));
+
+        dialog.setTitle("写一半");
+        dialog.setTitleFocused(false);
+        dialog.newTaskShortcut();
+        // An open card only takes the focus back to its title.
+        QVERIFY(dialog.titleFocused());
+        QCOMPARE(dialog.title(), QStringLiteral("写一半"));
+
+        // Cancelled, the draft is gone at the next opening.
+        dialog.toggleTomorrow();
+        dialog.closePanel();
+        dialog.openPanel();
+        QCOMPARE(dialog.title(), QString());
+        QVERIFY(!dialog.day().isValid());
+    }
+
     // A chosen list that goes away reads as no list, and keeps its id.
     void chosenListThatGoesAway() {
         TaskDialogController dialog(&m_uiClock);

@@ -237,6 +237,24 @@ private slots:
         board.controller->syncModels();
         QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3"));
     }
+
+    // The state reports changes, and only real ones: the views key their animations on them.
+    void stateNotifiesOnlyRealChanges() {
+        Board board;
+        fillStandardBoard(board);
+        BoardDragState& state = *board.controller->dragState();
+        QSignalSpy targets(&state, &BoardDragState::targetChanged);
+        QSignalSpy tasks(&state, &BoardDragState::draggingTaskChanged);
+        drag(board, QStringLiteral("L2"),
+             {QPointF(450, 110), QPointF(460, 112), QPointF(470, 114)});
+        QCOMPARE(tasks.count(), 1);
+        QCOMPARE(targets.count(), 1);
+        board.controller->drag()->dragChanged({}, {130, 20});
+        const QString listA =
+            board.byTitle(QStringLiteral("L1"))->category()->id().toString(QUuid::WithoutBraces);
+        QVERIFY(state.isHotTab(listA));
+        QCOMPARE(targets.count(), 2);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestBoardDrag)

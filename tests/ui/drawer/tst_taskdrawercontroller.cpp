@@ -71,6 +71,27 @@ private slots:
         m_store.reset();
     }
 
+    void cardHeight_data() {
+        QTest::addColumn<qreal>("noteHeight");
+        QTest::addColumn<qreal>("maxHeight");
+        QTest::addColumn<qreal>("expected");
+
+        QTest::newRow("past 290 the card grows") << 291.0 << 800.0 << 401.0;
+        QTest::newRow("a limit below 400 still gives 400") << 2000.0 << 300.0 << 400.0;
+    }
+
+    void cardHeight() {
+        QFETCH(qreal, noteHeight);
+        QFETCH(qreal, maxHeight);
+        QFETCH(qreal, expected);
+        TaskDrawerController drawer;
+        QSignalSpy changed(&drawer, &TaskDrawerController::cardHeightChanged);
+        drawer.setMaxHeight(maxHeight);
+        drawer.setNoteTextHeight(noteHeight);
+        QCOMPARE(drawer.cardHeight(), expected);
+        QCOMPARE(changed.isEmpty(), qFuzzyCompare(expected, TaskDrawerController::defaultHeight));
+    }
+
     void titleWritesThroughAndStamps() {
         TaskItem* task = m_store->addTask(QStringLiteral("旧标题"), 1, kNow.addDays(-1));
         TaskDrawerController drawer;
@@ -134,6 +155,19 @@ private slots:
         QCOMPARE(task->richNote(), edited);
         QCOMPARE(task->note(), QStringLiteral("买牛奶"));
         QCOMPARE(task->updatedAt(), m_clock.now());
+    }
+
+    void closingUntouchedStillWritesTheNote() {
+        TaskItem* plain = m_store->addTask(QStringLiteral("纯"), 2, kNow.addDays(-1));
+        plain->setNote(QStringLiteral("只有纯文本"));
+        {
+            // A card that goes without saying so is closed by its controller's end.
+            TaskDrawerController drawer;
+            attach(drawer, plain);
+            drawer.appear();
+            m_clock.advance(1'000);
+        }
+        QCOMPARE(plain->updatedAt(), m_clock.now());
     }
 
     void schedule_data() {

@@ -133,5 +133,23 @@ Item {
             verify(!strip.creating);
         }
 
+        function test_every_opening_starts_clean() {
+            const strip = makeStrip({ reduceMotion: true });
+            const creates = spy(strip, "createRequested");
+            let popover = openCreatePopover(strip);
+            typeText("draft");
+            popover.controller.pickColor("8E4EC6");
+            keyClick(Qt.Key_Escape);
+            tryCompare(popover, "visible", false);
+            verify(!strip.creating);
+            compare(creates.count, 0);
+
+            popover = openCreatePopover(strip);
+            compare(popover.nameField.text, "");
+            compare(popover.controller.draftColor, CategoryPalette.first);
+            verify(!popover.createButton.enabled);
+            keyClick(Qt.Key_Escape);
+            tryCompare(popover, "visible", false);
+        }
     }
 }

@@ -143,6 +143,38 @@ private slots:
         QCOMPARE(window->geometry(), geometry);
     }
 
+    // The window follows the selected view's reported size, not another view's.
+    void theHeightFollowsTheSelectedContent() {
+        SettingsWindowController controller(m_engine.get());
+        QQuickWindow* window = controller.window();
+        const QPoint corner(40, 30);
+        window->setPosition(corner);
+        controller.select(QStringLiteral("about"));
+        const int height = window->height();
+
+        tabView(controller, QStringLiteral("general"))->setImplicitHeight(400);
+        QCOMPARE(window->height(), height);
+
+        QQuickItem* about = tabView(controller, QStringLiteral("about"));
+        about->setImplicitHeight(about->implicitHeight() + 40);
+        QCOMPARE(window->height(), height + 40);
+        QCOMPARE(window->position(), corner);
+        QCOMPARE(window->minimumSize(), window->size());
+
+        controller.select(QStringLiteral("general"));
+        QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue + 400);
+    }
+
+    // A line set after the tab was built reaches it.
+    void aboutShowsTheVersionLine() {
+        SettingsWindowController controller(m_engine.get());
+        controller.setVersionLine(QStringLiteral("版本 —（—）"));
+        QQuickItem* version =
+            findItem(tabView(controller, QStringLiteral("about")), QStringLiteral("aboutVersion"));
+        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
+        QCOMPARE(version->property("text").toString(), QStringLiteral("版本 0.1.0（42）"));
+    }
+
     void openingAgainReturnsToGeneralCentred_data() {
         QTest::addColumn<bool>("closeFirst");
         QTest::addColumn<bool>("interruptResize");

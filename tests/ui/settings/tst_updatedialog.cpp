@@ -47,6 +47,30 @@ private slots:
     void init() { m_engine = QuickWindowTest::engine(); }
     void cleanup() { m_engine.reset(); }
 
+    // The result replaces the check where the window stands and grows it to fit; long notes
+    // scroll inside a window that stays on the screen.
+    void sizing() {
+        UpdateDialogController dialog(m_engine.get());
+        QQuickWindow* window = dialog.window();
+        dialog.showChecking();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        window->setPosition(30, 40);
+        const int checkingHeight = window->height();
+
+        dialog.showUpdateFound(QStringLiteral("1.2.0"), QStringLiteral("42"),
+                               QStringLiteral("一\n二\n三\n四"), downloadUrl);
+        QCOMPARE(window->position(), QPoint(30, 40));
+        QVERIFY(window->height() > checkingHeight);
+        QCOMPARE(window->height(), qCeil(find(dialog, "dialogContent")->implicitHeight()) + 40);
+
+        QString notes;
+        for (int i = 0; i < 200; ++i)
+            notes += QStringLiteral("第 %1 条改进\n").arg(i);
+        dialog.showUpdateFound(QStringLiteral("3.0"), {}, notes, downloadUrl);
+        QTRY_VERIFY(find(dialog, "notes")->height() > 1000);
+        QVERIFY(window->height() < 400);
+    }
+
     void closing_data() {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("how");

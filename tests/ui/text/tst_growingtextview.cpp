@@ -146,6 +146,27 @@ private slots:
         QCOMPARE(m_host->property("model").toString(), QStringLiteral("买"));
     }
 
+    void fieldGrowsWithTheComposition() {
+        m_host->setProperty("fieldWidth", 60);
+        focusField();
+        QTRY_VERIFY(m_host->property("reportedHeight").toReal() > 0);
+        const qreal oneLine = m_host->property("reportedHeight").toReal();
+
+        // Several syllables of marked text that need more than one line at this width.
+        sendPreedit(editor(), QStringLiteral("zhe shi yi ge hen chang de ju zi"));
+        QTRY_VERIFY(m_host->property("reportedHeight").toReal() > oneLine * 1.5);
+        QCOMPARE(m_host->property("model").toString(), QString());
+
+        const qreal composing = m_host->property("reportedHeight").toReal();
+
+        // After the commit the field shrinks back to the one line that the committed text takes.
+        sendCommit(editor(), QStringLiteral("这"));
+        QTRY_VERIFY(m_host->property("reportedHeight").toReal() < composing);
+        QCOMPARE(m_host->property("reportedHeight").toReal(),
+                 editor()->property("contentHeight").toReal());
+        QCOMPARE(editor()->property("lineCount").toInt(), 1);
+    }
+
     void returnRules_data() { rows("returns"); }
 
     void returnRules() {

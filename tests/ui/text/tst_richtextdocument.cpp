@@ -15,6 +15,7 @@
 #include <QTest>
 #include <QTextBlock>
 #include <QTextDocument>
+#include <QTextList>
 #include <QtQml/qqmlextensionplugin.h>
 #include <memory>
 
@@ -91,6 +92,23 @@ private slots:
         QCOMPARE(back, original);
         QCOMPARE(back.toJson(), original.toJson());
         QCOMPARE(document.toPlainText(), original.plainText());
+    }
+
+    void documentStructure() {
+        const RichText text = fromJson(R"({"runs":[{"text":"斜\n","italic":true},)"
+                                       R"({"text":"一\n","bullet":true},{"text":"中\n"},)"
+                                       R"({"text":"三","bullet":true}]})");
+        QTextDocument document;
+        RichTextDocument::write(text, &document);
+        // Nothing but the attributes: the editor's own font must show through.
+        const QTextCharFormat format = document.begin().begin().fragment().charFormat();
+        QVERIFY(format.fontItalic());
+        QVERIFY(!format.hasProperty(QTextFormat::FontFamilies));
+        QVERIFY(!format.hasProperty(QTextFormat::FontPixelSize));
+        // Bullets broken by a plain line are two lists.
+        const QTextBlock one = document.begin().next();
+        QCOMPARE(one.textList()->format().style(), QTextListFormat::ListDisc);
+        QVERIFY(one.next().next().textList() != one.textList());
     }
 
     // Loading a task's note is not an edit: Ctrl+Z must not bring back the previous task's.
