@@ -91,276 +91,229 @@ class TestUpdaterController : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void compareVersions_data();
-    void compareVersions();
-    void parseFeed_data();
-    void parseFeed();
-    void newerRelease_data();
-    void newerRelease();
+    void compareVersions_data() { TestData::addRows("versions.json"); }
+    void parseFeed_data() { TestData::addRows("feeds.json"); }
+    void probe_data() { TestData::addRows("probes.json"); }
+    void visibleCheck_data() { TestData::addRows("checks.json"); }
 
-    void probe_data();
-    void probe();
-    void visibleCheck_data();
-    void visibleCheck();
-    void silentServer();
-    void startProbesAndAnswersCheckRequests();
-    void emptyFeedNeverTouchesTheNetwork();
-    void oneRequestAtATime();
+    void compareVersions() {
+        QFETCH(QJsonObject, row);
+        const QString a = row[QStringLiteral("a")].toString();
+        const QString b = row[QStringLiteral("b")].toString();
+        const int order = row[QStringLiteral("order")].toInt();
+        QCOMPARE(VersionNumber::compare(a, b), order);
+        QCOMPARE(VersionNumber::compare(b, a), -order);
+    }
+
+    // An empty "version" means the feed is refused; "newer" compares with the running build.
+    void parseFeed() {
+        QFETCH(QJsonObject, row);
+        const QString version = row[QStringLiteral("version")].toString();
+        QString problem;
+        const std::optional<ReleaseInfo> release =
+            ReleaseFeed::parse(row[QStringLiteral("body")].toString().toUtf8(), &problem);
+        QCOMPARE(release.has_value(), !version.isEmpty());
+        QCOMPARE(problem.isEmpty(), release.has_value()); // a refusal always says why
+        if (release) {
+            QCOMPARE(release->version, version);
+            QCOMPARE(release->build, row[QStringLiteral("build")].toString());
+            QVERIFY(release->url.isValid());
+            // Against the running build, 1.2.0 build 7.
+            QCOMPARE(ReleaseFeed::isNewer(*release, QStringLiteral("1.2.0"), QStringLiteral("7")),
+                     row[QStringLiteral("newer")].toBool());
+        }
+    }
+
+    void probe() {
+        QFETCH(QJsonObject, row);
+        const bool before = row[QStringLiteral("before")].toBool();
+        const bool after = row[QStringLiteral("after")].toBool();
+        const QString logLine = row[QStringLiteral("log")].toString();
+
+        FeedServer server;
+        server.body = row[QStringLiteral("body")].toString().toUtf8();
+        NotificationHub hub;
+        UpdaterController updater(&m_network, hub,
+                                  options(server.url(row[QStringLiteral("path")].toString())));
+        updater.setUpdateAvailable(before);
+        QSignalSpy posts(&hub, &NotificationHub::posted);
+        QSignalSpy probes(&updater, &UpdaterController::probeFinished);
+        QSignalSpy checks(&updater, &UpdaterController::checkFinished);
+
+        const QtMsgType level =
+            logLine.contains(QLatin1String("didAbortWithError")) ? QtWarningMsg : QtInfoMsg;
+        QTest::ignoreMessage(level, QRegularExpression(logLine));
+        updater.checkForUpdateInformation();
+        QVERIFY(probes.wait(5000));
+
+        QCOMPARE(updater.updateAvailable(), after);
+        if (before == after) {
+            QCOMPARE(posts.count(), 0);
+        } else {
+            QCOMPARE(posts.count(), 1);
+            QCOMPARE(posts[0][0].toString(), TavikNotification::updateAvailabilityChanged);
+            QCOMPARE(posts[0][1].toMap(), availability(after));
+        }
+        QCOMPARE(checks.count(), 0); // a probe shows nothing
+        QVERIFY(!updater.isChecking());
+    }
+
+    // Each row's server answers on its own port; the path "refused" goes to a closed one, and
+    // "none" is a build without a feed, which never touches the network.
+    void visibleCheck() {
+        QFETCH(QJsonObject, row);
+        const auto kind = Kind(QMetaEnum::fromType<Kind>().keyToValue(
+            row[QStringLiteral("kind")].toString().toLatin1().constData()));
+        const QString path = row[QStringLiteral("path")].toString();
+
+        FeedServer server;
+        server.body = row[QStringLiteral("body")].toString().toUtf8();
+        NotificationHub hub;
+        QUrl url = server.url(path);
+        if (path == QLatin1String("refused"))
+            url = QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(closedPort()));
+        else if (path == QLatin1String("none"))
+            url = QUrl();
+        const int requestsBefore = m_network.requests;
+        UpdaterController updater(&m_network, hub, options(url));
+        updater.setUpdateAvailable(true);
+        QSignalSpy checks(&updater, &UpdaterController::checkFinished);
+        QSignalSpy checking(&updater, &UpdaterController::checkingChanged);
+
+        QTest::ignoreMessage(kind == Kind::Failed ? QtWarningMsg : QtInfoMsg,
+                             QRegularExpression(QStringLiteral("^Tavik\\[updater\\]: ")));
+        updater.checkForUpdates();
+        QVERIFY(updater.isChecking());
+        QVERIFY(checks.wait(5000));
+        QCOMPARE(checks.count(), 1);
+        QVERIFY(!updater.isChecking());
+        QCOMPARE(checking.count(), 2);
+
+        const auto result = checks[0][0].value<UpdateCheckResult>();
+        QCOMPARE(result.kind, kind);
+        QVERIFY2(result.message.startsWith(row[QStringLiteral("message")].toString()),
+                 qPrintable(result.message));
+        QCOMPARE(m_network.requests == requestsBefore, url.isEmpty());
+        // Only an answer that finds nothing newer clears the flag; a failure leaves it.
+        QCOMPARE(updater.updateAvailable(), kind != Kind::UpToDate);
+        if (result.kind == Kind::UpdateFound) {
+            QCOMPARE(result.version, QStringLiteral("1.3.0"));
+            QCOMPARE(result.build, QStringLiteral("12"));
+            QCOMPARE(result.notes, QStringLiteral("修复了若干问题"));
+            QCOMPARE(result.downloadUrl,
+                     QUrl(QStringLiteral("https://example.org/tavik-1.3.0.tar.gz")));
+        }
+    }
+
+    // A server that accepts connections (the kernel completes them) and never answers.
+    void silentServer() {
+        QTcpServer silent;
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        const QUrl url(QStringLiteral("http://127.0.0.1:%1/feed").arg(silent.serverPort()));
+        const auto inFlight = [&silent] { // a new request really reached the server
+            const bool arrived =
+                QTest::qWaitFor([&] { return silent.hasPendingConnections(); }, 5000);
+            while (silent.hasPendingConnections())
+                silent.nextPendingConnection()->setParent(&silent);
+            return arrived;
+        };
+        NotificationHub hub;
+        QSignalSpy posts(&hub, &NotificationHub::posted);
+
+        // Given up after the request timeout; the flag stays.
+        auto opts = options(url);
+        opts.requestTimeout = 200ms;
+        auto updater = std::make_unique<UpdaterController>(&m_network, hub, opts);
+        updater->setUpdateAvailable(true);
+        posts.clear();
+        QSignalSpy given(updater.get(), &UpdaterController::checkFinished);
+        QTest::ignoreMessage(QtWarningMsg, "Tavik[updater]: didAbortWithError 连接更新服务器超时");
+        updater->checkForUpdates();
+        QVERIFY(given.wait(5000));
+        QCOMPARE(given[0][0].value<UpdateCheckResult>().kind, Kind::Failed);
+        QCOMPARE(given[0][0].value<UpdateCheckResult>().message,
+                 QStringLiteral("连接更新服务器超时"));
+        QVERIFY(updater->updateAvailable());
+        QVERIFY(!updater->isChecking());
+        QCOMPARE(posts.count(), 0);
+        QVERIFY(inFlight());
+
+        // Cancelled in flight: reported once, as cancelled. The reply's own canceled error
+        // arrives later and must not report a second time.
+        updater = std::make_unique<UpdaterController>(&m_network, hub, options(url));
+        QSignalSpy checks(updater.get(), &UpdaterController::checkFinished);
+        updater->checkForUpdates();
+        QVERIFY(inFlight());
+        QTest::ignoreMessage(QtWarningMsg, "Tavik[updater]: didAbortWithError 已取消检查更新");
+        updater->cancelCheck();
+        QCOMPARE(checks.count(), 1);
+        QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::Cancelled);
+        QVERIFY(!updater->isChecking());
+        QTest::qWait(100);
+        QCOMPARE(checks.count(), 1);
+
+        // Destroyed while waiting: the aborted reply finishes into nothing.
+        posts.clear();
+        updater->checkForUpdates();
+        QVERIFY(inFlight());
+        updater.reset();
+        QTest::qWait(100);
+        QCOMPARE(posts.count(), 0);
+    }
+
+    void startProbesAndAnswersCheckRequests() {
+        FeedServer server;
+        server.body = feed(QStringLiteral("1.3.0"));
+        NotificationHub hub;
+        auto opts = options(server.url());
+        opts.firstProbeDelay = 20ms;
+        opts.probeInterval = 150ms;
+        UpdaterController updater(&m_network, hub, opts);
+        QSignalSpy checks(&updater, &UpdaterController::checkFinished);
+
+        // Before start, a request from the board goes unanswered.
+        hub.post(TavikNotification::checkForUpdates);
+        QTest::qWait(50);
+        QCOMPARE(checks.count(), 0);
+        QCOMPARE(server.hits, 0);
+
+        updater.start();
+        updater.start();
+        QTRY_VERIFY_WITH_TIMEOUT(updater.updateAvailable(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(server.hits >= 3, 5000); // the first probe, then the repeats
+
+        hub.post(TavikNotification::checkForUpdates);
+        QVERIFY(checks.wait(5000));
+        QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::UpdateFound);
+    }
+
+    void oneRequestAtATime() {
+        FeedServer server;
+        server.body = feed(QStringLiteral("1.3.0"));
+        CountingNetwork network;
+        NotificationHub hub;
+        UpdaterController updater(&network, hub, options(server.url()));
+        QSignalSpy checks(&updater, &UpdaterController::checkFinished);
+        QSignalSpy probes(&updater, &UpdaterController::probeFinished);
+
+        // A check asked for during a probe takes the probe's answer; repeats are no-ops.
+        updater.checkForUpdateInformation();
+        updater.checkForUpdates();
+        updater.checkForUpdates();
+        updater.checkForUpdateInformation();
+        QVERIFY(checks.wait(5000));
+        QTest::qWait(50);
+
+        QCOMPARE(network.requests, 1);
+        QCOMPARE(server.hits, 1);
+        QCOMPARE(checks.count(), 1);
+        QCOMPARE(probes.count(), 0);
+        QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::UpdateFound);
+    }
 
 private:
     CountingNetwork m_network;
 };
-
-#define ROWS(test, file)                                                                           \
-    void TestUpdaterController::test##_data() {                                                    \
-        QTest::addColumn<QJsonObject>("row");                                                      \
-        for (const QJsonValue& row : TestData::rows(QStringLiteral(file)))                         \
-            TestData::newRow(row.toObject()) << row.toObject();                                    \
-    }
-ROWS(compareVersions, "versions.json")
-ROWS(parseFeed, "feeds.json")
-ROWS(newerRelease, "newer_releases.json")
-ROWS(probe, "probes.json")
-ROWS(visibleCheck, "checks.json")
-
-void TestUpdaterController::compareVersions() {
-    QFETCH(QJsonObject, row);
-    const QString a = row[QStringLiteral("a")].toString();
-    const QString b = row[QStringLiteral("b")].toString();
-    const int order = row[QStringLiteral("order")].toInt();
-    QCOMPARE(VersionNumber::compare(a, b), order);
-    QCOMPARE(VersionNumber::compare(b, a), -order);
-}
-
-// An empty "version" means the feed is refused.
-void TestUpdaterController::parseFeed() {
-    QFETCH(QJsonObject, row);
-    const QString version = row[QStringLiteral("version")].toString();
-    QString problem;
-    const std::optional<ReleaseInfo> release =
-        ReleaseFeed::parse(row[QStringLiteral("body")].toString().toUtf8(), &problem);
-    QCOMPARE(release.has_value(), !version.isEmpty());
-    QCOMPARE(problem.isEmpty(), release.has_value()); // a refusal always says why
-    if (release) {
-        QCOMPARE(release->version, version);
-        QCOMPARE(release->build, row[QStringLiteral("build")].toString());
-        QVERIFY(release->url.isValid());
-    }
-}
-
-// The running build is 1.2.0, build 7.
-void TestUpdaterController::newerRelease() {
-    QFETCH(QJsonObject, row);
-    const ReleaseInfo release{row[QStringLiteral("version")].toString(),
-                              row[QStringLiteral("build")].toString(),
-                              {},
-                              QUrl(QStringLiteral("https://h/t"))};
-    QCOMPARE(ReleaseFeed::isNewer(release, QStringLiteral("1.2.0"), QStringLiteral("7")),
-             row[QStringLiteral("newer")].toBool());
-}
-
-void TestUpdaterController::probe() {
-    QFETCH(QJsonObject, row);
-    const bool before = row[QStringLiteral("before")].toBool();
-    const bool after = row[QStringLiteral("after")].toBool();
-    const QString logLine = row[QStringLiteral("log")].toString();
-
-    FeedServer server;
-    server.body = row[QStringLiteral("body")].toString().toUtf8();
-    NotificationHub hub;
-    UpdaterController updater(&m_network, hub,
-                              options(server.url(row[QStringLiteral("path")].toString())));
-    updater.setUpdateAvailable(before);
-    QSignalSpy posts(&hub, &NotificationHub::posted);
-    QSignalSpy probes(&updater, &UpdaterController::probeFinished);
-    QSignalSpy checks(&updater, &UpdaterController::checkFinished);
-
-    const QtMsgType level =
-        logLine.contains(QLatin1String("didAbortWithError")) ? QtWarningMsg : QtInfoMsg;
-    QTest::ignoreMessage(level, QRegularExpression(logLine));
-    updater.checkForUpdateInformation();
-    QVERIFY(probes.wait(5000));
-
-    QCOMPARE(updater.updateAvailable(), after);
-    if (before == after) {
-        QCOMPARE(posts.count(), 0);
-    } else {
-        QCOMPARE(posts.count(), 1);
-        QCOMPARE(posts[0][0].toString(), TavikNotification::updateAvailabilityChanged);
-        QCOMPARE(posts[0][1].toMap(), availability(after));
-    }
-    QCOMPARE(checks.count(), 0); // a probe shows nothing
-    QVERIFY(!updater.isChecking());
-}
-
-// Each row's server answers on its own port; the path "refused" goes to a closed one.
-void TestUpdaterController::visibleCheck() {
-    QFETCH(QJsonObject, row);
-    const auto kind = Kind(QMetaEnum::fromType<Kind>().keyToValue(
-        row[QStringLiteral("kind")].toString().toLatin1().constData()));
-    const QString path = row[QStringLiteral("path")].toString();
-
-    FeedServer server;
-    server.body = row[QStringLiteral("body")].toString().toUtf8();
-    NotificationHub hub;
-    UpdaterController updater(
-        &m_network, hub,
-        options(path == QLatin1String("refused")
-                    ? QUrl(QStringLiteral("http://127.0.0.1:%1/feed").arg(closedPort()))
-                    : server.url(path)));
-    updater.setUpdateAvailable(true);
-    QSignalSpy checks(&updater, &UpdaterController::checkFinished);
-    QSignalSpy checking(&updater, &UpdaterController::checkingChanged);
-
-    QTest::ignoreMessage(kind == Kind::Failed ? QtWarningMsg : QtInfoMsg,
-                         QRegularExpression(QStringLiteral("^Tavik\\[updater\\]: ")));
-    updater.checkForUpdates();
-    QVERIFY(updater.isChecking());
-    QVERIFY(checks.wait(5000));
-    QCOMPARE(checks.count(), 1);
-    QVERIFY(!updater.isChecking());
-    QCOMPARE(checking.count(), 2);
-
-    const auto result = checks[0][0].value<UpdateCheckResult>();
-    QCOMPARE(result.kind, kind);
-    QVERIFY2(result.message.startsWith(row[QStringLiteral("message")].toString()),
-             qPrintable(result.message));
-    // Only an answer that finds nothing newer clears the flag; a failure leaves it.
-    QCOMPARE(updater.updateAvailable(), kind != Kind::UpToDate);
-    if (result.kind == Kind::UpdateFound) {
-        QCOMPARE(result.version, QStringLiteral("1.3.0"));
-        QCOMPARE(result.build, QStringLiteral("12"));
-        QCOMPARE(result.notes, QStringLiteral("修复了若干问题"));
-        QCOMPARE(result.downloadUrl,
-                 QUrl(QStringLiteral("https://example.org/tavik-1.3.0.tar.gz")));
-    }
-}
-
-// A server that accepts connections (the kernel completes them) and never answers.
-void TestUpdaterController::silentServer() {
-    QTcpServer silent;
-    QVERIFY(silent.listen(QHostAddress::LocalHost));
-    const QUrl url(QStringLiteral("http://127.0.0.1:%1/feed").arg(silent.serverPort()));
-    const auto inFlight = [&silent] { // a new request really reached the server
-        const bool arrived = QTest::qWaitFor([&] { return silent.hasPendingConnections(); }, 5000);
-        while (silent.hasPendingConnections())
-            silent.nextPendingConnection()->setParent(&silent);
-        return arrived;
-    };
-    NotificationHub hub;
-    QSignalSpy posts(&hub, &NotificationHub::posted);
-
-    // Given up after the request timeout; the flag stays.
-    auto opts = options(url);
-    opts.requestTimeout = 200ms;
-    auto updater = std::make_unique<UpdaterController>(&m_network, hub, opts);
-    updater->setUpdateAvailable(true);
-    posts.clear();
-    QSignalSpy given(updater.get(), &UpdaterController::checkFinished);
-    QTest::ignoreMessage(QtWarningMsg, "Tavik[updater]: didAbortWithError 连接更新服务器超时");
-    updater->checkForUpdates();
-    QVERIFY(given.wait(5000));
-    QCOMPARE(given[0][0].value<UpdateCheckResult>().kind, Kind::Failed);
-    QCOMPARE(given[0][0].value<UpdateCheckResult>().message, QStringLiteral("连接更新服务器超时"));
-    QVERIFY(updater->updateAvailable());
-    QVERIFY(!updater->isChecking());
-    QCOMPARE(posts.count(), 0);
-    QVERIFY(inFlight());
-
-    // Cancelled in flight: reported once, as cancelled. The reply's own canceled error
-    // arrives later and must not report a second time.
-    updater = std::make_unique<UpdaterController>(&m_network, hub, options(url));
-    QSignalSpy checks(updater.get(), &UpdaterController::checkFinished);
-    updater->checkForUpdates();
-    QVERIFY(inFlight());
-    QTest::ignoreMessage(QtWarningMsg, "Tavik[updater]: didAbortWithError 已取消检查更新");
-    updater->cancelCheck();
-    QCOMPARE(checks.count(), 1);
-    QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::Cancelled);
-    QVERIFY(!updater->isChecking());
-    QTest::qWait(100);
-    QCOMPARE(checks.count(), 1);
-
-    // Destroyed while waiting: the aborted reply finishes into nothing.
-    posts.clear();
-    updater->checkForUpdates();
-    QVERIFY(inFlight());
-    updater.reset();
-    QTest::qWait(100);
-    QCOMPARE(posts.count(), 0);
-}
-
-void TestUpdaterController::startProbesAndAnswersCheckRequests() {
-    FeedServer server;
-    server.body = feed(QStringLiteral("1.3.0"));
-    NotificationHub hub;
-    auto opts = options(server.url());
-    opts.firstProbeDelay = 20ms;
-    opts.probeInterval = 150ms;
-    UpdaterController updater(&m_network, hub, opts);
-    QSignalSpy checks(&updater, &UpdaterController::checkFinished);
-
-    // Before start, a request from the board goes unanswered.
-    hub.post(TavikNotification::checkForUpdates);
-    QTest::qWait(50);
-    QCOMPARE(checks.count(), 0);
-    QCOMPARE(server.hits, 0);
-
-    updater.start();
-    updater.start();
-    QTRY_VERIFY_WITH_TIMEOUT(updater.updateAvailable(), 5000);
-    QTRY_VERIFY_WITH_TIMEOUT(server.hits >= 3, 5000); // the first probe, then the repeats
-
-    hub.post(TavikNotification::checkForUpdates);
-    QVERIFY(checks.wait(5000));
-    QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::UpdateFound);
-}
-
-void TestUpdaterController::emptyFeedNeverTouchesTheNetwork() {
-    CountingNetwork network;
-    NotificationHub hub;
-    auto opts = options({});
-    opts.firstProbeDelay = 0ms;
-    opts.probeInterval = 20ms;
-    UpdaterController updater(&network, hub, opts);
-    QSignalSpy checks(&updater, &UpdaterController::checkFinished);
-
-    updater.start();
-    updater.checkForUpdateInformation();
-    hub.post(TavikNotification::checkForUpdates);
-    QVERIFY(checks.wait(5000));
-    QTest::qWait(100);
-
-    QCOMPARE(network.requests, 0);
-    QCOMPARE(checks.count(), 1);
-    const auto result = checks[0][0].value<UpdateCheckResult>();
-    QCOMPARE(result.kind, Kind::Failed);
-    QCOMPARE(result.message, QStringLiteral("此版本没有配置更新地址"));
-}
-
-void TestUpdaterController::oneRequestAtATime() {
-    FeedServer server;
-    server.body = feed(QStringLiteral("1.3.0"));
-    CountingNetwork network;
-    NotificationHub hub;
-    UpdaterController updater(&network, hub, options(server.url()));
-    QSignalSpy checks(&updater, &UpdaterController::checkFinished);
-    QSignalSpy probes(&updater, &UpdaterController::probeFinished);
-
-    // A check asked for during a probe takes the probe's answer; repeats are no-ops.
-    updater.checkForUpdateInformation();
-    updater.checkForUpdates();
-    updater.checkForUpdates();
-    updater.checkForUpdateInformation();
-    QVERIFY(checks.wait(5000));
-    QTest::qWait(50);
-
-    QCOMPARE(network.requests, 1);
-    QCOMPARE(server.hits, 1);
-    QCOMPARE(checks.count(), 1);
-    QCOMPARE(probes.count(), 0);
-    QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::UpdateFound);
-}
 
 QTEST_GUILESS_MAIN(TestUpdaterController)
 #include "tst_updatercontroller.moc"

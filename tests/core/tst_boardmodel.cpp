@@ -139,28 +139,6 @@ private slots:
         QCOMPARE(changed.count(), 3);
     }
 
-    void refreshNowMovesColumnsOnlyOnANewDay() {
-        Board board(local(2024, 6, 12, 9, 0));
-        board.add("by hand", 1, Bucket::today);
-        QSignalSpy changed(board.model.get(), &BoardModel::boardChanged);
-        QSignalSpy nowChanged(board.model.get(), &BoardModel::nowChanged);
-
-        // Later the same day: `now` moves, the columns do not.
-        QCOMPARE(titles(board.model->tasks(Bucket::today)), QStringList({"by hand"}));
-        board.clock.setNow(local(2024, 6, 12, 23, 59));
-        board.model->refreshNow();
-        QCOMPARE(nowChanged.count(), 1);
-        QCOMPARE(changed.count(), 0);
-
-        // Past midnight, the board keeps its stale column until it is refreshed.
-        board.clock.setNow(local(2024, 6, 13, 0, 5));
-        QCOMPARE(titles(board.model->tasks(Bucket::today)), QStringList({"by hand"}));
-        board.model->refreshNow();
-        QCOMPARE(changed.count(), 1);
-        QCOMPARE(titles(board.model->tasks(Bucket::thisWeek)), QStringList({"by hand"}));
-        QCOMPARE(board.tasksChangedPosts(), 0);
-    }
-
     void restoreSelectedList_data() { TestData::addRows("board.json", "selection"); }
 
     void restoreSelectedList() {
@@ -439,16 +417,7 @@ private slots:
         QVERIFY(!reopened->task(keep->id())->completed());
     }
 
-    void boardGoneDuringCompletion() {
-        Board board;
-        TaskItem* task = board.add("t", 1, Bucket::today);
-        board.model->toggle(task);
-        board.model.reset();
-        QTest::qWait(BoardModel::completionDelayMs + 200);
-        QVERIFY(!task->completed());
-        QCOMPARE(board.posts.count(), 0);
-    }
-
+    // A new list goes after the last one, its name taken as it stands.
     void createCategory() {
         Board board;
         board.addList("far", 7);

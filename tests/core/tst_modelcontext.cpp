@@ -1,18 +1,15 @@
 #include "BoardTestSupport.h"
 #include "ModelContext.h"
-#include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
 #include <QPointer>
-#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <functional>
 #include <limits>
-#include <optional>
 
 namespace {
 
@@ -20,161 +17,6 @@ constexpr qint64 kMin = std::numeric_limits<qint64>::min();
 constexpr qint64 kMax = std::numeric_limits<qint64>::max();
 
 const QDateTime kNow = QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53, 589), Qt::UTC);
-
-// Draws field values with a bias towards the values that break stores: empty, huge, non-ASCII,
-// extreme numbers and dates, and no value at all.
-class RecordGenerator {
-public:
-    explicit RecordGenerator(quint32 seed)
-        : m_random(seed) {}
-
-    bool chance(int percent) { return int(m_random.bounded(100)) < percent; }
-
-    template <typename T> const T& pick(const QList<T>& values) {
-        return values.at(int(m_random.bounded(qsizetype(values.size()))));
-    }
-
-    QString text() {
-        static const QList<QString> edges = {
-            QString(),
-            QStringLiteral("买牛奶"),
-            QStringLiteral("周报：第 12 周，整理「稍后」一栏"),
-            QStringLiteral("emoji 🥛🧾 and a family 👩‍👩‍👧"),
-            QStringLiteral("مرحبا بالعالم"),
-            QStringLiteral("quotes ' \" ; DROP TABLE tasks; --"),
-            QStringLiteral("line one\r\n\ttabbed  "),
-            QString(6000, QChar(u'长')) + QStringLiteral("end"),
-        };
-        if (chance(50))
-            return pick(edges);
-        QString out;
-        const int length = int(m_random.bounded(300));
-        for (int i = 0; i < length; ++i) {
-            if (chance(10)) {
-                // A character outside the basic plane, as a surrogate pair.
-                const char32_t ucs4 = 0x10000 + m_random.bounded(0xFFFFF - 0x10000);
-                out += QString::fromUcs4(&ucs4, 1);
-            } else {
-                char16_t unit = char16_t(0x20 + m_random.bounded(0xD7FF - 0x20));
-                out += QChar(unit);
-            }
-        }
-        return out;
-    }
-
-    QByteArray noteData() {
-        switch (m_random.bounded(4)) {
-        case 0:
-            return {};
-        case 1: {
-            QList<TextRun> runs;
-            const int count = 1 + int(m_random.bounded(6));
-            for (int i = 0; i < count; ++i) {
-                TextRun run;
-                run.text = text() + QStringLiteral("\n");
-                run.bold = chance(50);
-                run.italic = chance(50);
-                run.underline = chance(30);
-                run.strikethrough = chance(30);
-                run.bullet = chance(30);
-                runs << run;
-            }
-            return RichText(runs).toJson();
-        }
-        case 2: {
-            // Bytes that are not text at all, zeros included: the blob is kept as it is.
-            QByteArray bytes(int(m_random.bounded(2000)) + 1, Qt::Uninitialized);
-            for (char& byte : bytes)
-                byte = char(m_random.bounded(256));
-            bytes[0] = '\0';
-            return bytes;
-        }
-        default:
-            return QByteArrayLiteral("{\"runs\": [ not json");
-        }
-    }
-
-    QDateTime date(bool allowNone = true) {
-        static const QList<QDateTime> edges = {
-            QDateTime::fromMSecsSinceEpoch(0, Qt::UTC),
-            QDateTime::fromMSecsSinceEpoch(-1, Qt::UTC),
-            QDateTime(QDate(1, 1, 1), QTime(0, 0), Qt::UTC),
-            QDateTime(QDate(2038, 1, 19), QTime(3, 14, 8), Qt::UTC),
-            QDateTime(QDate(9999, 12, 31), QTime(23, 59, 59, 999), Qt::UTC),
-            // A day as the board stores it: the start of a local day.
-            QDateTime(QDate(2024, 3, 31), QTime(0, 0)),
-            QDateTime(QDate(2024, 10, 27), QTime(0, 0)),
-        };
-        if (allowNone && chance(25))
-            return {};
-        if (chance(40))
-            return pick(edges);
-        const qint64 from = QDateTime(QDate(1900, 1, 1), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch();
-        const qint64 to = QDateTime(QDate(2200, 1, 1), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch();
-        return QDateTime::fromMSecsSinceEpoch(from + qint64(m_random.bounded(quint64(to - from))),
-                                              Qt::UTC);
-    }
-
-    qint64 integer() {
-        static const QList<qint64> edges = {kMin, kMax, 0, -1, kMin + 1};
-        return chance(40) ? pick(edges) : qint64(m_random.generate64());
-    }
-
-    std::optional<qint64> optionalInteger() {
-        if (chance(35))
-            return std::nullopt;
-        return chance(50) ? integer() : qint64(m_random.bounded(1, 54));
-    }
-
-    void fill(TaskItem* task, const QList<TaskCategory*>& categories) {
-        task->setTitle(text());
-        task->setNote(text());
-        task->setNoteData(noteData());
-        task->setCompleted(chance(40));
-        task->setCompletedAt(date());
-        task->setDueDate(date());
-        if (chance(85)) {
-            const auto year = optionalInteger();
-            task->setWeek(year, year ? std::optional<qint64>(optionalInteger().value_or(1))
-                                     : std::nullopt);
-        } else {
-            // Stores never pair the two; the file keeps what it is given all the same.
-            task->setWeek(optionalInteger(), optionalInteger());
-        }
-        task->setReminderAt(date());
-        task->setScheduledExplicitly(chance(50));
-        task->setCategory(categories.isEmpty() || chance(30) ? nullptr : pick(categories));
-        task->setSortIndex(integer());
-        task->setUpdatedAt(date(false));
-    }
-
-    void fill(TaskCategory* category) {
-        category->setName(text());
-        static const QList<QString> colors = {TaskCategory::defaultColorHex,
-                                              QStringLiteral("FF6B6B"), QStringLiteral("ff00aa"),
-                                              QString(), QStringLiteral("颜色")};
-        category->setColorHex(pick(colors));
-        category->setSortIndex(integer());
-    }
-
-    TaskItem* newTask(const QList<TaskCategory*>& categories) {
-        auto* task = chance(50) ? new TaskItem(text(), integer(), date(false))
-                                : new TaskItem(QUuid::createUuid(), date(false));
-        fill(task, categories);
-        return task;
-    }
-
-    TaskCategory* newCategory() {
-        auto* category = chance(50) ? new TaskCategory(text(), QString(), integer(), date(false))
-                                    : new TaskCategory(QUuid::createUuid(), date(false));
-        fill(category);
-        return category;
-    }
-
-
-private:
-    QRandomGenerator m_random;
-};
 
 // The table rows' actions work on a small saved board.
 struct Board {
@@ -200,12 +42,6 @@ private slots:
         QStandardPaths::setTestModeEnabled(true);
         qRegisterMetaType<TaskItem*>();
         qRegisterMetaType<TaskCategory*>();
-        bool fixed = false;
-        m_seed = quint32(qEnvironmentVariableIntValue("TAVIK_TEST_SEED", &fixed));
-        if (!fixed)
-            m_seed = QRandomGenerator::global()->generate();
-        // Printed so that a failing run can be repeated with TAVIK_TEST_SEED.
-        qInfo("random seed %u", m_seed);
     }
 
     void init() {
@@ -215,107 +51,67 @@ private slots:
 
     void cleanup() { m_dir.reset(); }
 
-    void randomisedRoundTrip() {
-        RecordGenerator generate(m_seed);
-        auto context = openStore();
-        QVERIFY(context);
-
-        QList<TaskCategory*> categories;
-        for (int i = 0; i < 40; ++i) {
-            categories << generate.newCategory();
-            context->insert(categories.last());
-        }
-        for (int i = 0; i < 600; ++i)
-            context->insert(generate.newTask(categories));
-
-        QString error;
-        QVERIFY2(context->save(&error), qPrintable(error));
-        QVERIFY(!context->hasChanges());
-        auto reopened = openStore();
-        QVERIFY(reopened);
-        compareContexts(*context, *reopened);
-    }
-
     void changeSignals_data() {
         QTest::addColumn<BoardAction>("action");
         QTest::addColumn<QList<int>>("counts"); // inserted, removed, changed: tasks, then lists
         QTest::addColumn<bool>("hasChanges");
-        const auto row = [](const char* tag, BoardAction action, QList<int> counts, bool changes) {
+        const auto row = [](const char* tag, QList<int> counts, bool changes, BoardAction action) {
             QTest::newRow(tag) << action << counts << changes;
         };
-        row(
-            "insert a task, twice",
-            [](Board& b) {
-                auto* task = new TaskItem(QStringLiteral("new"), 9, kNow);
-                b.context->insert(task);
-                b.context->insert(task);
-            },
-            {1, 0, 0, 0, 0, 0}, true);
+        row("insert a task, twice", {1, 0, 0, 0, 0, 0}, true, [](Board& b) {
+            auto* task = new TaskItem(QStringLiteral("new"), 9, kNow);
+            b.context->insert(task);
+            b.context->insert(task);
+        });
         // Each field written alone reaches the file on the next save.
         const QDateTime at(QDate(2031, 7, 4), QTime(18, 5, 7, 123), Qt::UTC);
-        const QList<std::pair<const char*, std::function<void(TaskItem*, Board&)>>> fields{
-            {"title", [](TaskItem* t, Board&) { t->setTitle(QStringLiteral("新")); }},
-            {"note", [](TaskItem* t, Board&) { t->setNote(QStringLiteral("note")); }},
-            {"noteData", [](TaskItem* t, Board&) { t->setNoteData(QByteArray("\0x", 2)); }},
-            {"completed", [](TaskItem* t, Board&) { t->setCompleted(true); }},
-            {"completedAt", [at](TaskItem* t, Board&) { t->setCompletedAt(at); }},
-            {"dueDate", [at](TaskItem* t, Board&) { t->setDueDate(at); }},
-            {"week", [](TaskItem* t, Board&) { t->setWeek(kMin, kMax); }},
-            {"reminderAt", [at](TaskItem* t, Board&) { t->setReminderAt(at); }},
-            {"scheduledExplicitly", [](TaskItem* t, Board&) { t->setScheduledExplicitly(true); }},
-            {"category", [](TaskItem* t, Board& b) { t->setCategory(b.home); }},
-            {"sortIndex", [](TaskItem* t, Board&) { t->setSortIndex(kMax); }},
-            {"updatedAt", [at](TaskItem* t, Board&) { t->setUpdatedAt(at); }},
+        const QList<std::pair<const char*, BoardAction>> fields{
+            {"title", [](Board& b) { b.a->setTitle(QStringLiteral("新")); }},
+            {"note", [](Board& b) { b.a->setNote(QStringLiteral("note")); }},
+            {"noteData", [](Board& b) { b.a->setNoteData(QByteArray("\0x", 2)); }},
+            {"completed", [](Board& b) { b.a->setCompleted(true); }},
+            {"completedAt", [at](Board& b) { b.a->setCompletedAt(at); }},
+            {"dueDate", [at](Board& b) { b.a->setDueDate(at); }},
+            {"week", [](Board& b) { b.a->setWeek(kMin, kMax); }},
+            {"reminderAt", [at](Board& b) { b.a->setReminderAt(at); }},
+            {"scheduledExplicitly", [](Board& b) { b.a->setScheduledExplicitly(true); }},
+            {"category", [](Board& b) { b.a->setCategory(b.home); }},
+            {"sortIndex", [](Board& b) { b.a->setSortIndex(kMax); }},
+            {"updatedAt", [at](Board& b) { b.a->setUpdatedAt(at); }},
         };
         for (const auto& [field, write] : fields)
-            row(
-                qPrintable(QStringLiteral("write %1").arg(QLatin1String(field))),
-                [write](Board& b) { write(b.a, b); }, {0, 0, 1, 0, 0, 0}, true);
-        row(
-            "write a list's colour",
-            [](Board& b) { b.work->setColorHex(QStringLiteral("00FF00")); }, {0, 0, 0, 0, 0, 1},
-            true);
-        row(
-            "write a list's name", [](Board& b) { b.work->setName(QString()); }, {0, 0, 0, 0, 0, 1},
-            true);
-        row(
-            "write a list's sortIndex", [](Board& b) { b.work->setSortIndex(kMin); },
-            {0, 0, 0, 0, 0, 1}, true);
-        row(
-            "write the same value",
-            [](Board& b) {
-                b.a->setTitle(QStringLiteral("a"));
-                b.a->setCategory(b.work);
-                b.a->setSortIndex(3);
-                b.a->setDueDate({});
-            },
-            {0, 0, 0, 0, 0, 0}, false);
-        row(
-            "remove a task twice",
-            [](Board& b) {
-                b.context->remove(b.a);
-                b.context->remove(b.a);
-            },
-            {0, 1, 0, 0, 0, 0}, true);
-        row(
-            "insert, then remove before saving",
-            [](Board& b) {
-                auto* task = new TaskItem(QStringLiteral("brief"), 9, kNow);
-                b.context->insert(task);
-                task->setTitle(QStringLiteral("briefer"));
-                b.context->remove(task);
-            },
-            {1, 1, 1, 0, 0, 0}, false);
-        row(
-            "remove a list with two tasks", [](Board& b) { b.context->remove(b.work); },
-            {0, 0, 2, 0, 1, 0}, true);
-        row(
-            "remove a task, then its list",
-            [](Board& b) {
-                b.context->remove(b.a);
-                b.context->remove(b.work);
-            },
-            {0, 1, 1, 0, 1, 0}, true);
+            row(qPrintable(QStringLiteral("write %1").arg(QLatin1String(field))),
+                {0, 0, 1, 0, 0, 0}, true, write);
+        const QList<std::pair<const char*, BoardAction>> listFields{
+            {"colorHex", [](Board& b) { b.work->setColorHex(QStringLiteral("00FF00")); }},
+            {"name", [](Board& b) { b.work->setName(QString()); }},
+            {"sortIndex", [](Board& b) { b.work->setSortIndex(kMin); }},
+        };
+        for (const auto& [field, write] : listFields)
+            row(qPrintable(QStringLiteral("write a list's %1").arg(QLatin1String(field))),
+                {0, 0, 0, 0, 0, 1}, true, write);
+        row("write the same value", {0, 0, 0, 0, 0, 0}, false, [](Board& b) {
+            b.a->setTitle(QStringLiteral("a"));
+            b.a->setCategory(b.work);
+            b.a->setSortIndex(3);
+            b.a->setDueDate({});
+        });
+        row("remove a task twice", {0, 1, 0, 0, 0, 0}, true, [](Board& b) {
+            b.context->remove(b.a);
+            b.context->remove(b.a);
+        });
+        row("insert, then remove before saving", {1, 1, 1, 0, 0, 0}, false, [](Board& b) {
+            auto* task = new TaskItem(QStringLiteral("brief"), 9, kNow);
+            b.context->insert(task);
+            task->setTitle(QStringLiteral("briefer"));
+            b.context->remove(task);
+        });
+        row("remove a list with two tasks", {0, 0, 2, 0, 1, 0}, true,
+            [](Board& b) { b.context->remove(b.work); });
+        row("remove a task, then its list", {0, 1, 1, 0, 1, 0}, true, [](Board& b) {
+            b.context->remove(b.a);
+            b.context->remove(b.work);
+        });
     }
 
     void changeSignals() {
@@ -433,7 +229,6 @@ private:
     Board makeBoard();
 
     std::unique_ptr<QTemporaryDir> m_dir;
-    quint32 m_seed = 0;
 };
 
 std::unique_ptr<ModelContext> TestModelContext::openStore() {

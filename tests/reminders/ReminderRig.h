@@ -1,11 +1,10 @@
 #pragma once
 
-// The whole road of a reminder on the shared bus: store, notification centre, scheduler and
-// the router that turns answers into task changes.
+// The whole road of a reminder on the test's own bus: store, notification centre, scheduler
+// and the router that turns answers into task changes.
 
 #include "Clock.h"
 #include "ModelContext.h"
-#include "NotificationCenter.h"
 #include "Notifications.h"
 #include "ReminderActions.h"
 #include "ReminderResponseRouter.h"
@@ -15,7 +14,6 @@
 #include "TaskItem.h"
 
 #include <QSignalSpy>
-#include <QTest>
 
 namespace ReminderTest {
 

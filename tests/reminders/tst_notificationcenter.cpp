@@ -36,20 +36,13 @@ private slots:
     void initTestCase() {
         QStandardPaths::setTestModeEnabled(true);
         m_desktop = std::make_unique<Desktop>();
-        QVERIFY(m_desktop->bus.isValid());
-        QVERIFY(m_desktop->server->start());
     }
-
     void init() {
         m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        if (!m_desktop->server->isOwned())
-            QVERIFY(m_desktop->server->start());
-        m_desktop->server->clearCalls();
+        QVERIFY(m_dir->isValid() && m_desktop->ready());
     }
-
     void cleanup() {
-        QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon was started by a call");
+        QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon started");
     }
 
     void deliversAtItsMoment() {
@@ -144,11 +137,7 @@ private slots:
         QCOMPARE(makeCenter(clock)->pendingRequests().size(), 1);
     }
 
-    void serverAnswers_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("server_answers.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void serverAnswers_data() { TestData::addRows("server_answers.json"); }
 
     // A server's signal about our notification, or another's; "response" is what the centre
     // reports, empty for nothing.
@@ -217,9 +206,9 @@ private slots:
     }
 
     void wakeFromSleepRechecks() {
-        DbusMockServer logind(m_desktop->bus.connection(), m_desktop->bus.address(),
-                              QStringLiteral("logind"), QStringLiteral("org.freedesktop.login1"),
-                              QStringLiteral("/org/freedesktop/login1"));
+        MockServer logind(m_desktop->bus.connection, m_desktop->address, {QStringLiteral("logind")},
+                          QStringLiteral("org.freedesktop.login1"),
+                          QStringLiteral("/org/freedesktop/login1"));
         QVERIFY(logind.start());
         const auto prepareForSleep = [&logind](bool sleeping) {
             logind.emitSignal(QStringLiteral("org.freedesktop.login1.Manager"),

@@ -27,17 +27,13 @@ private slots:
     void initTestCase() {
         QStandardPaths::setTestModeEnabled(true);
         m_desktop = std::make_unique<Desktop>();
-        QVERIFY(m_desktop->bus.isValid());
-        QVERIFY(m_desktop->server->start());
+    }
+    void init() { QVERIFY(m_desktop->ready()); }
+    void cleanup() {
+        QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon started");
     }
 
-    void init() { m_desktop->server->clearCalls(); }
-
-    void nextTime_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("next_time.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void nextTime_data() { TestData::addRows("next_time.json"); }
 
     void nextTime() {
         QFETCH(QJsonObject, row);
@@ -47,11 +43,7 @@ private slots:
                  TestData::moment(row[QStringLiteral("expected")]));
     }
 
-    void answersFromTheServer_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("answers.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void answersFromTheServer_data() { TestData::addRows("answers.json"); }
 
     void answersFromTheServer() {
         QFETCH(QJsonObject, row);
@@ -97,11 +89,7 @@ private slots:
                  TestData::moment(row[QStringLiteral("trigger")]));
     }
 
-    void badInputChangesNothing_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("bad_answers.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void badInputChangesNothing_data() { TestData::addRows("bad_answers.json"); }
 
     // taskId "<task>" is the task's own id, "<lower>" in lower case, "<deleted>" one of a
     // task deleted since, null no id at all.

@@ -16,18 +16,10 @@ private slots:
     void initTestCase() {
         QStandardPaths::setTestModeEnabled(true);
         m_desktop = std::make_unique<Desktop>();
-        QVERIFY(m_desktop->bus.isValid());
-        QVERIFY(m_desktop->server->start());
     }
-
-    void init() {
-        if (!m_desktop->server->isOwned())
-            QVERIFY(m_desktop->server->start());
-        m_desktop->server->clearCalls();
-    }
-
+    void init() { QVERIFY(m_desktop->ready()); }
     void cleanup() {
-        QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon was started by a call");
+        QVERIFY2(!m_desktop->daemonWasAutostarted(), "a notification daemon started");
     }
 
     void requestFollowsTheTask_data() {
@@ -120,11 +112,7 @@ private slots:
         QCOMPARE(m_desktop->notifyCalls().constFirst().at(3).toString(), QStringLiteral("other"));
     }
 
-    void newestSyncWins_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("syncs.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void newestSyncWins_data() { TestData::addRows("syncs.json"); }
 
     // Steps run in one turn of the event loop unless told to settle, so each scheduling sync
     // is still waiting for its permission answer when the next comes. "moveN" moves the

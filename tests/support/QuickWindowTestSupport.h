@@ -2,12 +2,21 @@
 
 // Helpers for tests that drive a real QQuickWindow.
 
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QString>
 #include <QTest>
+#include <memory>
 
 namespace QuickWindowTest {
+
+// An engine that finds the TavikUi module.
+inline std::unique_ptr<QQmlEngine> engine() {
+    auto engine = std::make_unique<QQmlEngine>();
+    engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    return engine;
+}
 
 // The first item below `root` for which `match` holds. Walks the visual tree: a Repeater's
 // delegates, a Layout's items and popovers are not always QObject children.

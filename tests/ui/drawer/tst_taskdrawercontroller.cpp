@@ -230,6 +230,7 @@ private slots:
         QVERIFY(posted.isEmpty());
     }
 
+    // On the board the card schedules through the board's own reminder sink.
     void boardSuppliesTheReminderSink() {
         BoardModel model(*m_store->context, *m_store->preferences, m_clock, m_hub);
         model.setReminderSink(&m_sink);

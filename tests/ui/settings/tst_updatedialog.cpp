@@ -44,10 +44,7 @@ class TestUpdateDialog : public QObject {
 
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void init() {
-        m_engine = std::make_unique<QQmlEngine>();
-        m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
-    }
+    void init() { m_engine = QuickWindowTest::engine(); }
     void cleanup() { m_engine.reset(); }
 
     // The result replaces the check where the window stands and grows it to fit; long notes

@@ -111,6 +111,7 @@ private slots:
         QVERIFY(one.next().next().textList() != one.textList());
     }
 
+    // Loading a task's note is not an edit: Ctrl+Z must not bring back the previous task's.
     void loadIsNotUndoable() {
         QTextDocument document;
         RichTextDocument helper;
