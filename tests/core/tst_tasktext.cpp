@@ -1,7 +1,8 @@
-// What a title and a note may hold, through the record's own setters: every door (dialog,
+// What a title, a note and a list's name may hold, through the record's own setters: every door (dialog,
 // drawer, import, sync) goes through them.
 
 #include "RichText.h"
+#include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskText.h"
 
@@ -44,6 +45,12 @@ void TestTaskText::cleaned() {
     QCOMPARE(task.title(), title);
     task.setNote(input);
     QCOMPARE(task.note(), note);
+    // A list's name is a line too.
+    TaskCategory list(input, QStringLiteral("#34C759"), 0, QDateTime::currentDateTimeUtc());
+    QCOMPARE(list.name(), title);
+    list.setName(QStringLiteral("other"));
+    list.setName(input);
+    QCOMPARE(list.name(), title);
 }
 
 void TestTaskText::blank_data() {
