@@ -378,6 +378,10 @@ void AppDelegate::buildQuickEntry() {
 
     QQmlComponent component(m_engine.get(),
                             QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/ai/QuickEntryWindow.qml")));
+    if (!component.isReady()) {
+        qCCritical(lcApp) << "the quick-entry window failed to load:" << component.errorString();
+        return;
+    }
     QObject* object = component.createWithInitialProperties(
         {{QStringLiteral("entry"), QVariant::fromValue(m_quickEntry.get())}});
     m_quickEntryWindow = qobject_cast<QQuickWindow*>(object);

@@ -9,7 +9,7 @@ Rectangle {
     implicitWidth: row.implicitWidth + 28
     implicitHeight: row.implicitHeight + 16
     radius: height / 2
-    color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.92) : Qt.rgba(1, 1, 1, 0.88)
+    color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.97) : Qt.rgba(1, 1, 1, 0.97)
     border.width: 0.5
     border.color: Radix.sand6
 

@@ -25,6 +25,16 @@ Item {
         const hex = entry.listColorHex(id)
         return hex.length > 0 ? CategoryPalette.color(hex) : Radix.sand9
     }
+    // Whether a point of `item` falls on what the bar draws: the bar, the card or the pill.
+    function covers(item, x, y) {
+        const within = target => {
+            if (!target || !target.visible)
+                return false
+            const p = item.mapToItem(target, x, y)
+            return p.x >= 0 && p.y >= 0 && p.x <= target.width && p.y <= target.height
+        }
+        return within(surface) || within(cardLoader.item) || (pill.opacity > 0 && within(pill))
+    }
 
     // Where the bar itself begins, below the accessory.
     readonly property real surfaceTop: surface.y
@@ -113,7 +123,7 @@ Item {
                     ? vertical + field.height + 8 + rightSlot.height + vertical
                     : vertical + Math.max(field.height, rightSlot.height) + vertical
             radius: 24
-            color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.94) : Qt.rgba(1, 1, 1, 0.92)
+            color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.97) : Qt.rgba(1, 1, 1, 0.97)
             border.width: 0.5
             border.color: hover.hovered ? Radix.sandA7 : Radix.sand6
 
@@ -168,14 +178,14 @@ Item {
                     QuickEntryChip {
                         id: scheduleChip
                         objectName: "barScheduleChip"
-                        readonly property string text: ScheduleFormat.shortLabel(
+                        readonly property string shortLabel: ScheduleFormat.shortLabel(
                                                            bar.entry.chosenDueDate,
                                                            bar.entry.chosenReminderAt,
                                                            bar.entry.clock.now())
                         symbol: !isNaN(bar.entry.chosenReminderAt.getTime())
                                 ? "alarm.fill"
                                 : (!isNaN(bar.entry.chosenDueDate.getTime()) ? "calendar" : "alarm")
-                        label: text
+                        label: shortLabel
                         tint: bar.scheduleActive ? Radix.accent : Radix.secondaryText
                         onClicked: bar.entry.toggleSchedule()
 
@@ -287,12 +297,14 @@ Item {
         font.pixelSize: 14
         text: bar.entry.title.length > 0 ? bar.entry.title : " "
     }
+    // One line as the field draws it: Chinese comes from a fallback font whose lines are
+    // taller than a blank's, so a blank alone would call every Chinese line two.
     Text {
         id: oneLine
         visible: false
         textFormat: Text.PlainText
         font.pixelSize: 14
-        text: " "
+        text: " 字"
     }
 
     Shortcut {

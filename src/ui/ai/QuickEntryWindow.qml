@@ -26,9 +26,14 @@ Window {
     }
 
     MouseArea {
+        id: backdrop
         objectName: "backdrop"
         anchors.fill: parent
-        onPressed: window.leaveRequested()
+        // Presses on the bar's and the card's own surfaces fall through to here too.
+        onPressed: mouse => {
+            if (!bar.covers(backdrop, mouse.x, mouse.y))
+                window.leaveRequested()
+        }
     }
 
     CreateTaskBar {

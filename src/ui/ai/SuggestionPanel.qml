@@ -44,7 +44,7 @@ Rectangle {
     implicitWidth: 405
     implicitHeight: layout.implicitHeight
     radius: 20
-    color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.94) : Qt.rgba(1, 1, 1, 0.92)
+    color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.97) : Qt.rgba(1, 1, 1, 0.97)
     border.width: 0.5
     border.color: Radix.sand6
 
