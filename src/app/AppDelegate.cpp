@@ -126,6 +126,12 @@ void AppDelegate::applicationDidFinishLaunching() {
         showQuickEntry();
     else if (!m_options.background)
         showWindow();
+    // The quick entry is built once the board has settled, so that its hot key finds it
+    // ready: built from QML on the first press it would take a second or more.
+    QTimer::singleShot(quickEntryPrebuildDelayMs, this, [this] {
+        if (!m_quickEntryWindow)
+            buildQuickEntry();
+    });
 }
 
 void AppDelegate::setupHotKey() {

@@ -3,7 +3,8 @@
 # holding the key, and the Gemini fake as a process on loopback. Alt+Shift+J opens the
 # window; a Chinese line brings the analyzing pill, then the card; its day and list are
 # changed through their pickers and the card is accepted. A second line is created as typed
-# while the fake answers with an error, and nothing shows. Escape closes the window.
+# while the fake answers with an error, and nothing shows. Escape closes the window, and a
+# second launch with --quick-add opens it in the running Tavik.
 # Screenshots, light and dark, go to $TAVIK_ARTIFACTS.
 # Usage: quickentry_e2e.sh TAVIK_BINARY FAKE_GEMINI_BINARY    (lib.sh adds the session bus)
 set -euo pipefail
@@ -187,6 +188,11 @@ park_pointer
 check "Tavik logs no taken Alt+Shift+J" bash -c "! grep -qF 'Alt+Shift+J' '$WORK/tavik.log'"
 run_flow light
 check "the board stays shown" board_shown
+# A second launch with --quick-add hands it to the running one.
+check "tavik --quick-add hands over and exits" "$TAVIK" --seed-demo --quick-add
+check "the running Tavik opens the quick entry" wait_for 5 quick_shown
+key Escape
+check "Escape closes it again" wait_for 5 quick_hidden
 stop "$APP"
 
 # Dark, and with the board hidden this time.
