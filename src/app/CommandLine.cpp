@@ -239,7 +239,7 @@ QString helpText() {
         "\n"
         "Tavik is a personal to-do board. Without a command it starts the board in the tray\n"
         "and shows its window (--background: tray only; --toggle: show or hide the board\n"
-        "of the running Tavik).\n"
+        "of the running Tavik; --quick-add: the quick-entry window).\n"
         "\n"
         "Commands:\n"
         "  --list [COLUMN] [--json]  Print the board as it stands now: the columns later,\n"
