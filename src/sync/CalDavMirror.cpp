@@ -545,6 +545,7 @@ void CalDavMirror::exportNext() {
         finish(m_exportError);
         return;
     }
+    emit progress(m_changeIndex, m_changes.size());
     const RecordChange change = m_changes.at(m_changeIndex++);
     QPointer<CalDavMirror> self(this);
     exportTask(change, [this, self, change](const CalDavError& error) {

@@ -38,6 +38,8 @@ signals:
     void eventChanged(const MirrorEvent& event);
     // After each sync, whether every step went well.
     void finished(bool ok);
+    // How far the export is: `done` of `total` changes sent (a first upload can be long).
+    void progress(qsizetype done, qsizetype total);
 
 private:
     struct Delta {
