@@ -891,9 +891,18 @@ void CalDavMirror::resolveConflict(TaskItem* task, const QUrl& collection, const
                         return;
                     }
                 }
-                done(listError.isError()
-                         ? listError
-                         : CalDavError::protocol(404, QStringLiteral("item vanished")));
+                if (listError.isError()) {
+                    done(listError);
+                    return;
+                }
+                // Deleted there since we read it: an edit made here outlives that delete,
+                // so the task is made again, as new.
+                if (!guard) {
+                    done({});
+                    return;
+                }
+                m_store.removeItem(id);
+                upload(guard, collection, href, {}, {}, attempt, done);
             });
     });
 }
