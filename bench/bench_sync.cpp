@@ -35,7 +35,7 @@ void convergence(CalDavServer::Kind kind, const char* name, int rounds, quint32 
                                      : qPrintable(QStringLiteral("DIFFER: ") + difference));
     std::printf("          %d edits, %d syncs (%d failed), %d of %d requests spoiled, %d tasks\n",
                 run.figures.edits, run.figures.syncs, run.figures.failedSyncs, run.proxy().faults(),
-                run.proxy().requests(), run.figures.tasks);
+                int(run.proxy().requests.size()), run.figures.tasks);
     std::printf("          rounds %.1f s wall, %.1f ms per sync; whole run %.1f s wall, %.1f s "
                 "CPU\n",
                 double(run.figures.roundsMs) / 1000,
@@ -61,14 +61,14 @@ void uploadAndImport(CalDavServer::Kind kind, const char* name, int count) {
     QObject::connect(&network, &QNetworkAccessManager::finished, [&] { ++requests; });
 
     const Stopwatch upload;
-    const bool uploaded = a.sync();
+    const bool uploaded = a.sync(3600000);
     std::printf("%-9s first upload of %d tasks: %.0f ms wall, %.0f ms CPU, %d requests%s\n", name,
                 count, upload.wallMs(), upload.cpuMs(), requests, uploaded ? "" : " (FAILED)");
 
     Board b(directory.filePath(QStringLiteral("b.store")), server.url(), &network, clock);
     requests = 0;
     const Stopwatch import;
-    const bool imported = b.sync() && b.context->tasks().size() == count;
+    const bool imported = b.sync(3600000) && b.context->tasks().size() == count;
     std::printf("          first import of %d tasks: %.0f ms wall, %.0f ms CPU, %d requests%s\n",
                 count, import.wallMs(), import.cpuMs(), requests, imported ? "" : " (FAILED)");
 

@@ -33,10 +33,10 @@ public:
             client.setTimeout(15000);
             mirror = std::make_unique<CalDavMirror>(*context, store, client, clock, hub);
         }
-        bool sync() {
+        bool sync(int timeoutMs = 60000) {
             QSignalSpy finished(mirror.get(), &CalDavMirror::finished);
             mirror->sync();
-            if (!finished.wait(60000))
+            if (!finished.wait(timeoutMs))
                 qFatal("a sync never ended");
             return finished.first().first().toBool();
         }

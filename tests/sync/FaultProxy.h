@@ -1,10 +1,15 @@
 #pragma once
 
-// A proxy on loopback in front of a real CalDAV server that spoils a share of the requests,
-// chosen by a seeded generator: 503 with Retry-After without passing the request on, a
-// connection reset after the request reached the server, a reply cut in the middle, and a
-// 412 to a write. The proxy answers one request at a time.
+// Faults that no real server shows on demand, on loopback. In front of a real CalDAV server
+// it spoils a share of the requests, chosen by a seeded generator: 503 with Retry-After
+// without passing the request on, a connection reset after the request reached the server,
+// a reply cut in the middle, and a 412 to a write. With no server behind it, it answers each
+// request with the next reply of a script (status, headers, a recorded body from
+// tests/sync/data, possibly cut off). One request at a time.
 
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -12,11 +17,29 @@
 
 class FaultProxy : public QObject {
 public:
-    enum class Fault { none, unavailable, resetAfter, cut, conflict };
-
     FaultProxy(const QUrl& upstream, quint32 seed)
         : m_upstream(upstream)
         , m_random(seed) {
+        listen();
+    }
+    explicit FaultProxy(const QJsonArray& script)
+        : m_script(script) {
+        listen();
+    }
+
+    [[nodiscard]] QUrl url() const {
+        return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_server.serverPort()));
+    }
+    // The share of requests spoiled, 0 to 1.
+    void setFaultRate(double rate) { m_rate = rate; }
+    [[nodiscard]] int faults() const { return m_faults; }
+
+    QStringList requests; // "METHOD /path"
+
+private:
+    enum class Fault { none, unavailable, resetAfter, cut, conflict };
+
+    void listen() {
         m_server.listen(QHostAddress::LocalHost);
         connect(&m_server, &QTcpServer::newConnection, this, [this] {
             while (QTcpSocket* socket = m_server.nextPendingConnection()) {
@@ -29,15 +52,6 @@ public:
         });
     }
 
-    [[nodiscard]] QUrl url() const {
-        return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_server.serverPort()));
-    }
-    // The share of requests spoiled, 0 to 1.
-    void setFaultRate(double rate) { m_rate = rate; }
-    [[nodiscard]] int faults() const { return m_faults; }
-    [[nodiscard]] int requests() const { return m_requests; }
-
-private:
     void serve(QTcpSocket* socket) {
         QByteArray& buffer = m_buffers[socket];
         buffer += socket->readAll();
@@ -55,7 +69,12 @@ private:
             return;
         const QByteArray body = buffer.mid(headEnd + 4, length);
         buffer.remove(0, headEnd + 4 + length);
-        ++m_requests;
+        const QList<QByteArray> requestLine = head.first().split(' ');
+        requests.append(QString::fromLatin1(requestLine.value(0) + ' ' + requestLine.value(1)));
+        if (!m_script.isEmpty()) {
+            answer(socket, m_script.at(qMin(requests.size(), m_script.size()) - 1).toObject());
+            return;
+        }
 
         const bool write = head.first().startsWith("PUT") || head.first().startsWith("DELETE");
         Fault fault = Fault::none;
@@ -78,14 +97,33 @@ private:
             if (!line.toLower().startsWith("connection:"))
                 request += line + "\r\n";
         }
-        request += "Connection: close\r\n\r\n" + body;
-        const QByteArray reply = forward(request);
+        const QByteArray reply = forward(request + "Connection: close\r\n\r\n" + body);
         if (fault == Fault::resetAfter) {
             socket->abort();
             return;
         }
         socket->write(fault == Fault::cut ? reply.left(reply.size() / 2) : reply);
         socket->disconnectFromHost();
+    }
+
+    void answer(QTcpSocket* socket, const QJsonObject& reply) {
+        QByteArray body;
+        if (reply.contains("body")) {
+            QFile file(QStringLiteral(TAVIK_TEST_DATA "/") + reply["body"].toString());
+            if (!file.open(QIODevice::ReadOnly))
+                qFatal("no body fixture");
+            body = file.readAll();
+        }
+        QByteArray head = "HTTP/1.1 " + QByteArray::number(reply["status"].toInt()) +
+                          " Fault\r\nContent-Type: application/xml; charset=utf-8\r\n" +
+                          "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
+        const QJsonObject headers = reply["headers"].toObject();
+        for (auto it = headers.begin(); it != headers.end(); ++it)
+            head += it.key().toLatin1() + ": " + it.value().toString().toUtf8() + "\r\n";
+        const int cut = reply["cut"].toInt(-1);
+        socket->write(head + "\r\n" + (cut >= 0 ? body.left(cut) : body));
+        if (cut >= 0)
+            socket->disconnectFromHost();
     }
 
     // The server's whole answer, its connection header made "close" for the client too.
@@ -112,10 +150,10 @@ private:
     }
 
     QUrl m_upstream;
+    QJsonArray m_script;
     QRandomGenerator m_random;
     double m_rate = 0;
     int m_faults = 0;
-    int m_requests = 0;
+    QHash<QTcpSocket*, QByteArray> m_buffers; // before the server, which outlives its sockets
     QTcpServer m_server;
-    QHash<QTcpSocket*, QByteArray> m_buffers;
 };

@@ -3,6 +3,7 @@
 #include "DbusMockServer.h"
 #include "Notifications.h"
 #include "PowerProfile.h"
+#include "TestData.h"
 
 #include <QSignalSpy>
 
@@ -11,8 +12,6 @@ namespace {
 using State = CloudSyncMonitor::State;
 using Availability = TavikContainer::SyncAvailability;
 
-const QString retryText = QStringLiteral("同步暂时失败，稍后会自动重试");
-const QString signInText = QStringLiteral("未登录同步账户 — 在设置中登录后会自动恢复同步");
 const QString onFooter = QStringLiteral("任务通过你的 CalDAV 服务器在所有设备间自动同步。");
 const QString offFooter = QStringLiteral("登录同步账户后，任务会自动在你的所有设备之间同步。");
 
@@ -45,86 +44,38 @@ private:
 
 private slots:
     // What the section says after a run of events, and what a finished import sets off.
-    void events_data() {
-        QTest::addColumn<int>("availability");
-        QTest::addColumn<QString>("events");
-        QTest::addColumn<State>("state");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("detail");
-        QTest::addColumn<int>("posts");
-        QTest::addColumn<int>("lastSyncedSecsAgo"); // -1: never
-
-        const int active = int(Availability::Kind::active);
-        QTest::newRow("no account")
-            << int(Availability::Kind::localOnly) << "setup+ import-" << State::Off << "未开启"
-            << "" << 0 << -1;
-        QTest::newRow("account not attached")
-            << int(Availability::Kind::unavailable) << "import+ import-" << State::Off << "未开启"
-            << "云同步不可用，数据仅保存在本机" << 0 << -1;
-        QTest::newRow("attached, no event yet") << active << "" << State::Idle << "已开启"
-                                                << "等待首次同步" << 0 << -1;
-        QTest::newRow("running") << active << "setup+" << State::Syncing << "正在同步…"
-                                 << "" << 0 << -1;
-        QTest::newRow("a full sync")
-            << active << "setup+ setup- import+ import- export+ export-" << State::Idle << "已开启"
-            << "上次同步 刚刚" << 1 << 0;
-        QTest::newRow("an export posts nothing")
-            << active << "export+ export-" << State::Idle << "已开启"
-            << "上次同步 刚刚" << 0 << 0;
-        QTest::newRow("a failed import posts nothing, keeps the last sync")
-            << active << "import+ import- import+ import-500" << State::Error << "同步遇到问题"
-            << retryText << 1 << 2;
-        QTest::newRow("no network")
-            << active << "setup+ setup-net" << State::Error << "同步遇到问题"
-            << "网络不可用，恢复后会自动重试" << 0 << -1;
-        QTest::newRow("401") << active << "setup-401" << State::Error << "同步遇到问题"
-                             << signInText << 0 << -1;
-        QTest::newRow("403") << active << "export-403" << State::Error << "同步遇到问题"
-                             << signInText << 0 << -1;
-        QTest::newRow("storage full") << active << "export-507" << State::Error << "同步遇到问题"
-                                      << "同步服务器储存空间已满" << 0 << -1;
-        QTest::newRow("412 left after retries")
-            << active << "export-412" << State::Error << "同步遇到问题" << retryText << 0 << -1;
-        QTest::newRow("an error lasts until the next event starts")
-            << active << "export-503 import+" << State::Syncing << "正在同步…"
-            << "" << 0 << -1;
-        QTest::newRow("a later success clears it")
-            << active << "export-503 import+ import-" << State::Idle << "已开启"
-            << "上次同步 刚刚" << 1 << 0;
-        QTest::newRow("one event ends while another runs")
-            << active << "import+ export+ import-" << State::Idle << "已开启"
-            << "上次同步 刚刚" << 1 << 0;
-    }
+    void events_data() { TestData::addRows("monitor_events.json"); }
     void events() {
-        QFETCH(int, availability);
-        QFETCH(QString, events);
-        QFETCH(State, state);
-        QFETCH(QString, title);
-        QFETCH(QString, detail);
-        QFETCH(int, posts);
-        QFETCH(int, lastSyncedSecsAgo);
-
+        QFETCH(QJsonObject, row);
+        static const QHash<QString, Availability::Kind> kinds{
+            {QStringLiteral("localOnly"), Availability::Kind::localOnly},
+            {QStringLiteral("unavailable"), Availability::Kind::unavailable}};
         NotificationHub hub;
         QSignalSpy posted(&hub, &NotificationHub::posted);
-        Availability kind{Availability::Kind(availability), QStringLiteral("no password")};
-        CloudSyncMonitor monitor(kind, hub, m_clock, nullptr);
+        const Availability availability{
+            kinds.value(row["availability"].toString(), Availability::Kind::active),
+            QStringLiteral("no password")};
+        CloudSyncMonitor monitor(availability, hub, m_clock, nullptr);
         QSignalSpy imported(&monitor, &CloudSyncMonitor::importFinished);
-        for (const QString& token : events.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        for (const QString& token : row["events"].toString().split(' ', Qt::SkipEmptyParts)) {
             m_clock.advance(1000);
             monitor.handle(mirrorEvent(token, m_clock.now()));
         }
+        const State state = State(QMetaEnum::fromType<State>().keyToValue(
+            row["state"].toString().toLatin1().constData()));
         QCOMPARE(monitor.state(), state);
-        QCOMPARE(monitor.title(), title);
-        QCOMPARE(monitor.detail(), detail);
+        QCOMPARE(monitor.title(), row["title"].toString());
+        QCOMPARE(monitor.detail(), row["detail"].toString());
         QCOMPARE(monitor.footer(), state == State::Off ? offFooter : onFooter);
-        QCOMPARE(posted.size(), posts);
+        QCOMPARE(posted.size(), row["posts"].toInt());
         for (const QList<QVariant>& post : posted)
             QCOMPARE(post.first().toString(), TavikNotification::tasksChanged);
-        QCOMPARE(imported.size(), posts);
-        if (lastSyncedSecsAgo < 0)
+        QCOMPARE(imported.size(), row["posts"].toInt());
+        const int lastSynced = row["lastSynced"].toInt(-1); // seconds ago, -1: never
+        if (lastSynced < 0)
             QVERIFY(!monitor.lastSyncedAt().isValid());
         else
-            QCOMPARE(monitor.lastSyncedAt().secsTo(m_clock.now()), lastSyncedSecsAgo);
+            QCOMPARE(monitor.lastSyncedAt().secsTo(m_clock.now()), lastSynced);
     }
 
     void relativeTime_data() {
