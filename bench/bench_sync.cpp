@@ -87,6 +87,7 @@ void uploadAndImport(CalDavServer::Kind kind, const char* name, int count) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // a long run shows each figure as it comes
     QLoggingCategory::setFilterRules(QStringLiteral("dev.orlen.tavik.*=false"));
     const QStringList args = app.arguments();
     const int rounds = args.value(1, QStringLiteral("1000")).toInt();

@@ -202,9 +202,17 @@ private:
                 if (there == server.cend())
                     return QStringLiteral("%1's \"%2\" is not on the server")
                         .arg(side, task->title());
-                if (!TaskFields::fromTask(*task).sameContent(there->first))
-                    return QStringLiteral("%1's \"%2\" differs from the server's \"%3\"")
-                        .arg(side, task->title(), there->first.title);
+                const TaskFields here = TaskFields::fromTask(*task);
+                if (!here.sameContent(there->first)) {
+                    const TaskFields& t = there->first;
+                    return QStringLiteral("%1's \"%2\" differs from the server's in:%3%4%5%6%7%8")
+                        .arg(side, task->title(), here.sameTitle(t) ? "" : " title",
+                             here.sameNote(t) ? "" : " note",
+                             here.sameCompletion(t) ? "" : " completion",
+                             here.samePlan(t) ? "" : " plan",
+                             here.sameReminder(t) ? "" : " reminder",
+                             here.sameSortIndex(t) ? "" : " order");
+                }
                 if (listName(task->category()) != there->second)
                     return QStringLiteral("%1's \"%2\" is in %3, on the server in %4")
                         .arg(side, task->title(), listName(task->category()), there->second);

@@ -4,7 +4,8 @@
 #include <QLoggingCategory>
 
 // Seeded random rounds on two boards and one server; the seed is printed so that a failure
-// can be replayed with TAVIK_SEED (TAVIK_ROUNDS for more rounds).
+// can be replayed with TAVIK_SEED (TAVIK_ROUNDS for more rounds, TAVIK_SERVER=xandikos for
+// the other server).
 class TestSyncConvergence : public QObject {
     Q_OBJECT
 private slots:
@@ -17,7 +18,9 @@ private slots:
         // Hundreds of refused requests are the point here, not news.
         QLoggingCategory::setFilterRules(QStringLiteral("dev.orlen.tavik.*.info=false\n"
                                                         "dev.orlen.tavik.*.warning=false"));
-        CalDavServer server(CalDavServer::Kind::radicale);
+        CalDavServer server(qEnvironmentVariable("TAVIK_SERVER") == QLatin1String("xandikos")
+                                ? CalDavServer::Kind::xandikos
+                                : CalDavServer::Kind::radicale);
         QVERIFY(server.start());
         QTemporaryDir directory;
         ConvergenceRun run(server.url(), seed, directory.path());
