@@ -1,6 +1,6 @@
 #include "Clock.h"
 #include "CloudSyncMonitor.h"
-#include "DbusMockServer.h"
+#include "DbusMock.h"
 #include "Notifications.h"
 #include "PowerProfile.h"
 #include "TestData.h"
@@ -109,10 +109,11 @@ private slots:
             PowerProfile none(bus);
             QVERIFY(!none.powerSaving());
         }
-        DbusMockServer daemon(bus, address, QStringLiteral("power_profiles_daemon"),
-                              QStringLiteral("net.hadess.PowerProfiles"),
-                              QStringLiteral("/net/hadess/PowerProfiles"),
-                              QStringLiteral(R"({"ActiveProfile": "power-saver"})"));
+        DbusMock daemon(bus, address,
+                        {QStringLiteral("power_profiles_daemon"), QStringLiteral("-p"),
+                         QStringLiteral(R"({"ActiveProfile": "power-saver"})")},
+                        QStringLiteral("net.hadess.PowerProfiles"),
+                        QStringLiteral("/net/hadess/PowerProfiles"));
         QVERIFY(daemon.start());
         PowerProfile power(bus);
         QVERIFY(power.powerSaving());

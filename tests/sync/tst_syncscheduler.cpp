@@ -1,5 +1,5 @@
 #include "Clock.h"
-#include "DbusMockServer.h"
+#include "DbusMock.h"
 #include "SyncScheduler.h"
 
 #include <QElapsedTimer>
@@ -150,9 +150,9 @@ private slots:
         if (address.isEmpty())
             QFAIL("run under dbus-run-session");
         QDBusConnection bus = QDBusConnection::sessionBus();
-        DbusMockServer logind(bus, address, QStringLiteral("logind"),
-                              QStringLiteral("org.freedesktop.login1"),
-                              QStringLiteral("/org/freedesktop/login1"));
+        DbusMock logind(bus, address, {QStringLiteral("logind")},
+                        QStringLiteral("org.freedesktop.login1"),
+                        QStringLiteral("/org/freedesktop/login1"));
         QVERIFY(logind.start());
         SyncScheduler::Timing timing = fastTiming();
         timing.longestRetry = 2s;
