@@ -8,6 +8,7 @@
 #include <QLoggingCategory>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QUrl>
 #include <QUuid>
 #include <QVariant>
 
@@ -187,7 +188,22 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
     // Reading opens never write a record, a schema or a pragma; they are still SQLite
     // read-write connections, so that the last one to close folds the journal back into the
     // store and removes the -wal and -shm it needed, leaving the folder as it found it.
-    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000"));
+    QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000");
+    const QFileInfo folder(QFileInfo(path).absolutePath());
+    if (mode != OpenMode::readWrite && path != QLatin1String(":memory:") && !folder.isWritable()) {
+        // A folder nobody may write to holds no board's unsaved journal to fold in (unless
+        // one was left there before it was locked): the file alone is the board.
+        if (QFileInfo(path + QStringLiteral("-wal")).size() > 0) {
+            message = QStringLiteral("%1 cannot be read: its folder %2 is not writable, and its "
+                                     "journal (%1-wal) holds saves that cannot be read without "
+                                     "writing there. Make the folder writable and try again.")
+                          .arg(path, folder.filePath());
+            return nullptr;
+        }
+        db.setDatabaseName(QUrl::fromLocalFile(path).toString() + QStringLiteral("?immutable=1"));
+        options += QStringLiteral(";QSQLITE_OPEN_URI;QSQLITE_OPEN_READONLY");
+    }
+    db.setConnectOptions(options);
     if (!db.open()) {
         message = describe(db.lastError());
         return nullptr;
