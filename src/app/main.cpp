@@ -125,9 +125,8 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     const QString storePath =
         options.seedDemo ? TavikContainer::demoStorePath() : TavikContainer::realStorePath();
     StoreLock storeLock(storePath);
-    if (QString holder; !storeLock.tryLock(&holder)) {
-        std::fprintf(stderr, "Tavik is already running on %s: %s\n", qUtf8Printable(storePath),
-                     qUtf8Printable(holder));
+    if (QString reason; !storeLock.tryLock(&reason)) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(reason));
         return 1;
     }
     // Files that were made before their modes were tightened.

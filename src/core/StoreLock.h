@@ -10,9 +10,11 @@ class StoreLock {
 public:
     explicit StoreLock(const QString& storePath);
 
-    // False when another live process holds the store; `holder` then says which and where.
-    [[nodiscard]] bool tryLock(QString* holder);
+    // False when another live process holds the store, or the lock file cannot be made;
+    // `reason` then says which process and where, or which file and why.
+    [[nodiscard]] bool tryLock(QString* reason);
 
 private:
+    QString m_storePath;
     QLockFile m_file;
 };
