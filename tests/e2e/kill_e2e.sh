@@ -68,7 +68,9 @@ edit_complete() {
     key Down
     SUBJECT=$(titles today | sed -n 1p)
     xdotool key ctrl+Return
-    PAUSE=0.3
+    # The completion's 0.3 s, and up to a second more: the session's first sound opens the
+    # audio output, which holds the loop where no audio device answers (CI, Xvfb).
+    PAUSE=1.3
 }
 kept_complete() { titles done | grep -qxF "$SUBJECT"; }
 
