@@ -10,7 +10,6 @@
 
 namespace {
 
-// Copies the compiled-in sounds to `dir`, leaving out the one named `skip`.
 void copySounds(const QString& dir, const QString& skip) {
     for (const AppSound sound : {AppSound::create, AppSound::complete, AppSound::uncomplete,
                                  AppSound::celebration, AppSound::move}) {
@@ -44,13 +43,11 @@ private slots:
 
         QSignalSpy playing(effect, &QSoundEffect::playingChanged);
         player.play(AppSound::complete);
-        // Same voice, stopped and started again rather than a second one layered on top.
         QCOMPARE(player.cachedPlayer(QStringLiteral("toggle_on")), effect);
         QCOMPARE(playing.count(), 2);
         QVERIFY(effect->isPlaying());
     }
 
-    // One sound missing (swipe), one unreadable (button).
     void brokenSoundsAreSilent() {
         QTemporaryDir dir;
         QVERIFY(dir.isValid());
@@ -63,13 +60,11 @@ private slots:
 
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("sound resource missing:.*swipe"));
         SoundPlayer player(dir.path());
-        // From here on the missing sound stays quiet, not even a warning of ours.
         QTest::failOnWarning(QRegularExpression("swipe"));
         player.play(AppSound::move);
         player.play(AppSound::move);
         QVERIFY(!player.cachedPlayer(QStringLiteral("swipe")));
 
-        // The unreadable one is forgotten, and the next play tries again with a new player.
         player.play(AppSound::create);
         QSoundEffect* effect = player.cachedPlayer(QStringLiteral("button"));
         QVERIFY(effect);

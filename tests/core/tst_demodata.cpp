@@ -7,8 +7,6 @@
 
 using BoardTest::local;
 
-// What the demo board holds is the command line's business (its listing of the seeded board);
-// here, only when seeding happens and that it is saved.
 class TestDemoData : public QObject {
     Q_OBJECT
 private slots:
@@ -17,7 +15,6 @@ private slots:
     void seedsOnlyAStoreWithoutTasks() {
         BoardTest::Store store;
         const QDateTime now = local(2024, 6, 12, 16, 0);
-        // Lists alone do not stop the seed.
         store.context->insert(new TaskCategory(QStringLiteral("我的"), {}, 1, now));
         QVERIFY(store.context->save());
 
@@ -26,14 +23,12 @@ private slots:
         QCOMPARE(store.reopen()->tasks().size(), 13);
         QCOMPARE(store.reopen()->categories().size(), 3);
 
-        // Seeding again finds tasks and adds nothing, however they were changed.
         store.context->remove(store.context->tasks().first());
         DemoData::seedIfEmpty(*store.context, now);
         QCOMPARE(store.context->tasks().size(), 12);
         QCOMPARE(store.context->categories().size(), 3);
     }
 
-    // A store that refuses the write: the seed stays in memory, pending, and nothing throws.
     void failedSaveIsDropped() {
         BoardTest::Store store;
         QVERIFY(BoardTest::SideConnection(store.path()).exec(QStringLiteral("DROP TABLE tasks")));

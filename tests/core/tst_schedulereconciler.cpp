@@ -16,8 +16,6 @@ class TestScheduleReconciler : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // data/reconcile.json: one task against one run. Days are offsets from the run's day;
-    // a null `lastDay` is a first run.
     void reconcile_data() { TestData::addRows("reconcile.json"); }
 
     void reconcile() {
@@ -26,7 +24,6 @@ private slots:
         NotificationHub hub;
         QSignalSpy posts(&hub, &NotificationHub::posted);
         const IsoCalendar calendar;
-        // Mid-morning on the day after Berlin's autumn change, so offsets cross a 25-hour day.
         const QDateTime now = local(2024, 10, 28, 9, 30);
         const QDateTime created = local(2024, 9, 1, 8, 0);
         const auto day = [&](const char* key) {
@@ -60,7 +57,6 @@ private slots:
         NotificationHub hub;
         const IsoCalendar calendar;
         const QDateTime monday = local(2024, 6, 10, 8, 0);
-        // A finished task holds the largest sortIndex: lifted tasks still go above it.
         store.addTask(QStringLiteral("top"), 40, monday)->setCompleted(true, monday);
         QList<TaskItem*> overdue;
         for (int i = 0; i < 2; ++i) {
@@ -73,7 +69,6 @@ private slots:
         std::sort(lifted.begin(), lifted.end());
         QCOMPARE(lifted, (QList<qint64>{41, 42}));
 
-        // The user drags one down; the next days leave it there.
         overdue.at(0)->setSortIndex(-5);
         for (int day = 1; day <= 2; ++day) {
             ScheduleReconciler::reconcile(*store.context, calendar.addingDays(monday, day),
@@ -99,7 +94,6 @@ private slots:
         const IsoCalendar calendar;
         ScheduleReconciler::reconcile(*store.context, first, *store.preferences, hub);
 
-        // A task that would qualify appears later the same day: it waits for tomorrow.
         TaskItem* late = store.addTask(QStringLiteral("late"), 2, first);
         late->move(Bucket::today, calendar.addingDays(first, -1), calendar);
         ScheduleReconciler::reconcile(*store.context, second, *store.preferences, hub);

@@ -1,5 +1,3 @@
-// The schedule's rules and their wording, from data/schedule.json: one row per case, "rule"
-// naming the function under test.
 #include "BoardTestSupport.h"
 #include "IsoCalendar.h"
 #include "ScheduleFormat.h"
@@ -24,7 +22,6 @@ private slots:
         const IsoCalendar calendar;
         const QString rule = row.value("rule").toString();
         const QJsonValue expected = row.value("expected");
-        // Rows without a `now` are read on Wednesday 2024-06-12, mid-morning.
         const QDateTime now =
             row.contains("now") ? moment(row.value("now")) : local(2024, 6, 12, 10, 0);
         if (rule == QLatin1String("defaultTime")) {
@@ -41,7 +38,6 @@ private slots:
         } else if (rule == QLatin1String("time")) {
             const QDateTime at = moment(row.value("moment"));
             QCOMPARE(ScheduleFormat::time(at), expected.toString());
-            // The wording is the same whether the moment is held in UTC or in local time.
             QCOMPARE(ScheduleFormat::time(at.toLocalTime()), expected.toString());
         } else if (rule == QLatin1String("label")) {
             const auto label = ScheduleFormat::shortLabel(

@@ -13,7 +13,6 @@ class TestTaskClassifier : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // data/buckets.json: a task's plan ("week" is relative to `now`) and its column.
     void bucket_data() { TestData::addRows("buckets.json"); }
 
     void bucket() {
@@ -37,8 +36,6 @@ private slots:
         QCOMPARE(TaskClassifier::bucket(task, now, calendar), *expected);
     }
 
-    // The edges of a local day, on ordinary days and on the days the clocks change in Berlin
-    // and New York (23 and 25 hours long there; ordinary days elsewhere).
     void dayBoundaries_data() {
         QTest::addColumn<QDate>("day");
         QTest::newRow("ordinary day") << QDate(2024, 6, 12);
@@ -55,7 +52,6 @@ private slots:
         const QDateTime start = local(day);
         const QDateTime nextStart = local(day.addDays(1));
 
-        // Placed in today by hand on `day`, and the same task explicitly scheduled.
         TaskItem byHand(QStringLiteral("hand"), 0, start);
         byHand.move(Bucket::today, local(day, QTime(12, 0)), calendar);
         TaskItem explicitOne(QStringLiteral("explicit"), 0, start);
@@ -67,7 +63,6 @@ private slots:
             QCOMPARE(TaskClassifier::bucket(explicitOne, now, calendar), Bucket::today);
         }
 
-        // Past midnight the hand-placed task leaves today; the explicit one stays, overdue.
         const bool sameWeek = calendar.weekKey(start) == calendar.weekKey(nextStart);
         QCOMPARE(TaskClassifier::bucket(byHand, nextStart, calendar),
                  sameWeek ? Bucket::thisWeek : Bucket::later);
@@ -91,7 +86,6 @@ private slots:
         QFETCH(qint64, year);
         QFETCH(qint64, week);
         const IsoCalendar calendar;
-        // The whole local day belongs to the week, whatever its offset from UTC.
         QCOMPARE(TaskClassifier::weekKey(local(date), calendar), (WeekKey{year, week}));
         QCOMPARE(TaskClassifier::weekKey(local(date, QTime(23, 59, 59)), calendar),
                  (WeekKey{year, week}));

@@ -14,7 +14,6 @@ class TestTaskItem : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // Each case starts from a finished task with another explicit day and a reminder.
     void schedule_data() { TestData::addRows("task_schedule.json"); }
 
     void schedule() {
@@ -38,7 +37,6 @@ private slots:
         QCOMPARE(task.week(), number("week"));
         QCOMPARE(task.scheduledExplicitly(), planned);
         QCOMPARE(task.updatedAt(), now);
-        // Scheduling plans; it neither reopens nor touches the reminder.
         QVERIFY(task.completed());
         QCOMPARE(task.reminderAt(), local(2024, 6, 14, 18, 0));
     }
@@ -81,13 +79,11 @@ private slots:
             QCOMPARE(task.scheduledExplicitly(), startExplicit);
         } else {
             QVERIFY(!task.completedAt().isValid());
-            // A hand placement always drops the explicit mark, even over a picked date.
             QVERIFY(!task.scheduledExplicitly());
             const bool planned = target != Bucket::later;
             QCOMPARE(task.week(), planned ? std::optional<qint64>(24) : std::nullopt);
             QCOMPARE(task.dueDate(), target == Bucket::today ? local(2024, 6, 12) : QDateTime());
         }
-        // The column the task was moved to is the column it stands in.
         QCOMPARE(TaskClassifier::bucket(task, now, calendar), target);
     }
 
@@ -114,7 +110,6 @@ private slots:
         task.setNote(QStringLiteral("fallback"));
         task.setNoteData(noteData);
         QCOMPARE(task.richNote().plainText(), expectedText);
-        // Reading never repairs or stamps anything.
         QCOMPARE(task.noteData(), noteData);
         QCOMPARE(task.updatedAt(), now);
     }

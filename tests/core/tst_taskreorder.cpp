@@ -12,7 +12,6 @@ using BoardTest::local;
 
 namespace {
 
-// A column of standalone rows with the given sortIndex values, in display order.
 struct Column {
     std::vector<std::unique_ptr<TaskItem>> rows;
     QList<TaskItem*> list;
@@ -38,8 +37,6 @@ class TestTaskReorder : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // data/reorder.json: a column's values, the row the task goes before (an index, "bottom" or
-    // "absent": a row not in the column), and what every row holds afterwards.
     void place_data() { TestData::addRows("reorder.json"); }
 
     void place() {
@@ -69,8 +66,6 @@ private slots:
             QCOMPARE(rows.list.at(i)->updatedAt(), stamped.contains(i) ? now : created);
     }
 
-    // Whatever the starting values, even with ties, a placed row ends strictly between its
-    // neighbours, and nothing above the spot is touched.
     void placedRowStandsBetweenNeighbours() {
         const QDateTime created = local(2024, 6, 1, 9, 0);
         Column rows({4, 4, 4, 3, 3, 1}, created);

@@ -1,6 +1,3 @@
-// What a title and a note may hold, through the record's own setters: every door (dialog,
-// drawer, import, sync) goes through them.
-
 #include "RichText.h"
 #include "TaskItem.h"
 #include "TaskText.h"
@@ -73,7 +70,6 @@ void TestTaskText::richNoteIsCleanedRunByRun() {
     QVERIFY(task.note().startsWith(QStringLiteral("a[0mxxx")));
     QCOMPARE(task.richNote().runs().constFirst().text, QStringLiteral("a[0m"));
 
-    // A note emptied in the editor leaves no rich form behind.
     task.setRichNote(RichText(), QDateTime::currentDateTimeUtc());
     QVERIFY(task.noteData().isEmpty());
 }

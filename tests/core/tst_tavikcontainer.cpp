@@ -27,8 +27,6 @@ QByteArray hashOf(const QString& path) {
     return hash.result();
 }
 
-// Every file in the directory with its hash: what "untouched" means for a store, whose
-// journal files sit next to it.
 QMap<QString, QByteArray> snapshot(const QString& dir) {
     QMap<QString, QByteArray> out;
     const QFileInfoList entries = QDir(dir).entryInfoList(QDir::Files | QDir::Hidden);
@@ -42,7 +40,6 @@ bool writeFile(const QString& path, const QByteArray& bytes) {
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
-// A genuine SQLite file written by some later Tavik: our tables, a higher user_version.
 bool writeNewerStore(const QString& path) {
     BoardTest::SideConnection db(path);
     return db.exec(QStringLiteral("CREATE TABLE tasks (id TEXT PRIMARY KEY, title TEXT,"
@@ -63,8 +60,6 @@ private slots:
     }
 
     void init() {
-        // Test mode puts the data location under $HOME/.qttest: a fresh home per test keeps the
-        // stores of one test away from the next.
         m_home = std::make_unique<QTemporaryDir>();
         QVERIFY(m_home->isValid());
         qputenv("HOME", m_home->path().toLocal8Bit());
@@ -75,7 +70,6 @@ private slots:
         m_home.reset();
     }
 
-    // The sync module has not installed a mirror: the board opens local only and says why.
     void mirroredOpenWithoutAMirrorStaysLocal() {
         const QUuid existing = seedRealStore();
         QVERIFY(!existing.isNull());
@@ -118,18 +112,15 @@ private slots:
         QString error;
         auto [container, availability] = TavikContainer::create(cloudSync, {}, &error);
         QVERIFY(!container);
-        // Clear enough to act on: it names the file.
         QVERIFY2(error.contains(QStringLiteral("tavik.store")), qPrintable(error));
         if (contents.isEmpty())
             QVERIFY2(error.contains(QString::number(ModelContext::schemaVersion + 1)),
                      qPrintable(error));
         if (cloudSync) {
-            // The mirrored open failed first, and said why.
             QCOMPARE(availability.kind, Kind::unavailable);
             QVERIFY(!availability.reason.isEmpty());
         }
 
-        // Byte for byte as before, and no journal left beside it.
         QCOMPARE(snapshot(TavikContainer::storeDirectory()), before);
     }
 
@@ -147,7 +138,6 @@ private slots:
         QVERIFY(demo->mainContext().save());
         demo.reset();
 
-        // Only demo files appeared; the real store's files are as they were.
         QMap<QString, QByteArray> after = snapshot(TavikContainer::storeDirectory());
         after.removeIf(
             [](auto entry) { return entry.key().startsWith(QLatin1String("tavik-demo")); });
@@ -155,7 +145,6 @@ private slots:
     }
 
 private:
-    // Puts one task in the real store, as an earlier launch would have.
     QUuid seedRealStore();
 
     std::unique_ptr<QTemporaryDir> m_home;

@@ -18,8 +18,6 @@ namespace {
 const QDateTime kNow = QDateTime(QDate(2025, 6, 2), QTime(8, 0), Qt::UTC);
 const QString kCategory = QStringLiteral("dev.orlen.tavik.persistence");
 
-// How the store is made to refuse writes. None of them relies on file permissions, which
-// don't stop root and don't reach a file SQLite already holds open anyway.
 enum class Failure {
     readOnly, // the context's own connection turned read-only, as on a read-only disk
     locked,   // another connection holds the write lock past the busy timeout
@@ -42,7 +40,6 @@ void captureHandler(QtMsgType type, const QMessageLogContext& context, const QSt
     s_previousHandler(type, context, message);
 }
 
-// A second connection to the store file that makes the running context's saves fail.
 class StoreBlocker {
 public:
     StoreBlocker(const QString& path, Failure failure)
@@ -54,7 +51,6 @@ public:
     bool block() { return apply(true); }
     bool unblock() { return apply(false); }
 
-    // What the file holds, read past the context.
     QString taskTitle(const QUuid& id) { return column("tasks", "title", id); }
     QString categoryName(const QUuid& id) { return column("categories", "name", id); }
 
@@ -62,7 +58,6 @@ private:
     bool apply(bool on) {
         switch (m_failure) {
         case Failure::readOnly: {
-            // The context's connection is registered with Qt SQL under a name of its own.
             for (const QString& name : QSqlDatabase::connectionNames()) {
                 QSqlDatabase db = QSqlDatabase::database(name, false);
                 if (db.databaseName() == m_path && db.isOpen() && name != QLatin1String("blocker"))
@@ -141,7 +136,6 @@ private slots:
         m_dir.reset();
     }
 
-    // The action is any text, and is taken as it stands: placeholders are not expanded.
     void failingSavesAnnounceOncePerRun_data() {
         QTest::addColumn<Failure>("failure");
         QTest::addColumn<QString>("errorFragment");
@@ -166,7 +160,6 @@ private slots:
         StoreBlocker blocker(storePath(), failure);
         QVERIFY(blocker.block());
 
-        // First failure: one notification, one error line, nothing lost, nothing half-written.
         m_list->setName(QStringLiteral("renamed"));
         m_first->setTitle(QStringLiteral("first, edited"));
         QVERIFY(!TavikPersistence::save(*m_context, action, hub));
@@ -183,14 +176,12 @@ private slots:
         QCOMPARE(blocker.taskTitle(m_first->id()), QStringLiteral("first"));
         QCOMPARE(blocker.categoryName(m_list->id()), QStringLiteral("工作"));
 
-        // Second failure in the same run: a line, no notification.
         m_second->setSortIndex(std::numeric_limits<qint64>::max());
         QVERIFY(!TavikPersistence::save(*m_context, action, hub));
         QCOMPARE(posted.size(), 1);
         QCOMPARE(s_lines.size(), 2);
         QVERIFY(s_lines.at(1).message.startsWith(failed));
 
-        // Writable again: the next save writes everything from both failed attempts.
         QVERIFY(blocker.unblock());
         QVERIFY(TavikPersistence::save(*m_context, action, hub));
         QVERIFY(!TavikPersistence::isFailing(*m_context));
@@ -208,7 +199,6 @@ private slots:
                      std::numeric_limits<qint64>::max());
         }
 
-        // A new failure after the recovery is a new run and is announced again.
         QVERIFY(blocker.block());
         m_second->setTitle(QStringLiteral("second, edited again"));
         QVERIFY(!TavikPersistence::save(*m_context, action, hub));
@@ -216,8 +206,6 @@ private slots:
         QCOMPARE(s_lines.size(), 4);
     }
 
-    // A store with nothing to write, while failing: true, silent, and still failing, since
-    // writing nothing proves nothing about the disk.
     void nothingToSaveIsQuiet() {
         NotificationHub hub;
         QSignalSpy posted(&hub, &NotificationHub::posted);

@@ -49,7 +49,6 @@ private slots:
         ManualClock clock(start);
         auto center = makeCenter(clock);
         const QDateTime moment = start.addSecs(300);
-        // The same identifier replaces; the earliest request gives the next moment.
         center->add(request(QStringLiteral("A"), start.addSecs(600), QStringLiteral("家")));
         center->add(request(QStringLiteral("B"), start.addSecs(200)));
         center->add(request(QStringLiteral("A"), moment));
@@ -72,15 +71,12 @@ private slots:
         QCOMPARE(call.at(5).toStringList(), QStringList({"ONE", "一", "TWO", "二", "default", ""}));
         QVERIFY(center->pendingRequests().isEmpty());
 
-        // Delivered means gone: later checks send nothing more.
         clock.advance(3600 * 1000);
         center->checkDue();
         QTest::qWait(100);
         QCOMPARE(m_desktop->notifyCalls().size(), 1);
     }
 
-    // Without a list, the late mark stands alone; serverMissingAtTheMomentLosesNothing has
-    // one after a list.
     void restartAfterTheMomentDeliversLateOnce() {
         ManualClock clock(start);
         const QDateTime moment = start.addSecs(3600);
@@ -110,7 +106,6 @@ private slots:
             QFile file(storePath());
             return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
         };
-        // Entries without a usable trigger or identifier are skipped, the rest kept.
         const QJsonObject good = request(QStringLiteral("A"), start.addSecs(600)).toJson();
         QJsonObject noTrigger = good;
         noTrigger.insert(QStringLiteral("identifier"), QStringLiteral("B"));
@@ -124,7 +119,6 @@ private slots:
         QCOMPARE(makeCenter(clock)->pendingRequests(),
                  QList{request(QStringLiteral("A"), start.addSecs(600))});
 
-        // A file that is no JSON at all is kept aside for a person, and the centre starts empty.
         QVERIFY(writeStore("{\"pending\": [ not json"));
         {
             auto center = makeCenter(clock);
@@ -139,8 +133,6 @@ private slots:
 
     void serverAnswers_data() { TestData::addRows("server_answers.json"); }
 
-    // A server's signal about our notification, or another's; "response" is what the centre
-    // reports, empty for nothing.
     void serverAnswers() {
         QFETCH(QJsonObject, row);
         const QString response = row[QStringLiteral("response")].toString();
@@ -153,8 +145,6 @@ private slots:
         const uint target = row[QStringLiteral("own")].toBool() ? tested : sentinel + 100;
 
         QSignalSpy responses(center.get(), &NotificationCenter::responseReceived);
-        // Twice: a notification is answered at most once. The sentinel's answer comes last, as
-        // signals of one sender arrive in order.
         for (int i = 0; i < 2; ++i) {
             const QJsonValue argument = row[QStringLiteral("argument")];
             if (argument.isString())
@@ -178,7 +168,6 @@ private slots:
             QCOMPARE(responses.constFirst().at(1).toMap(),
                      QVariantMap({{QStringLiteral("taskId"), QStringLiteral("TESTED")}}));
         }
-        // An answered notification leaves the screen.
         QTRY_VERIFY(m_desktop->server->methodCalls(QStringLiteral("CloseNotification"))
                         .contains(QVariantList{sentinel}));
     }
@@ -198,7 +187,6 @@ private slots:
         QTest::qWait(200);
         QVERIFY(center->pendingRequests().isEmpty());
 
-        // The server comes back: the notification goes out, marked as late, with nobody asking.
         QVERIFY(m_desktop->server->start());
         QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
         QCOMPARE(m_desktop->notifyCalls().constFirst().at(4).toString(),
@@ -220,7 +208,6 @@ private slots:
         center->add(request(QStringLiteral("A"), start.addSecs(60)));
         QTest::qWait(100);
 
-        // The machine slept through the moment; the timer's clock stood still meanwhile.
         clock.advance(3600 * 1000);
         prepareForSleep(true);
         QTest::qWait(200);
@@ -239,7 +226,6 @@ private:
     [[nodiscard]] QString storePath() const {
         return m_dir->filePath(QStringLiteral("pending-notifications.json"));
     }
-    // Delivers one request and answers its notification id.
     uint deliver(NotificationCenter& center, ManualClock& clock, const QString& identifier);
 
     std::unique_ptr<Desktop> m_desktop;

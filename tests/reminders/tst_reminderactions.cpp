@@ -8,7 +8,6 @@ using namespace ReminderTest;
 namespace {
 const QDateTime created = local(2024, 1, 2, 8, 0);
 
-// The rig with one saved task, 交电费, made at `created`.
 struct TaskRig : Rig {
     TaskItem* task;
     explicit TaskRig(const Desktop& desktop)
@@ -60,7 +59,6 @@ private slots:
         QCOMPARE(rig.boardShown, 0);
         QCOMPARE(rig.task->updatedAt(), answerAt);
 
-        // The change reached the disk, not only the context.
         QString error;
         const auto reopened = ModelContext::open(rig.storePath(), &error);
         QVERIFY2(reopened, qPrintable(error));
@@ -82,7 +80,6 @@ private slots:
         QCOMPARE(saved->year(), std::optional<qint64>(weekYear));
         QCOMPARE(saved->week(), std::optional<qint64>(week));
 
-        // The one request of the task now points at the new moment.
         QTRY_COMPARE(rig.center->pendingRequests().size(), 1);
         QCOMPARE(rig.center->pendingRequests().constFirst().identifier, rig.taskId());
         QCOMPARE(rig.center->pendingRequests().constFirst().trigger,
@@ -91,8 +88,6 @@ private slots:
 
     void badInputChangesNothing_data() { TestData::addRows("bad_answers.json"); }
 
-    // taskId "<task>" is the task's own id, "<lower>" in lower case, "<deleted>" one of a
-    // task deleted since, null no id at all.
     void badInputChangesNothing() {
         QFETCH(QJsonObject, row);
         const bool changes = row[QStringLiteral("changes")].toBool();
@@ -128,7 +123,6 @@ private slots:
         QVERIFY(!rig.context->hasChanges());
     }
 
-    // Clicks and answers that reach the router: only a usable task id opens or changes a task.
     void routerAnswers() {
         TaskRig rig(*m_desktop);
         rig.router->didReceive(QStringLiteral("COMPLETE"), {{QStringLiteral("taskId"), 42}});
@@ -141,7 +135,6 @@ private slots:
         QVERIFY(!rig.task->completed());
         QVERIFY(rig.posts.isEmpty());
 
-        // A click on the delivered notification shows the board and opens the task.
         const uint notificationId = rig.deliver(rig.task, local(2024, 5, 14, 10, 0));
         QVERIFY(notificationId != 0);
         m_desktop->actionInvoked(notificationId, QStringLiteral("default"));

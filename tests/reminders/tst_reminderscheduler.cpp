@@ -63,7 +63,6 @@ private slots:
                                            expectedTrigger};
         QCOMPARE(rig.center->pendingRequests(), QList{expected});
 
-        // Delivered as a resident notification of normal urgency.
         rig.clock.setNow(expectedTrigger);
         rig.center->checkDue();
         QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
@@ -72,7 +71,6 @@ private slots:
         QCOMPARE(call.at(4).toString(), expected.body);
         const QVariantMap hints = call.at(6).toMap();
         QCOMPARE(hints.value(QStringLiteral("resident")), QVariant(true));
-        // The notification protocol types urgency as a byte; servers ignore any other type.
         QCOMPARE(hints.value(QStringLiteral("urgency")).typeId(), QMetaType::UChar);
         QCOMPARE(hints.value(QStringLiteral("urgency")).toInt(), 1);
     }
@@ -103,7 +101,6 @@ private slots:
             task->setReminderAt(QDateTime());
         rig.scheduler->sync(task);
 
-        // Withdrawn at once, without waiting for anything.
         QCOMPARE(rig.pendingIdentifiers(), QStringList{ReminderScheduler::identifier(other->id())});
         QVERIFY(rig.settle());
         rig.clock.advance(3 * 3600 * 1000);
@@ -114,9 +111,6 @@ private slots:
 
     void newestSyncWins_data() { TestData::addRows("syncs.json"); }
 
-    // Steps run in one turn of the event loop unless told to settle, so each scheduling sync
-    // is still waiting for its permission answer when the next comes. "moveN" moves the
-    // reminder to N minutes after the start; the row's trigger is in the same minutes.
     void newestSyncWins() {
         QFETCH(QJsonObject, row);
         Rig rig(*m_desktop);
@@ -166,7 +160,6 @@ private slots:
         rig.scheduler->syncAll(*rig.context);
         QVERIFY(rig.settle());
 
-        // A finished task's request goes like a gone task's; what is not a task id stays.
         QStringList expected{ReminderScheduler::identifier(withReminder->id()), goneBraced,
                              QStringLiteral("abc")};
         expected.sort();
@@ -174,7 +167,6 @@ private slots:
     }
 
     void syncAllWithdrawsDueRequestsNoLongerWanted() {
-        // No server: what comes due waits to be shown, as at a launch after a missed reminder.
         m_desktop->server->stop();
         Rig rig(*m_desktop);
         const QDateTime due = start.addSecs(-600);
@@ -201,7 +193,6 @@ private slots:
         m_desktop->server->stop();
         Rig rig(*m_desktop);
         TaskItem* task = rig.addTask(QStringLiteral("t"), start.addSecs(3600));
-        // Left from an earlier run: a denied sync must not take it away.
         const NotificationRequest old{ReminderScheduler::identifier(task->id()),
                                       QStringLiteral("old"),
                                       {},
@@ -223,7 +214,6 @@ private slots:
         QVERIFY(rig.settle());
         QCOMPARE(rig.center->pendingRequests(), QList{old});
 
-        // A server that shows up later is found by the next syncAll.
         QVERIFY(m_desktop->server->start());
         rig.scheduler->syncAll(*rig.context);
         QVERIFY(rig.settle());

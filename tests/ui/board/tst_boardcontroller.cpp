@@ -1,5 +1,3 @@
-// The board's screen rules without the screen: keyboard control, the column models and the
-// board's reactions, on a real store with a clock that stands still.
 #include "BoardControllerFixture.h"
 #include "ModelMirror.h"
 #include "TestData.h"
@@ -88,7 +86,6 @@ private slots:
                  columnsAfter == QLatin1String("=") ? standardColumns : columnsAfter);
         QCOMPARE(listName(board), listAfter);
         QCOMPARE(board.controller->keyboardActive(), handled || active);
-        // Return opens the focused task; nothing else does.
         const bool opens = handled && active && key == QLatin1String("Return");
         QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(focused) : nullptr);
     }
@@ -101,15 +98,12 @@ private slots:
 
         board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(board.focusedTitle(), QStringLiteral("T3"));
-        // The task itself stays in its column, ticked, until the write.
         QVERIFY(!board.byTitle(QStringLiteral("T2"))->completed());
         QCOMPARE(board.controller->todayModel()->count(), 3);
         QCOMPARE(board.controller->todayModel()->data(board.controller->todayModel()->index(1),
                                                       TaskListModel::CompletingRole),
                  QVariant(true));
 
-        // The last row of a column hands the focus upwards, to a row that is completing
-        // itself: until the write it is a row like any other.
         board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
 
@@ -132,14 +126,12 @@ private slots:
         c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
         QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
 
-        // The mouse hides the highlight but keeps the row; the next key only relights it.
         c.pointerMoved();
         QCOMPARE(c.highlightedTaskId(), QString());
         QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
         c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
         QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
 
-        // Losing the focus turns the keyboard off; regaining it keeps a row it can locate.
         c.setBoardFocused(false);
         QVERIFY(!c.keyboardActive());
         QCOMPARE(c.highlightedTaskId(), QString());
@@ -148,8 +140,6 @@ private slots:
         QCOMPARE(c.highlightedTaskId(), QString());
     }
 
-    // Every change of the board arrives as inserts, removals, moves and dataChanged, never as
-    // a reset, and each model stays consistent throughout.
     void modelsFollowTheBoardRowByRow() {
         Board board;
         fillStandardBoard(board);
@@ -166,7 +156,6 @@ private slots:
                 std::make_unique<QSignalSpy>(model, &QAbstractItemModel::modelAboutToBeReset));
             mirrors.push_back(std::make_unique<ModelMirror>(model, Qt::DisplayRole));
         }
-        // What the signals told must be what the board shows.
         auto mirrorsAgree = [&] {
             for (int i = 0; i < 4; ++i) {
                 const Bucket bucket = BucketInfo::allCases[size_t(i)];
@@ -186,7 +175,6 @@ private slots:
         };
         QSignalSpy todayMoves(c.todayModel(), &QAbstractItemModel::rowsMoved);
 
-        // Reordering inside a column is one move.
         board.model->handleReorder(board.byTitle(QStringLiteral("T3"))->id(), Bucket::today,
                                    board.byTitle(QStringLiteral("T1"))->id());
         c.syncModels();
@@ -194,7 +182,6 @@ private slots:
         QCOMPARE(todayMoves.count(), 1);
         QVERIFY(mirrorsAgree());
 
-        // Across columns, creation, deletion, completion and lists.
         board.model->handleReorder(board.byTitle(QStringLiteral("W1"))->id(), Bucket::today,
                                    std::nullopt);
         c.createEnhanced(EnhancedDraft{QStringLiteral("N1"), {}, {}, {}, {}});
@@ -214,8 +201,6 @@ private slots:
         QCOMPARE(c.categoriesModel()->count(), 2);
         QVERIFY(mirrorsAgree());
 
-        // The week turns: everything placed by hand falls back to later, which takes the
-        // rows in sortIndex order among its own.
         board.clock.setNow(local(2026, 6, 22, 9, 0));
         c.refreshNow();
         c.syncModels();
@@ -233,7 +218,6 @@ private slots:
         TaskItem* task = board.byTitle(QStringLiteral("W1"));
         QSignalSpy removed(board.controller->thisWeekModel(), &QAbstractItemModel::rowsRemoved);
         board.store.context->remove(task);
-        // No sync yet: the row must not outlive the record, which a save may free.
         QCOMPARE(removed.count(), 1);
         QCOMPARE(board.controller->thisWeekModel()->count(), 1);
         QVERIFY(board.store.context->save());
@@ -253,13 +237,11 @@ private slots:
         QCOMPARE(c.editingTaskId(), board.idOf(QStringLiteral("T2")));
         c.saveEdit(t2, EnhancedDraft{QStringLiteral("T2 renamed"), {}, {}, t2->dueDate(), {}});
         QCOMPARE(t2->title(), QStringLiteral("T2 renamed"));
-        // A task placed in today by hand and saved with its day untouched stays as it was.
         QVERIFY(!t2->scheduledExplicitly());
         QCOMPARE(board.model->bucketOf(*t2), Bucket::today);
         c.endEditing();
         QCOMPARE(c.editingTaskId(), QString());
 
-        // A task deleted while it is open closes the edit.
         TaskItem* t3 = board.byTitle(QStringLiteral("T3"));
         c.beginEditing(t3);
         c.deleteTask(t3);
@@ -294,7 +276,6 @@ private slots:
 
         QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
         QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
-        // Whoever posts a blur, the views hear it.
         QSignalSpy blur(board.controller.get(), &BoardController::blurInput);
         board.hub.post(TavikNotification::blurInput);
         QCOMPARE(blur.count(), 1);
@@ -310,7 +291,6 @@ private slots:
         board.controller->boardAppeared();
         QCOMPARE(board.controller->now(), board.clock.now());
         QCOMPARE(listName(board), QStringLiteral("B"));
-        // A day later the tasks placed in today by hand have gone back to this week.
         board.controller->syncModels();
         QCOMPARE(board.columns(), QStringLiteral("L3 | W1 W2 T1 T2 T3 | "));
     }

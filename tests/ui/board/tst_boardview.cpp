@@ -1,5 +1,3 @@
-// The board view's own wiring, on the demo board in a real window: what a click, a menu, the
-// wheel and a hover do. The rules behind them are BoardController's and tested there.
 #include "BoardModel.h"
 #include "BoardTestSupport.h"
 #include "Clock.h"
@@ -26,7 +24,6 @@ namespace {
 
 struct Screen {
     Store store;
-    // Wednesday 17 June 2026, 10:00: the demo's 15:00 reminder is still ahead.
     ManualClock clock{local(2026, 6, 17, 10, 0)};
     NotificationHub hub;
     std::unique_ptr<BoardModel> model;
@@ -81,7 +78,6 @@ private slots:
         click(screen.view.get(), row, Qt::RightButton);
         QTRY_VERIFY(screen.menuEntry(QStringLiteral("清单")));
 
-        // The list submenu: 无 first, then every list; the task's own list is ticked.
         click(screen.view.get(), screen.menuEntry(QStringLiteral("清单")));
         QTRY_VERIFY(screen.menuEntry(QStringLiteral("工作")));
         QCOMPARE(screen.menuEntry(QStringLiteral("个人"))->property("symbol").toString(),
@@ -102,7 +98,6 @@ private slots:
         Screen screen;
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
         QSignalSpy posted(&screen.hub, &NotificationHub::posted);
-        // Below the last row of this week.
         QTest::mouseClick(screen.view.get(), Qt::LeftButton, {}, QPoint(550, 600));
         QCOMPARE(posted.count(), 1);
         QCOMPARE(posted.first().first().toString(), TavikNotification::blurInput);

@@ -1,5 +1,3 @@
-// The list models announce every change as the right inserts, removals and moves: a copy
-// kept only from their signals always equals the list they were given.
 #include "ModelMirror.h"
 #include "TaskItem.h"
 #include "TestData.h"
@@ -21,7 +19,6 @@ QStringList titles(const QList<TaskItem*>& tasks) {
     return result;
 }
 
-// Lists are written as strings of one-letter titles: "abc" is a, b, c.
 QList<TaskItem*> pick(const QList<TaskItem*>& pool, const QString& letters) {
     QList<TaskItem*> result;
     for (QChar letter : letters)
@@ -96,7 +93,6 @@ private slots:
 
         QList<TaskItem*> current;
         for (int round = 0; round < 400; ++round) {
-            // Keep some rows, in a shuffled order with a few displaced, then add some.
             QList<TaskItem*> next;
             for (TaskItem* task : std::as_const(current)) {
                 if (random.bounded(5) != 0)
@@ -111,7 +107,6 @@ private slots:
             counts.clear();
             taskCounts.clear();
             model.setTasks(next);
-            // Outside a drag the column's count notifies with the rows'.
             const int notified = next.size() != current.size() ? 1 : 0;
             QCOMPARE(counts.count(), notified);
             QCOMPARE(taskCounts.count(), notified);
@@ -147,7 +142,6 @@ private slots:
         model.setTasks(tasks);
         QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
 
-        // Only rows of this model answer; strangers are ignored.
         model.refreshTasks({tasks[2], m_pool[20]});
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.first().at(0).toModelIndex().row(), 2);

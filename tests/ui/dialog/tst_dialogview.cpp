@@ -1,5 +1,3 @@
-// The task dialog in a real window, driven as a person drives it: keys, clicks and an input
-// method.
 #include "Clock.h"
 #include "EnhancedDraft.h"
 #include "IsoCalendar.h"
@@ -24,8 +22,6 @@ Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
 namespace {
 
-// A stand-in for the board: its background, its blurInput signal and the dialog in its
-// corner, wired the way the board wires it.
 const char* const kBoard = R"(
 import QtQuick
 import TavikUi
@@ -119,7 +115,6 @@ private slots:
             [](QQuickItem* row) { return row->property("listName") == QStringLiteral("读书"); }));
         QTRY_VERIFY(!lists->property("visible").toBool());
 
-        // In the note Return makes a line; Ctrl+Return submits from there too.
         auto* noteEditor = item("noteField")->property("editor").value<QQuickItem*>();
         click(noteEditor);
         QTRY_VERIFY(noteEditor->hasActiveFocus());
@@ -147,7 +142,6 @@ private slots:
         QVERIFY(dialog()->property("open").toBool());
         settle();
 
-        // Escape closes the popover only.
         QVERIFY(openPopover(item("listPill"), "listPopover"));
         QTest::keyClick(m_window.get(), Qt::Key_Escape);
         QTRY_VERIFY(!object("listPopover")->property("visible").toBool());
@@ -156,7 +150,6 @@ private slots:
         QTest::keyClick(m_window.get(), Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(saved.count(), 1);
         QCOMPARE(saved.first().at(0).value<TaskItem*>(), &task);
-        // The board let go of the task when the card closed.
         QCOMPARE(m_board->property("editingTask").value<QObject*>(), nullptr);
 
         m_board->setProperty("editingTask", QVariant::fromValue<QObject*>(&task));
@@ -183,7 +176,6 @@ private:
     void click(QQuickItem* target) { QuickWindowTest::click(m_window.get(), target); }
 
     void settle() {
-        // The spring has come to rest when the surface no longer changes size.
         QSizeF last;
         for (int i = 0; i < 100; ++i) {
             QTest::qWait(30);
@@ -194,7 +186,6 @@ private:
         }
     }
 
-    // Clicks the control and waits for its popover; null when it does not open.
     QObject* openPopover(QQuickItem* control, const char* popoverName) {
         click(control);
         QObject* popover = object(popoverName);

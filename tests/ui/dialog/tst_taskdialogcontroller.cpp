@@ -17,7 +17,6 @@ using BoardTest::local;
 
 namespace {
 
-// Wednesday 2024-06-12, 10:00.
 const QDateTime kNow = local(2024, 6, 12, 10, 0);
 
 QString idOf(const TaskCategory& category) {
@@ -56,7 +55,6 @@ private slots:
         QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
         dialog.openPanel();
         apply(dialog, row);
-        // Without a title nothing goes out and the card stays open.
         const bool expected = row["created"].toBool();
         QCOMPARE(dialog.canCreate(), expected);
         dialog.submit();
@@ -91,11 +89,9 @@ private slots:
         const auto draft = args.at(1).value<EnhancedDraft>();
         QCOMPARE(draft.title, QStringLiteral("周报（终稿）"));
         QCOMPARE(draft.listUuid(), m_home->id());
-        // The reminder decides the day: the task's 20 June, at 09:00.
         QCOMPARE(draft.dueDate, local(2024, 6, 20));
         QCOMPARE(draft.reminderAt, local(2024, 6, 20, 9, 0));
         QCOMPARE(ended.count(), 1);
-        // The dialog wrote nothing to the record.
         QCOMPARE(task->title(), QStringLiteral("周报"));
         QCOMPARE(task->category(), m_work.get());
     }
@@ -111,7 +107,6 @@ private slots:
         apply(dialog, row);
         QCOMPARE(dialog.editDirty(), row["dirty"].toBool());
 
-        // A change of the record itself (a sync) is compared too.
         task->setTitle("周报（别处改的）");
         QVERIFY(dialog.editDirty());
     }
@@ -141,7 +136,6 @@ private slots:
         dialog.openPanel();
         QVERIFY(dialog.titleFocused());
 
-        // A time with no day puts the day on today, and the chips leave the time alone.
         dialog.pickTime(local(2024, 6, 12, 18, 0));
         QCOMPARE(dialog.day(), local(2024, 6, 12));
         QVERIFY(dialog.todayActive());
@@ -154,7 +148,6 @@ private slots:
         QVERIFY(!dialog.customDay().isValid()); // the chip shows it, not the calendar chip
         QCOMPARE(dialog.resolvedReminder(), local(2024, 6, 13, 18, 0));
 
-        // The month grid: another day becomes the custom day; the popovers exclude each other.
         dialog.openListPicker();
         dialog.openDatePicker();
         QVERIFY(!dialog.listPickerOpen());
@@ -165,7 +158,6 @@ private slots:
         QCOMPARE(dialog.customDay(), local(2024, 7, 1));
         QCOMPARE(dialog.gridMonth(), local(2024, 7, 1));
 
-        // Clearing the time keeps the day; clearing the day keeps the time.
         dialog.clearTime();
         QCOMPARE(dialog.day(), local(2024, 7, 1));
         QVERIFY(!dialog.resolvedReminder().isValid());
@@ -185,14 +177,12 @@ private slots:
         QCOMPARE(dialog.time(), local(2024, 6, 20, 9, 0));
         QCOMPARE(dialog.chosenListId(), idOf(*m_work));
 
-        // Another task replaces the draft at once, unsaved changes and all.
         dialog.setTitle("改了一半");
         dialog.setEditingTask(&second);
         QCOMPARE(dialog.title(), QStringLiteral("买菜"));
         QVERIFY(!dialog.day().isValid());
         QCOMPARE(dialog.chosenListId(), QString());
 
-        // Losing the task changes nothing by itself; the next action is in create mode.
         dialog.setEditingTask(nullptr);
         QVERIFY(dialog.isOpen());
         dialog.trash();
@@ -205,7 +195,6 @@ private slots:
         QCOMPARE(ended.count(), 1);
         QVERIFY(!dialog.isOpen());
 
-        // A task destroyed while open leaves the card in create mode.
         auto doomed = std::make_unique<TaskItem>("临时", 1, kNow);
         dialog.setEditingTask(doomed.get());
         doomed.reset();
@@ -222,11 +211,9 @@ private slots:
         dialog.setTitle("写一半");
         dialog.setTitleFocused(false);
         dialog.newTaskShortcut();
-        // An open card only takes the focus back to its title.
         QVERIFY(dialog.titleFocused());
         QCOMPARE(dialog.title(), QStringLiteral("写一半"));
 
-        // Cancelled, the draft is gone at the next opening.
         dialog.toggleTomorrow();
         dialog.closePanel();
         dialog.openPanel();
@@ -234,7 +221,6 @@ private slots:
         QVERIFY(!dialog.day().isValid());
     }
 
-    // A chosen list that goes away reads as no list, and keeps its id.
     void chosenListThatGoesAway() {
         TaskDialogController dialog(&m_uiClock);
         dialog.setCategories(m_categories.get());
@@ -258,7 +244,6 @@ private:
         return QDateTime::fromString(value.toString(), Qt::ISODate);
     }
 
-    // Types a row's edits into the card, in the order a person would make them.
     void apply(TaskDialogController& dialog, const QJsonObject& row) const {
         const auto texts = [](const QJsonValue& value) {
             return value.isArray() ? value.toVariant().toStringList()

@@ -1,5 +1,3 @@
-// The board's drag without a screen: the grab, the target under the pointer, the drop and the
-// hand-over from placeholder to row, on reported rectangles and a real store.
 #include "BoardControllerFixture.h"
 #include "TestData.h"
 #include "board/TaskListModel.h"
@@ -16,8 +14,6 @@ constexpr qreal columnWidth = 300;
 constexpr qreal rowHeight = 50;
 constexpr qreal firstRowY = 100;
 
-// Lays the board out as the view would: columns side by side, rows of 50 from y 100, the
-// placeholder taking its slot but reporting nothing; the strip above 稍后 with its tabs.
 void layOut(Board& board) {
     BoardDragController& drag = *board.controller->drag();
     drag.clearRowFrames();
@@ -43,7 +39,6 @@ void layOut(Board& board) {
     }
 }
 
-// The middle of a task's row as laid out now.
 QPointF centreOf(Board& board, const QString& title) {
     for (int c = 0; c < int(BucketInfo::columns.size()); ++c) {
         const TaskListModel* list = board.controller->columnModel(BucketInfo::columns[size_t(c)]);
@@ -54,7 +49,6 @@ QPointF centreOf(Board& board, const QString& title) {
     return {-1, -1};
 }
 
-// Grabs a task's row and moves the pointer through `points`, as the view reports each move.
 void drag(Board& board, const QString& title, const QList<QPointF>& points) {
     layOut(board);
     const QPointF start = centreOf(board, title);
@@ -77,7 +71,6 @@ QString describe(const Board& board, const std::optional<DropTarget>& target) {
     return BucketInfo::rawValue(target->bucket) + QStringLiteral(" before ") + before;
 }
 
-// Which rows of a column are the placeholder: "" none, "faded" while dragging, "landed".
 QString ghostOf(const Board& board, Bucket bucket) {
     const TaskListModel* list = board.controller->columnModel(bucket);
     for (int row = 0; row < list->count(); ++row) {
@@ -103,7 +96,6 @@ private slots:
         fillStandardBoard(board);
         BoardDragState& state = *board.controller->dragState();
 
-        // From empty space, later crossing every row of 今天: nothing is picked up.
         layOut(board);
         const QPointF empty(750, 500);
         for (qreal y : {480.0, 300.0, 160.0, 110.0})
@@ -136,8 +128,6 @@ private slots:
         QCOMPARE(describe(board, board.controller->dragState()->target()), target);
     }
 
-    // The columns drop the dragged row wherever it stood and show the placeholder where the
-    // task would land; the header count still counts the task.
     void columnsShowThePlaceholder() {
         Board board;
         fillStandardBoard(board);
@@ -146,11 +136,9 @@ private slots:
         QCOMPARE(ghostOf(board, Bucket::thisWeek), QStringLiteral("L1 faded"));
         QCOMPARE(board.controller->thisWeekModel()->taskCount(), 2);
 
-        // Over a tab: no placeholder anywhere.
         board.controller->drag()->dragChanged({}, {130, 20});
         QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W1 W2 | T1 T2 T3"));
 
-        // A neighbour that vanished puts the placeholder at the end.
         board.controller->drag()->dragChanged({}, {450, 120});
         QCOMPARE(board.columns(), QStringLiteral("L2 L3 | L1 W1 W2 | T1 T2 T3"));
         board.model->remove(board.byTitle(QStringLiteral("W1")));
@@ -158,8 +146,6 @@ private slots:
         QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W2 L1 | T1 T2 T3"));
     }
 
-    // A drop that changes the task order hands over at the next refresh, in one step: the
-    // rows already stand where the records put them.
     void dropOnAColumnHandsOverWhenTheOrderChanges() {
         Board board;
         fillStandardBoard(board);
@@ -187,7 +173,6 @@ private slots:
         QCOMPARE(inserted.count() + removed.count() + moved.count(), 0);
     }
 
-    // A move between columns that keeps the order of all tasks waits for the timer.
     void dropThatKeepsTheOrderClearsOnTheTimer() {
         Board board;
         board.add(QStringLiteral("A"), Bucket::later)->setSortIndex(5000);
@@ -238,7 +223,6 @@ private slots:
         QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3"));
     }
 
-    // The state reports changes, and only real ones: the views key their animations on them.
     void stateNotifiesOnlyRealChanges() {
         Board board;
         fillStandardBoard(board);

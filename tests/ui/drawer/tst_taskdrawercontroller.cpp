@@ -26,7 +26,6 @@ using BoardTest::local;
 
 namespace {
 
-// Wednesday 2024-06-12, 10:00.
 const QDateTime kNow = local(2024, 6, 12, 10, 0);
 
 RichText rich(const char* json) {
@@ -36,7 +35,6 @@ RichText rich(const char* json) {
     return text;
 }
 
-// What the reminder sink saw of the task at the moment it was asked to sync.
 class SnapshotSink final : public ReminderSink {
 public:
     struct Seen {
@@ -103,13 +101,11 @@ private slots:
         QCOMPARE(task->title(), QStringLiteral("新标题"));
         QCOMPARE(task->updatedAt(), m_clock.now());
 
-        // A change from elsewhere while the card is up is stamped as well.
         m_clock.advance(60'000);
         task->setTitle(QStringLiteral("别处改的"));
         QCOMPARE(task->updatedAt(), m_clock.now());
         QCOMPARE(drawer.title(), QStringLiteral("别处改的"));
 
-        // After the card is gone the drawer stamps nothing.
         drawer.disappear();
         const QDateTime stamped = task->updatedAt();
         m_clock.advance(60'000);
@@ -140,7 +136,6 @@ private slots:
                                      R"({"text":"牛奶","italic":true,"bullet":true}]})");
         QCOMPARE(drawer.noteText(), edited);
         QCOMPARE(drawer.measureText(), QStringLiteral("买牛奶"));
-        // Nothing reaches the record while the card is up, not even from outside.
         QCOMPARE(task->noteData(), before);
         QCOMPARE(task->updatedAt(), kNow.addDays(-1));
         task->setRichNote(RichText::fromPlainText(QStringLiteral("同步来的")), kNow);
@@ -161,7 +156,6 @@ private slots:
         TaskItem* plain = m_store->addTask(QStringLiteral("纯"), 2, kNow.addDays(-1));
         plain->setNote(QStringLiteral("只有纯文本"));
         {
-            // A card that goes without saying so is closed by its controller's end.
             TaskDrawerController drawer;
             attach(drawer, plain);
             drawer.appear();
@@ -192,7 +186,6 @@ private slots:
         QFETCH(QString, icon);
         QFETCH(QString, label);
 
-        // Start from a plan and a reminder, so that each row changes both.
         TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow.addDays(-1));
         task->schedule(local(2024, 6, 14), kNow.addDays(-1), IsoCalendar());
         task->setReminderAt(local(2024, 6, 14, 8, 0));
@@ -208,7 +201,6 @@ private slots:
         QCOMPARE(task->scheduledExplicitly(), day.isValid());
         QCOMPARE(task->reminderAt(), reminder);
         QCOMPARE(task->updatedAt(), m_clock.now());
-        // The sink is asked once, after both fields are written; then the board is told.
         QCOMPARE(m_sink.seen.size(), 1);
         QCOMPARE(m_sink.seen.first().dueDate, task->dueDate());
         QCOMPARE(m_sink.seen.first().reminderAt, reminder);
@@ -230,7 +222,6 @@ private slots:
         QVERIFY(posted.isEmpty());
     }
 
-    // On the board the card schedules through the board's own reminder sink.
     void boardSuppliesTheReminderSink() {
         BoardModel model(*m_store->context, *m_store->preferences, m_clock, m_hub);
         model.setReminderSink(&m_sink);
@@ -257,12 +248,10 @@ private slots:
         QTest::keyClick(m_view.get(), Qt::Key_Escape);
         QCOMPARE(closeRequested.size(), 1);
 
-        // Typing in the note, then the owner takes the task away: the note is stored.
         auto* editor = qvariant_cast<QQuickItem*>(card->property("noteEditor"));
         editor->forceActiveFocus();
         QTest::keyClick(m_view.get(), 'a');
         QVERIFY(task->note().isEmpty());
-        // Escape while an input method composes in the note leaves the card open.
         QInputMethodEvent compose(QStringLiteral("zhong"), {});
         QCoreApplication::sendEvent(editor, &compose);
         QVERIFY(editor->property("inputMethodComposing").toBool());
@@ -315,7 +304,6 @@ private:
     SnapshotSink m_sink;
     QTextDocument m_document;
     RichTextDocument m_helper;
-    // The board that showOverlay() hands the card.
     std::unique_ptr<BoardModel> m_model;
     std::unique_ptr<BoardController> m_board;
     std::unique_ptr<QQuickView> m_view;

@@ -1,4 +1,3 @@
-// A list's stored colour text as the swatches draw it.
 #include "TestData.h"
 #include "lists/CategoryPalette.h"
 

@@ -1,4 +1,3 @@
-// A list tab's look from its list, the selection and a drag over it.
 #include "TestData.h"
 #include "lists/CategoryTabController.h"
 

@@ -22,7 +22,6 @@ QDate cellDay(const CalendarGridModel& grid, int row) {
     return grid.index(row).data(CalendarGridModel::DateRole).toDateTime().toLocalTime().date();
 }
 
-// The flag of a day's cell; a day that is not on the grid reads as a third value.
 std::optional<bool> flag(const CalendarGridModel& grid, QDate day, CalendarGridModel::Role role) {
     for (int row = 0; row < grid.rowCount(); ++row) {
         if (cellDay(grid, row) == day)
@@ -83,7 +82,6 @@ private slots:
         QAbstractItemModelTester tester(&grid,
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
         grid.setFirstDayOfWeek(firstDay);
-        // Any moment of the month selects it; the grid reads back the start of its first day.
         grid.setMonthStart(local(month.year(), month.month(), 17, 13, 45));
         QCOMPARE(grid.monthStart(), local(month.year(), month.month(), 1));
         QCOMPARE(grid.leadingDays(), leading);
@@ -93,8 +91,6 @@ private slots:
         QCOMPARE(cellDay(grid, grid.rowCount() - 1), lastCell);
         QCOMPARE(cellDay(grid, leading), month);
 
-        // Every cell is the start of its local day, one calendar day after the one before, also
-        // across a 23- or 25-hour day.
         const IsoCalendar calendar;
         for (int row = 0; row < grid.rowCount(); ++row) {
             const QDateTime cell = grid.index(row).data(CalendarGridModel::DateRole).toDateTime();
@@ -114,18 +110,15 @@ private slots:
         using R = CalendarGridModel;
         const auto is = [&](QDate day, R::Role role) { return flag(grid, day, role) == true; };
         const auto isNot = [&](QDate day, R::Role role) { return flag(grid, day, role) == false; };
-        // A neighbouring month's days stand outside the month; before minDay they are disabled.
         QVERIFY(isNot(QDate(2024, 5, 26), R::InMonthRole));
         QVERIFY(is(QDate(2024, 5, 26), R::BeforeMinRole));
         QVERIFY(is(QDate(2024, 6, 11), R::BeforeMinRole));
         QVERIFY(isNot(QDate(2024, 6, 12), R::BeforeMinRole));
         QVERIFY(is(QDate(2024, 6, 12), R::IsTodayRole));
         QVERIFY(is(QDate(2024, 6, 20), R::IsSelectedRole));
-        // The next month's days after minDay stay pickable.
         QVERIFY(isNot(QDate(2024, 7, 6), R::InMonthRole));
         QVERIFY(isNot(QDate(2024, 7, 6), R::BeforeMinRole));
 
-        // A new selection is announced on the cells, not by a reset.
         QSignalSpy changed(&grid, &QAbstractItemModel::dataChanged);
         QSignalSpy reset(&grid, &QAbstractItemModel::modelReset);
         grid.setSelected(local(2024, 6, 21, 18, 0));
@@ -134,7 +127,6 @@ private slots:
         QVERIFY(is(QDate(2024, 6, 21), R::IsSelectedRole));
         QVERIFY(isNot(QDate(2024, 6, 20), R::IsSelectedRole));
 
-        // Paged wholly before minDay: every day disabled, but the month still shows.
         grid.page(-2);
         QCOMPARE(grid.rowCount() % 7, 0);
         for (int row = 0; row < grid.rowCount(); ++row)
@@ -153,7 +145,6 @@ private slots:
         QFETCH(QDate, day);
         TimeListModel list;
         list.setInitial(QDateTime(day, QTime(12, 0), Qt::LocalTime));
-        // Where this zone skips the hour after 02:00 that night, its four slots do not exist.
         const bool skipsAnHour = !QDateTime(day, QTime(2, 30), Qt::LocalTime).isValid();
         QCOMPARE(list.rowCount(), skipsAnHour ? 92 : 96);
         QStringList labels;
@@ -201,25 +192,21 @@ private slots:
         QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
         const auto last = [&] { return reported.last(); };
 
-        // A day without a time reports the day and no reminder.
         popover.chooseTomorrow();
         QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 13));
         QVERIFY(!last().at(1).toDateTime().isValid());
         QVERIFY(!popover.reminderPassed());
 
-        // A chip pressed again stays on, and still reports.
         popover.chooseTomorrow();
         QCOMPARE(reported.count(), 2);
         QVERIFY(popover.tomorrowActive());
 
-        // A time on that day; then moving the day keeps hour and minute.
         popover.chooseTime(local(2024, 1, 1, 7, 45));
         QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 13, 7, 45));
         popover.chooseDate(local(2024, 6, 28, 19, 0));
         QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 28));
         QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 28, 7, 45));
 
-        // Today with a time before now: reported as it is, flagged as passed; equal to now too.
         popover.chooseToday();
         QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 12, 7, 45));
         QVERIFY(popover.reminderPassed());
@@ -228,14 +215,12 @@ private slots:
         m_clock.setNow(local(2024, 6, 12, 14, 9, 59));
         QVERIFY(!popover.reminderPassed());
 
-        // Switching the time off keeps the day.
         popover.setReminderEnabled(false);
         QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 12));
         QVERIFY(!last().at(1).toDateTime().isValid());
         QVERIFY(popover.showClear());
         QCOMPARE(popover.timeFieldValue(), local(2024, 6, 12, 14, 30));
 
-        // Only "清除" clears the day, and it clears both.
         popover.setReminderEnabled(true);
         popover.clear();
         QVERIFY(!last().at(0).toDateTime().isValid());

@@ -81,13 +81,11 @@ Item {
             mouseClick(tab(strip, home));
             compare(selects.count, 1);
             compare(selects.signalArguments[0][0], home);
-            // The board answers by changing the selection; until then the pill stays.
             verify(tab(strip, "").isSelected);
             strip.selectedCategoryId = home;
             mouseClick(tab(strip, ""));
             compare(selects.count, 2);
             compare(selects.signalArguments[1][0], "");
-            // A right click is not a selection.
             mouseClick(tab(strip, work), undefined, undefined, Qt.RightButton);
             compare(selects.count, 2);
             tab(strip, work).menu.close();
@@ -109,7 +107,6 @@ Item {
             const popover = openCreatePopover(strip);
             verify(strip.creating);
 
-            // Blanks alone: nothing happens and the popover stays.
             typeText("   ");
             verify(!popover.createButton.enabled);
             keyClick(Qt.Key_Return);
@@ -122,7 +119,6 @@ Item {
             tryCompare(popover.colorPopover, "opened", true);
             mouseClick(findChild(popover.colorPopover.contentItem, "colorChoice3"));
             tryCompare(popover.colorPopover, "visible", false);
-            // Typing goes on where it left off.
             tryVerify(() => popover.nameField.activeFocus, 1000);
 
             keyClick(Qt.Key_Return);

@@ -1,4 +1,3 @@
-// What a row says of a task's reminder and day, for every state of the two dates.
 #include "BoardTestSupport.h"
 #include "IsoCalendar.h"
 #include "TaskCategory.h"
@@ -13,7 +12,6 @@ using namespace BoardTest;
 
 namespace {
 
-// Wednesday 17 June 2026, 10:00.
 const QDateTime now = local(2026, 6, 17, 10, 0);
 
 } // namespace
@@ -54,7 +52,6 @@ private slots:
         if (chip == QLatin1String("reminder")) {
             QCOMPARE(meta.reminderText(), row["text"].toString());
             QCOMPARE(meta.reminderOverdue(), row["overdue"].toBool());
-            // The popover always names the day.
             QVERIFY(meta.reminderDetail().endsWith(reminder.toString("HH:mm")));
             QVERIFY(meta.reminderDetail().contains(QLatin1Char(' ')));
         } else if (chip == QLatin1String("date")) {
@@ -72,14 +69,12 @@ private slots:
         meta.setNow(now);
         meta.setTask(&task);
         QSignalSpy changed(&meta, &TaskMetaController::changed);
-        // Every change the row must redraw for is announced.
         auto announced = [&changed] {
             const bool any = !changed.isEmpty();
             changed.clear();
             return any;
         };
 
-        // The chip turns red at the next redraw after the moment, not by itself.
         QVERIFY(!meta.reminderOverdue());
         meta.setNow(local(2026, 6, 17, 15, 31));
         QVERIFY(announced());

@@ -34,7 +34,6 @@ QQuickItem* find(const SettingsWindowController& controller, const char* objectN
     return findItem(controller.window()->contentItem(), QString::fromLatin1(objectName));
 }
 
-// The view the window built for a tab, or null.
 QQuickItem* tabView(const SettingsWindowController& controller, const QString& id) {
     QQuickItem* loader = findItem(controller.window()->contentItem(), "settingsTab." + id);
     return loader ? loader->property("item").value<QQuickItem*>() : nullptr;
@@ -44,7 +43,6 @@ QPoint screenCentre() {
     return QGuiApplication::primaryScreen()->availableGeometry().center();
 }
 
-// The About tab's height follows its content: the lowest item ends 24 above the bottom.
 int aboutContentBottom(const SettingsWindowController& controller) {
     QQuickItem* view = tabView(controller, QStringLiteral("about"));
     QQuickItem* follow = findItem(view, QStringLiteral("followButton"));
@@ -64,7 +62,6 @@ private slots:
     void init() { m_engine = QuickWindowTest::engine(); }
     void cleanup() { m_engine.reset(); }
 
-    // The list drives the window: a button and a view for each tab, reporting its size.
     void constructionBuildsEveryTabOnce() {
         SettingsWindowController controller(m_engine.get());
         QVERIFY(controller.window() && !controller.window()->isVisible());
@@ -77,7 +74,6 @@ private slots:
             QCOMPARE(controller.contentSize(t.id).width(), SettingsWindowController::tabWidthValue);
         }
         QCOMPARE(views.size(), SettingsWindowController::tabs().size());
-        // Without a sync monitor the General form is empty.
         QQuickItem* form =
             findItem(tabView(controller, QStringLiteral("general")), QStringLiteral("generalForm"));
         QVERIFY(form && form->childItems().isEmpty());
@@ -89,8 +85,6 @@ private slots:
         QTest::newRow("shown") << true;
     }
 
-    // Back and forth between the tabs: the window fits the selected view, keeps its top-left
-    // corner through every step, and animates only when it is on the screen.
     void selectFitsTheTabAndKeepsTheCorner() {
         QFETCH(bool, shown);
         SettingsWindowController controller(m_engine.get());
@@ -121,7 +115,6 @@ private slots:
             QCOMPARE(window->size(), QSize(SettingsWindowController::tabWidthValue,
                                            SettingsWindowController::toolbarHeightValue + content));
             QCOMPARE(window->position(), corner);
-            // Fixed size: the desktop cannot resize it.
             QCOMPARE(window->minimumSize(), window->size());
             QCOMPARE(window->maximumSize(), window->size());
             for (const auto& t : SettingsWindowController::tabs())
@@ -129,12 +122,10 @@ private slots:
         }
         for (const QPoint& p : std::as_const(corners))
             QCOMPARE(p, corner);
-        // The About tab is shorter than the default box, and its text is not clipped.
         QVERIFY(window->height() < SettingsWindowController::toolbarHeightValue +
                                        SettingsWindowController::initialContentHeight);
         QVERIFY(aboutContentBottom(controller) > 56 + 22);
 
-        // An id that is no tab, a tab's label among them, changes nothing.
         const QRect geometry = window->geometry();
         QSignalSpy tabSpy(&controller, &SettingsWindowController::currentTabChanged);
         controller.select(QString());
@@ -143,7 +134,6 @@ private slots:
         QCOMPARE(window->geometry(), geometry);
     }
 
-    // The window follows the selected view's reported size, not another view's.
     void theHeightFollowsTheSelectedContent() {
         SettingsWindowController controller(m_engine.get());
         QQuickWindow* window = controller.window();
@@ -165,7 +155,6 @@ private slots:
         QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue + 400);
     }
 
-    // A line set after the tab was built reaches it.
     void aboutShowsTheVersionLine() {
         SettingsWindowController controller(m_engine.get());
         controller.setVersionLine(QStringLiteral("版本 —（—）"));
@@ -208,7 +197,6 @@ private slots:
         QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue +
                                        SettingsWindowController::generalHeightValue);
         QCOMPARE(window->geometry().center(), screenCentre());
-        // Nothing left running moves it off the centre afterwards.
         QTest::qWait(SettingsWindowController::resizeDurationMs + 100);
         QCOMPARE(window->geometry().center(), screenCentre());
     }

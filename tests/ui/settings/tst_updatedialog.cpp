@@ -1,4 +1,3 @@
-// The update dialog's window: how it sizes itself for what it shows, and every way it closes.
 #include "QuickWindowTestSupport.h"
 #include "TestData.h"
 #include "settings/UpdateDialogController.h"
@@ -26,7 +25,6 @@ public slots:
     void open(const QUrl& url) { urls.append(url); }
 };
 
-// A missing item is a broken dialog, not a null to skip.
 QQuickItem* find(const UpdateDialogController& dialog, const char* objectName) {
     QQuickItem* item =
         QuickWindowTest::findItem(dialog.window()->contentItem(), QString::fromLatin1(objectName));
@@ -47,8 +45,6 @@ private slots:
     void init() { m_engine = QuickWindowTest::engine(); }
     void cleanup() { m_engine.reset(); }
 
-    // The result replaces the check where the window stands and grows it to fit; long notes
-    // scroll inside a window that stays on the screen.
     void sizing() {
         UpdateDialogController dialog(m_engine.get());
         QQuickWindow* window = dialog.window();
