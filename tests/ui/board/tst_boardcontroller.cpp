@@ -42,36 +42,18 @@ class TestBoardController : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void keys_data() {
-        QTest::addColumn<QString>("list");    // selected list before the key, "" for all
-        QTest::addColumn<QString>("focused"); // focused task before the key
-        QTest::addColumn<bool>("active");     // keyboardActive before the key
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<bool>("handled");
-        QTest::addColumn<QString>("focusAfter");
-        QTest::addColumn<QString>("columnsAfter"); // "=" for unchanged
-        QTest::addColumn<QString>("listAfter");
-        for (const QJsonValue& row : TestData::cases("board-keys.json", "keys")) {
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << row["list"].toString() << row["focused"].toString() << row["active"].toBool()
-                << row["key"].toString() << row["handled"].toBool() << row["focus"].toString()
-                << row["columns"].toString() << row["listAfter"].toString();
-        }
-    }
+    void keys_data() { TestData::addRows("board-keys.json", "keys"); }
 
     void keys() {
-        QFETCH(QString, list);
-        QFETCH(QString, focused);
-        QFETCH(bool, active);
-        QFETCH(QString, key);
-        QFETCH(bool, handled);
-        QFETCH(QString, focusAfter);
-        QFETCH(QString, columnsAfter);
-        QFETCH(QString, listAfter);
-
+        QFETCH(QJsonObject, row);
+        const QString focused = row["focused"].toString();
+        const QString key = row["key"].toString();
+        const bool active = row["active"].toBool();
+        const bool handled = row["handled"].toBool();
+        const QString columnsAfter = row["columns"].toString();
         Board board;
         fillStandardBoard(board);
-        selectList(board, list);
+        selectList(board, row["list"].toString());
         board.focus(focused);
         board.controller->setKeyboardActive(active);
 
@@ -81,10 +63,10 @@ private slots:
                  handled);
         board.controller->syncModels();
 
-        QCOMPARE(board.focusedTitle(), focusAfter);
+        QCOMPARE(board.focusedTitle(), row["focus"].toString());
         QCOMPARE(board.columns(),
                  columnsAfter == QLatin1String("=") ? standardColumns : columnsAfter);
-        QCOMPARE(listName(board), listAfter);
+        QCOMPARE(listName(board), row["listAfter"].toString());
         QCOMPARE(board.controller->keyboardActive(), handled || active);
         const bool opens = handled && active && key == QLatin1String("Return");
         QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(focused) : nullptr);
@@ -249,33 +231,20 @@ private slots:
         QCOMPARE(spy.count(), 4);
     }
 
-    void notificationsReachTheViews_data() {
-        QTest::addColumn<QString>("taskId"); // "T2", or a raw value when not a title
-        QTest::addColumn<bool>("opens");
-
-        QTest::newRow("a task on the board") << "T2" << true;
-        QTest::newRow("an unknown id") << "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01" << false;
-        QTest::newRow("a deleted task") << "T3" << false;
-    }
-
     void notificationsReachTheViews() {
-        QFETCH(QString, taskId);
-        QFETCH(bool, opens);
-
+        const QString unknown = QStringLiteral("6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01");
+        for (const QString& taskId : {QStringLiteral("T2"), unknown, QStringLiteral("T3")}) {
+            Board board;
+            fillStandardBoard(board);
+            const bool opens = taskId == QLatin1String("T2");
+            const QString id = board.byTitle(taskId) ? board.idOf(taskId) : taskId;
+            board.controller->deleteTask(board.byTitle(QStringLiteral("T3")));
+            board.clock.advance(3600 * 1000);
+            board.hub.post(TavikNotification::openTask, {{QStringLiteral("taskId"), id.toUpper()}});
+            QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
+            QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
+        }
         Board board;
-        fillStandardBoard(board);
-        TaskItem* deleted = board.byTitle(QStringLiteral("T3"));
-        const QString id = board.byTitle(taskId) ? board.idOf(taskId) : taskId;
-        board.controller->deleteTask(deleted);
-        board.clock.advance(3600 * 1000);
-
-        QVariantMap info;
-        if (!taskId.isEmpty())
-            info.insert(QStringLiteral("taskId"), id.toUpper());
-        board.hub.post(TavikNotification::openTask, info);
-
-        QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
-        QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
         QSignalSpy blur(board.controller.get(), &BoardController::blurInput);
         board.hub.post(TavikNotification::blurInput);
         QCOMPARE(blur.count(), 1);

@@ -49,25 +49,12 @@ private slots:
         }
     }
 
-    void steps_data() {
-        QTest::addColumn<QString>("from");
-        QTest::addColumn<QString>("to");
-        QTest::addColumn<int>("removes");
-        QTest::addColumn<int>("inserts");
-        QTest::addColumn<int>("moves");
-        for (const QJsonValue& row : TestData::cases("list-diff.json", "steps")) {
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << row["from"].toString() << row["to"].toString() << row["removes"].toInt()
-                << row["inserts"].toInt() << row["moves"].toInt();
-        }
-    }
+    void steps_data() { TestData::addRows("list-diff.json", "steps"); }
 
     void steps() {
-        QFETCH(QString, from);
-        QFETCH(QString, to);
-        QFETCH(int, removes);
-        QFETCH(int, inserts);
-        QFETCH(int, moves);
+        QFETCH(QJsonObject, row);
+        const QString from = row["from"].toString();
+        const QString to = row["to"].toString();
 
         const QList<TaskItem*> source = pick(m_pool, from);
         const QList<TaskItem*> target = pick(m_pool, to);
@@ -76,9 +63,9 @@ private slots:
         for (const ListDiff::Step& step : steps)
             ListDiff::apply(rows, step, target);
         QCOMPARE(titles(rows), titles(target));
-        QCOMPARE(countOf(steps, ListDiff::StepKind::remove), removes);
-        QCOMPARE(countOf(steps, ListDiff::StepKind::insert), inserts);
-        QCOMPARE(countOf(steps, ListDiff::StepKind::move), moves);
+        QCOMPARE(countOf(steps, ListDiff::StepKind::remove), row["removes"].toInt());
+        QCOMPARE(countOf(steps, ListDiff::StepKind::insert), row["inserts"].toInt());
+        QCOMPARE(countOf(steps, ListDiff::StepKind::move), row["moves"].toInt());
     }
 
     void randomChangesKeepTheModelAndItsSignalsInStep() {

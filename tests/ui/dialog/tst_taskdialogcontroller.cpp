@@ -44,7 +44,7 @@ private slots:
         m_work.reset();
     }
 
-    void submit_data() { rows("submit"); }
+    void submit_data() { TestData::addRows("dialog-drafts.json", "submit"); }
 
     void submit() {
         QFETCH(QJsonObject, row);
@@ -96,7 +96,7 @@ private slots:
         QCOMPARE(task->category(), m_work.get());
     }
 
-    void editDirty_data() { rows("dirty"); }
+    void editDirty_data() { TestData::addRows("dialog-drafts.json", "dirty"); }
 
     void editDirty() {
         QFETCH(QJsonObject, row);
@@ -111,7 +111,7 @@ private slots:
         QVERIFY(dialog.editDirty());
     }
 
-    void blurRule_data() { rows("blur"); }
+    void blurRule_data() { TestData::addRows("dialog-drafts.json", "blur"); }
 
     void blurRule() {
         QFETCH(QJsonObject, row);
@@ -234,12 +234,6 @@ private slots:
     }
 
 private:
-    static void rows(const char* key) {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("dialog-drafts.json", key))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-    }
-
     static QDateTime at(const QJsonValue& value) {
         return QDateTime::fromString(value.toString(), Qt::ISODate);
     }

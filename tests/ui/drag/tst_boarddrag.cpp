@@ -115,7 +115,7 @@ private slots:
             QList<QPointF> path;
             for (const QJsonValue& point : row["path"].toArray())
                 path << QPointF(point[0].toDouble(), point[1].toDouble());
-            QTest::newRow(qPrintable(row["tag"].toString())) << path << row["target"].toString();
+            TestData::newRow(row.toObject()) << path << row["target"].toString();
         }
     }
 

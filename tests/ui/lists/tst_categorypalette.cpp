@@ -7,21 +7,14 @@ class TestCategoryPalette : public QObject {
     Q_OBJECT
 
 private slots:
-    void colorFromHex_data() {
-        QTest::addColumn<QString>("hex");
-        QTest::addColumn<QString>("expected");
-        for (const QJsonValue& row : TestData::cases("list-colours.json", "colours"))
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << row["hex"].toString() << row["drawn"].toString();
-    }
+    void colorFromHex_data() { TestData::addRows("list-colours.json", "colours"); }
 
     void colorFromHex() {
-        QFETCH(QString, hex);
-        QFETCH(QString, expected);
-        const QColor color = CategoryPalette::color(hex);
+        QFETCH(QJsonObject, row);
+        const QColor color = CategoryPalette::color(row["hex"].toString());
         QVERIFY(color.isValid());
         QCOMPARE(color.alpha(), 255);
-        QCOMPARE(color.name(QColor::HexRgb), expected);
+        QCOMPARE(color.name(QColor::HexRgb), row["drawn"].toString());
     }
 };
 

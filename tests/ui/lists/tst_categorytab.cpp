@@ -7,11 +7,7 @@ class TestCategoryTab : public QObject {
     Q_OBJECT
 
 private slots:
-    void tabState_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("list-tabs.json", "tabs"))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-    }
+    void tabState_data() { TestData::addRows("list-tabs.json", "tabs"); }
 
     void tabState() {
         QFETCH(QJsonObject, row);

@@ -34,12 +34,6 @@ QDateTime at(const QJsonValue& value) {
     return QDateTime::fromString(value.toString(), Qt::ISODate);
 }
 
-void rows(const char* key) {
-    QTest::addColumn<QJsonObject>("row");
-    for (const QJsonValue& row : TestData::cases("time-list.json", key))
-        QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-}
-
 QString label(const TimeListModel& list, int row) {
     return list.index(row).data(TimeListModel::LabelRole).toString();
 }
@@ -53,42 +47,28 @@ private slots:
 
     void init() { m_clock.setNow(local(2024, 6, 12, 10, 0)); }
 
-    void gridShape_data() {
-        QTest::addColumn<QDate>("month");
-        QTest::addColumn<int>("firstDay");
-        QTest::addColumn<int>("leading");
-        QTest::addColumn<int>("rows");
-        QTest::addColumn<QDate>("firstCell");
-        QTest::addColumn<QDate>("lastCell");
-        const auto date = [](const QJsonValue& v) {
-            return QDate::fromString(v.toString(), Qt::ISODate);
-        };
-        for (const QJsonValue& row : TestData::cases("calendar-grid.json", "shapes")) {
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << date(row["month"]) << row["firstDay"].toInt() << row["leading"].toInt()
-                << row["rows"].toInt() << date(row["first"]) << date(row["last"]);
-        }
-    }
+    void gridShape_data() { TestData::addRows("calendar-grid.json", "shapes"); }
 
     void gridShape() {
-        QFETCH(QDate, month);
-        QFETCH(int, firstDay);
-        QFETCH(int, leading);
-        QFETCH(int, rows);
-        QFETCH(QDate, firstCell);
-        QFETCH(QDate, lastCell);
-
+        QFETCH(QJsonObject, row);
+        const auto date = [&](const char* key) {
+            return QDate::fromString(row[QLatin1String(key)].toString(), Qt::ISODate);
+        };
+        const QDate month = date("month");
+        const QDate firstCell = date("first");
+        const int leading = row["leading"].toInt();
+        const int rows = row["rows"].toInt();
         CalendarGridModel grid(&m_uiClock);
         QAbstractItemModelTester tester(&grid,
                                         QAbstractItemModelTester::FailureReportingMode::QtTest);
-        grid.setFirstDayOfWeek(firstDay);
+        grid.setFirstDayOfWeek(row["firstDay"].toInt());
         grid.setMonthStart(local(month.year(), month.month(), 17, 13, 45));
         QCOMPARE(grid.monthStart(), local(month.year(), month.month(), 1));
         QCOMPARE(grid.leadingDays(), leading);
         QCOMPARE(grid.rows(), rows);
         QCOMPARE(grid.rowCount(), rows * 7);
         QCOMPARE(cellDay(grid, 0), firstCell);
-        QCOMPARE(cellDay(grid, grid.rowCount() - 1), lastCell);
+        QCOMPARE(cellDay(grid, grid.rowCount() - 1), date("last"));
         QCOMPARE(cellDay(grid, leading), month);
 
         const IsoCalendar calendar;
@@ -133,33 +113,28 @@ private slots:
             QVERIFY(grid.index(row).data(R::BeforeMinRole).toBool());
     }
 
-    void timeSlotsAcrossDaylightSaving_data() {
-        QTest::addColumn<QDate>("day");
-        QTest::newRow("Europe springs forward") << QDate(2024, 3, 31);
-        QTest::newRow("North America springs forward") << QDate(2024, 3, 10);
-        QTest::newRow("Europe falls back") << QDate(2024, 10, 27);
-        QTest::newRow("North America falls back") << QDate(2024, 11, 3);
-    }
-
     void timeSlotsAcrossDaylightSaving() {
-        QFETCH(QDate, day);
-        TimeListModel list;
-        list.setInitial(QDateTime(day, QTime(12, 0), Qt::LocalTime));
-        const bool skipsAnHour = !QDateTime(day, QTime(2, 30), Qt::LocalTime).isValid();
-        QCOMPARE(list.rowCount(), skipsAnHour ? 92 : 96);
-        QStringList labels;
-        for (int row = 0; row < list.rowCount(); ++row) {
-            labels.append(label(list, row));
-            if (row > 0)
-                QVERIFY(list.slotAt(row - 1) < list.slotAt(row));
-            QCOMPARE(list.slotAt(row).toLocalTime().date(), day);
+        // Spring forward and fall back in Europe, then in North America.
+        for (const QDate day :
+             {QDate(2024, 3, 31), QDate(2024, 10, 27), QDate(2024, 3, 10), QDate(2024, 11, 3)}) {
+            TimeListModel list;
+            list.setInitial(QDateTime(day, QTime(12, 0), Qt::LocalTime));
+            const bool skipsAnHour = !QDateTime(day, QTime(2, 30), Qt::LocalTime).isValid();
+            QCOMPARE(list.rowCount(), skipsAnHour ? 92 : 96);
+            QStringList labels;
+            for (int row = 0; row < list.rowCount(); ++row) {
+                labels.append(label(list, row));
+                if (row > 0)
+                    QVERIFY(list.slotAt(row - 1) < list.slotAt(row));
+                QCOMPARE(list.slotAt(row).toLocalTime().date(), day);
+            }
+            QCOMPARE(labels.contains(QStringLiteral("02:30")), !skipsAnHour);
+            QCOMPARE(labels.last(), QStringLiteral("23:45"));
+            QCOMPARE(labels.removeDuplicates(), 0);
         }
-        QCOMPARE(labels.contains(QStringLiteral("02:30")), !skipsAnHour);
-        QCOMPARE(labels.last(), QStringLiteral("23:45"));
-        QCOMPARE(labels.removeDuplicates(), 0);
     }
 
-    void timeAnchor_data() { rows("anchors"); }
+    void timeAnchor_data() { TestData::addRows("time-list.json", "anchors"); }
 
     void timeAnchor() {
         QFETCH(QJsonObject, row);
@@ -169,7 +144,7 @@ private slots:
         QCOMPARE(label(list, list.anchorIndex()), row["anchor"].toString());
     }
 
-    void popoverReminderToggle_data() { rows("proposals"); }
+    void popoverReminderToggle_data() { TestData::addRows("time-list.json", "proposals"); }
 
     void popoverReminderToggle() {
         QFETCH(QJsonObject, row);

@@ -20,11 +20,7 @@ class TestTaskMetaController : public QObject {
     Q_OBJECT
 
 private slots:
-    void chips_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("row-chips.json", "chips"))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-    }
+    void chips_data() { TestData::addRows("row-chips.json", "chips"); }
 
     void chips() {
         QFETCH(QJsonObject, row);

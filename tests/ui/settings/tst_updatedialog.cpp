@@ -67,20 +67,12 @@ private slots:
         QVERIFY(window->height() < 400);
     }
 
-    void closing_data() {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<int>("cancels");
-        for (const QJsonValue& row : TestData::cases("update-dialog.json", "closing")) {
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << row["kind"].toString() << row["how"].toString() << row["cancels"].toInt();
-        }
-    }
+    void closing_data() { TestData::addRows("update-dialog.json", "closing"); }
 
     void closing() {
-        QFETCH(QString, kind);
-        QFETCH(QString, how);
-        QFETCH(int, cancels);
+        QFETCH(QJsonObject, row);
+        const QString kind = row["kind"].toString();
+        const QString how = row["how"].toString();
 
         UrlCatcher catcher;
         QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "open");
@@ -110,7 +102,7 @@ private slots:
             dialog.dismiss();
         }
         QTRY_VERIFY(!window->isVisible());
-        QCOMPARE(cancelSpy.count(), cancels);
+        QCOMPARE(cancelSpy.count(), row["cancels"].toInt());
         const bool downloads = kind == QLatin1String("found") &&
                                (how == QLatin1String("download") || how == QLatin1String("return"));
         QCOMPARE(catcher.urls, downloads ? QList<QUrl>{downloadUrl} : QList<QUrl>());

@@ -117,7 +117,9 @@ private slots:
         QCOMPARE(editor()->property("text").toString(), QStringLiteral("你好"));
     }
 
-    void keyDuringCompositionBelongsToTheInputMethod_data() { rows("composingKeys"); }
+    void keyDuringCompositionBelongsToTheInputMethod_data() {
+        TestData::addRows("text-field.json", "composingKeys");
+    }
 
     void keyDuringCompositionBelongsToTheInputMethod() {
         QFETCH(QJsonObject, row);
@@ -157,7 +159,7 @@ private slots:
         QCOMPARE(editor()->property("lineCount").toInt(), 1);
     }
 
-    void returnRules_data() { rows("returns"); }
+    void returnRules_data() { TestData::addRows("text-field.json", "returns"); }
 
     void returnRules() {
         QFETCH(QJsonObject, row);
@@ -180,12 +182,6 @@ private slots:
     }
 
 private:
-    static void rows(const char* key) {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("text-field.json", key))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-    }
-
     QQuickItem* field() const { return m_host->findChild<QQuickItem*>(QStringLiteral("field")); }
 
     QQuickItem* editor() const { return field()->property("editor").value<QQuickItem*>(); }

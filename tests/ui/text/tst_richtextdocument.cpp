@@ -77,7 +77,7 @@ private slots:
     void roundTrip_data() {
         QTest::addColumn<QByteArray>("json");
         for (const QJsonValue& row : TestData::cases("richtext.json", "roundTrips"))
-            QTest::newRow(qPrintable(row["tag"].toString())) << TestData::compact(row["note"]);
+            TestData::newRow(row.toObject()) << TestData::compact(row["note"]);
     }
 
     void roundTrip() {
@@ -119,11 +119,9 @@ private slots:
     }
 
     void editing_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const char* key : {"selection keys", "typing"}) {
-            for (const QJsonValue& row : TestData::cases("richtext.json", key))
-                QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-        }
+        TestData::addRows("richtext.json", "selection keys");
+        for (const QJsonValue& row : TestData::cases("richtext.json", "typing"))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     void editing() {
