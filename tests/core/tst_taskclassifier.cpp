@@ -36,59 +36,44 @@ private slots:
         QCOMPARE(TaskClassifier::bucket(task, now, calendar), *expected);
     }
 
-    void dayBoundaries_data() {
-        QTest::addColumn<QDate>("day");
-        QTest::newRow("ordinary day") << QDate(2024, 6, 12);
-        QTest::newRow("Berlin spring forward") << QDate(2024, 3, 31);
-        QTest::newRow("Berlin fall back") << QDate(2024, 10, 27);
-        QTest::newRow("New York spring forward") << QDate(2024, 3, 10);
-        QTest::newRow("New York fall back") << QDate(2024, 11, 3);
-        QTest::newRow("last day of the year") << QDate(2024, 12, 31);
-    }
-
     void dayBoundaries() {
-        QFETCH(QDate, day);
         const IsoCalendar calendar;
-        const QDateTime start = local(day);
-        const QDateTime nextStart = local(day.addDays(1));
+        // An ordinary day, both time changes in Berlin and in New York, the year's last day.
+        for (const QDate day : {QDate(2024, 6, 12), QDate(2024, 3, 31), QDate(2024, 10, 27),
+                                QDate(2024, 3, 10), QDate(2024, 11, 3), QDate(2024, 12, 31)}) {
+            const QDateTime start = local(day);
+            const QDateTime nextStart = local(day.addDays(1));
 
-        TaskItem byHand(QStringLiteral("hand"), 0, start);
-        byHand.move(Bucket::today, local(day, QTime(12, 0)), calendar);
-        TaskItem explicitOne(QStringLiteral("explicit"), 0, start);
-        explicitOne.schedule(local(day, QTime(23, 30)), start, calendar);
-        QCOMPARE(byHand.dueDate(), start);
-        QCOMPARE(explicitOne.dueDate(), start);
-        for (const QDateTime& now : {start, nextStart.addMSecs(-1)}) {
-            QCOMPARE(TaskClassifier::bucket(byHand, now, calendar), Bucket::today);
-            QCOMPARE(TaskClassifier::bucket(explicitOne, now, calendar), Bucket::today);
+            TaskItem byHand(QStringLiteral("hand"), 0, start);
+            byHand.move(Bucket::today, local(day, QTime(12, 0)), calendar);
+            TaskItem explicitOne(QStringLiteral("explicit"), 0, start);
+            explicitOne.schedule(local(day, QTime(23, 30)), start, calendar);
+            QCOMPARE(byHand.dueDate(), start);
+            QCOMPARE(explicitOne.dueDate(), start);
+            for (const QDateTime& now : {start, nextStart.addMSecs(-1)}) {
+                QCOMPARE(TaskClassifier::bucket(byHand, now, calendar), Bucket::today);
+                QCOMPARE(TaskClassifier::bucket(explicitOne, now, calendar), Bucket::today);
+            }
+
+            const bool sameWeek = calendar.weekKey(start) == calendar.weekKey(nextStart);
+            QCOMPARE(TaskClassifier::bucket(byHand, nextStart, calendar),
+                     sameWeek ? Bucket::thisWeek : Bucket::later);
+            QCOMPARE(TaskClassifier::bucket(explicitOne, nextStart, calendar), Bucket::today);
         }
-
-        const bool sameWeek = calendar.weekKey(start) == calendar.weekKey(nextStart);
-        QCOMPARE(TaskClassifier::bucket(byHand, nextStart, calendar),
-                 sameWeek ? Bucket::thisWeek : Bucket::later);
-        QCOMPARE(TaskClassifier::bucket(explicitOne, nextStart, calendar), Bucket::today);
-    }
-
-    void weekKey_data() {
-        QTest::addColumn<QDate>("date");
-        QTest::addColumn<qint64>("year");
-        QTest::addColumn<qint64>("week");
-        QTest::newRow("2021-01-03 Sunday") << QDate(2021, 1, 3) << qint64(2020) << qint64(53);
-        QTest::newRow("2021-01-04 Monday") << QDate(2021, 1, 4) << qint64(2021) << qint64(1);
-        QTest::newRow("2024-12-30 Monday") << QDate(2024, 12, 30) << qint64(2025) << qint64(1);
-        QTest::newRow("2027-01-01 Friday") << QDate(2027, 1, 1) << qint64(2026) << qint64(53);
-        QTest::newRow("Berlin fall back Sunday")
-            << QDate(2024, 10, 27) << qint64(2024) << qint64(43);
     }
 
     void weekKey() {
-        QFETCH(QDate, date);
-        QFETCH(qint64, year);
-        QFETCH(qint64, week);
         const IsoCalendar calendar;
-        QCOMPARE(TaskClassifier::weekKey(local(date), calendar), (WeekKey{year, week}));
-        QCOMPARE(TaskClassifier::weekKey(local(date, QTime(23, 59, 59)), calendar),
-                 (WeekKey{year, week}));
+        const QList<std::pair<QDate, WeekKey>> cases{
+            {QDate(2021, 1, 3), {2020, 53}},
+            {QDate(2021, 1, 4), {2021, 1}},
+            {QDate(2024, 12, 30), {2025, 1}},
+            {QDate(2027, 1, 1), {2026, 53}},
+            {QDate(2024, 10, 27), {2024, 43}}}; // the last: Berlin's fall-back Sunday
+        for (const auto& [date, key] : cases) {
+            QCOMPARE(TaskClassifier::weekKey(local(date), calendar), key);
+            QCOMPARE(TaskClassifier::weekKey(local(date, QTime(23, 59, 59)), calendar), key);
+        }
     }
 };
 

@@ -9,7 +9,6 @@ class TestTaskText : public QObject {
 private slots:
     void cleaned_data();
     void cleaned();
-    void blank_data();
     void blank();
     void richNoteIsCleanedRunByRun();
 };
@@ -43,19 +42,11 @@ void TestTaskText::cleaned() {
     QCOMPARE(task.note(), note);
 }
 
-void TestTaskText::blank_data() {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("blank");
-    QTest::newRow("empty") << QString() << true;
-    QTest::newRow("spaces") << u" \u3000 "_qs << true;
-    QTest::newRow("zero-width only") << u"\u200b\u200c\u2060\ufeff"_qs << true;
-    QTest::newRow("zero-width around a letter") << u"\u200ba\u200b"_qs << false;
-}
-
 void TestTaskText::blank() {
-    QFETCH(QString, text);
-    QFETCH(bool, blank);
-    QCOMPARE(TaskText::isBlank(text), blank);
+    QVERIFY(TaskText::isBlank(QString()));
+    QVERIFY(TaskText::isBlank(u" \u3000 "_qs));
+    QVERIFY(TaskText::isBlank(u"\u200b\u200c\u2060\ufeff"_qs));
+    QVERIFY(!TaskText::isBlank(u"\u200ba\u200b"_qs));
 }
 
 void TestTaskText::richNoteIsCleanedRunByRun() {

@@ -75,31 +75,23 @@ private slots:
         QCOMPARE(hints.value(QStringLiteral("urgency")).toInt(), 1);
     }
 
-    void noRequestForPastOrFinished_data() {
-        QTest::addColumn<QString>("change");
-        QTest::newRow("reminder equal to now") << "now";
-        QTest::newRow("task completed") << "completed";
-        QTest::newRow("reminder removed") << "cleared";
-    }
-
+    // A reminder moved to now, a completed task and a cleared reminder withdraw the request.
     void noRequestForPastOrFinished() {
-        QFETCH(QString, change);
-
         Rig rig(*m_desktop);
-        TaskItem* task = rig.addTask(QStringLiteral("t"), start.addSecs(3600));
+        TaskItem* atNow = rig.addTask(QStringLiteral("now"), start.addSecs(3600));
+        TaskItem* completed = rig.addTask(QStringLiteral("completed"), start.addSecs(3600));
+        TaskItem* cleared = rig.addTask(QStringLiteral("cleared"), start.addSecs(3600));
         TaskItem* other = rig.addTask(QStringLiteral("other"), start.addSecs(7200));
-        rig.scheduler->sync(task);
-        rig.scheduler->sync(other);
+        for (TaskItem* task : {atNow, completed, cleared, other})
+            rig.scheduler->sync(task);
         QVERIFY(rig.settle());
-        QCOMPARE(rig.center->pendingRequests().size(), 2);
+        QCOMPARE(rig.center->pendingRequests().size(), 4);
 
-        if (change == QLatin1String("now"))
-            task->setReminderAt(rig.clock.now());
-        else if (change == QLatin1String("completed"))
-            task->setCompleted(true, rig.clock.now());
-        else
-            task->setReminderAt(QDateTime());
-        rig.scheduler->sync(task);
+        atNow->setReminderAt(rig.clock.now());
+        completed->setCompleted(true, rig.clock.now());
+        cleared->setReminderAt(QDateTime());
+        for (TaskItem* task : {atNow, completed, cleared})
+            rig.scheduler->sync(task);
 
         QCOMPARE(rig.pendingIdentifiers(), QStringList{ReminderScheduler::identifier(other->id())});
         QVERIFY(rig.settle());

@@ -71,27 +71,19 @@ private slots:
         QTRY_VERIFY(row->property("isEditing").toBool());
     }
 
-    void contextMenuFilesAndDeletes() {
+    // Filing and deleting through this menu are driven by kill_e2e (its "list" and "delete"
+    // edits); here, the tick on the task's own list.
+    void contextMenuTicksTheTasksList() {
         Screen screen;
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
-        QQuickItem* row = screen.row(QStringLiteral("预约牙医"));
-        click(screen.view.get(), row, Qt::RightButton);
+        click(screen.view.get(), screen.row(QStringLiteral("预约牙医")), Qt::RightButton);
         QTRY_VERIFY(screen.menuEntry(QStringLiteral("清单")));
-
         click(screen.view.get(), screen.menuEntry(QStringLiteral("清单")));
         QTRY_VERIFY(screen.menuEntry(QStringLiteral("工作")));
         QCOMPARE(screen.menuEntry(QStringLiteral("个人"))->property("symbol").toString(),
                  QStringLiteral("checkmark"));
-        click(screen.view.get(), screen.menuEntry(QStringLiteral("工作")));
-        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
-        QCOMPARE(task->title(), QStringLiteral("预约牙医"));
-        QCOMPARE(task->category()->name(), QStringLiteral("工作"));
-
-        QTRY_VERIFY(!screen.menuEntry(QStringLiteral("编辑")));
-        click(screen.view.get(), row, Qt::RightButton);
-        QTRY_VERIFY(screen.menuEntry(QStringLiteral("删除")));
-        click(screen.view.get(), screen.menuEntry(QStringLiteral("删除")));
-        QTRY_COMPARE(screen.controller->thisWeekModel()->count(), 1);
+        QCOMPARE(screen.menuEntry(QStringLiteral("工作"))->property("symbol").toString(),
+                 QString());
     }
 
     void clickOnEmptyBoardBlursAndTakesTheKeyboard() {
