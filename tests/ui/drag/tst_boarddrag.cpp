@@ -108,24 +108,18 @@ private slots:
         QCOMPARE(state.translation(), QSizeF(10, 5));
     }
 
-    void targetUnderThePointer_data() {
-        QTest::addColumn<QList<QPointF>>("path");
-        QTest::addColumn<QString>("target");
-        for (const QJsonValue& row : TestData::cases("drag-targets.json", "targets")) {
-            QList<QPointF> path;
-            for (const QJsonValue& point : row["path"].toArray())
-                path << QPointF(point[0].toDouble(), point[1].toDouble());
-            TestData::newRow(row.toObject()) << path << row["target"].toString();
-        }
-    }
+    void targetUnderThePointer_data() { TestData::addRows("drag-targets.json", "targets"); }
 
     void targetUnderThePointer() {
-        QFETCH(QList<QPointF>, path);
-        QFETCH(QString, target);
+        QFETCH(QJsonObject, row);
+        QList<QPointF> path;
+        for (const QJsonValue& point : row["path"].toArray())
+            path << QPointF(point[0].toDouble(), point[1].toDouble());
         Board board;
         fillStandardBoard(board);
         drag(board, QStringLiteral("T1"), path);
-        QCOMPARE(describe(board, board.controller->dragState()->target()), target);
+        QCOMPARE(describe(board, board.controller->dragState()->target()),
+                 row["target"].toString());
     }
 
     void columnsShowThePlaceholder() {
@@ -190,27 +184,22 @@ private slots:
         QCOMPARE(ghostOf(board, Bucket::later), QString());
     }
 
-    void aTaskThatVanishesBeforeTheDropChangesNothing_data() {
-        QTest::addColumn<QPointF>("point");
-        QTest::newRow("onto a column") << QPointF(450, 120);
-        QTest::newRow("onto a tab") << QPointF(130, 20);
-    }
-
     void aTaskThatVanishesBeforeTheDropChangesNothing() {
-        QFETCH(QPointF, point);
-        Board board;
-        fillStandardBoard(board);
-        drag(board, QStringLiteral("L2"), {point});
-        board.model->remove(board.byTitle(QStringLiteral("L2")));
-        board.controller->syncModels();
-        const QString before = board.columns();
-        QCOMPARE(before, QStringLiteral("L1 L3 | W1 W2 | T1 T2 T3"));
+        for (const QPointF point : {QPointF(450, 120), QPointF(130, 20)}) { // a column, a tab
+            Board board;
+            fillStandardBoard(board);
+            drag(board, QStringLiteral("L2"), {point});
+            board.model->remove(board.byTitle(QStringLiteral("L2")));
+            board.controller->syncModels();
+            const QString before = board.columns();
+            QCOMPARE(before, QStringLiteral("L1 L3 | W1 W2 | T1 T2 T3"));
 
-        board.controller->drag()->dragEnded();
-        QTRY_VERIFY_WITH_TIMEOUT(!board.controller->dragState()->draggingId(), 1000);
-        board.controller->syncModels();
-        QCOMPARE(board.columns(), before);
-        QCOMPARE(board.byTitle(QStringLiteral("L1"))->category()->name(), QStringLiteral("A"));
+            board.controller->drag()->dragEnded();
+            QTRY_VERIFY_WITH_TIMEOUT(!board.controller->dragState()->draggingId(), 1000);
+            board.controller->syncModels();
+            QCOMPARE(board.columns(), before);
+            QCOMPARE(board.byTitle(QStringLiteral("L1"))->category()->name(), QStringLiteral("A"));
+        }
     }
 
     void leavingTheBoardEndsTheDragWithoutADrop() {
