@@ -206,11 +206,7 @@ private slots:
                  home.run(QStringList{QStringLiteral("--seed-demo")} + list).out);
     }
 
-    void invocation_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("invocations.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void invocation_data() { TestData::addRows("invocations.json"); }
 
     void invocation() {
         QFETCH(QJsonObject, row);

@@ -77,30 +77,24 @@ private slots:
         }
     }
 
-    void secondCallOfTheDayDoesNothing_data() {
-        QTest::addColumn<QDateTime>("first");
-        QTest::addColumn<QDateTime>("second");
-        QTest::newRow("Berlin's 25-hour day")
-            << local(2024, 10, 27, 0, 30) << local(2024, 10, 27, 23, 30);
-        QTest::newRow("New York's 23-hour day")
-            << local(2024, 3, 10, 0, 30) << local(2024, 3, 10, 23, 30);
-    }
-
+    // Berlin's 25-hour day and New York's 23-hour day.
     void secondCallOfTheDayDoesNothing() {
-        QFETCH(QDateTime, first);
-        QFETCH(QDateTime, second);
-        BoardTest::Store store;
-        NotificationHub hub;
-        const IsoCalendar calendar;
-        ScheduleReconciler::reconcile(*store.context, first, *store.preferences, hub);
+        for (const auto& [first, second] :
+             {std::pair{local(2024, 10, 27, 0, 30), local(2024, 10, 27, 23, 30)},
+              std::pair{local(2024, 3, 10, 0, 30), local(2024, 3, 10, 23, 30)}}) {
+            BoardTest::Store store;
+            NotificationHub hub;
+            const IsoCalendar calendar;
+            ScheduleReconciler::reconcile(*store.context, first, *store.preferences, hub);
 
-        TaskItem* late = store.addTask(QStringLiteral("late"), 2, first);
-        late->move(Bucket::today, calendar.addingDays(first, -1), calendar);
-        ScheduleReconciler::reconcile(*store.context, second, *store.preferences, hub);
-        QVERIFY(late->dueDate().isValid());
-        ScheduleReconciler::reconcile(*store.context, calendar.startOfNextDay(second),
-                                      *store.preferences, hub);
-        QVERIFY(!late->dueDate().isValid());
+            TaskItem* late = store.addTask(QStringLiteral("late"), 2, first);
+            late->move(Bucket::today, calendar.addingDays(first, -1), calendar);
+            ScheduleReconciler::reconcile(*store.context, second, *store.preferences, hub);
+            QVERIFY(late->dueDate().isValid());
+            ScheduleReconciler::reconcile(*store.context, calendar.startOfNextDay(second),
+                                          *store.preferences, hub);
+            QVERIFY(!late->dueDate().isValid());
+        }
     }
 };
 

@@ -32,10 +32,6 @@ inline void addRows(const char* name, const char* key = nullptr) {
         QTest::newRow(qPrintable(row[QLatin1String("name")].toString())) << row.toObject();
 }
 
-inline QJsonArray rows(const QString& name) {
-    return cases(qPrintable(name));
-}
-
 inline QTestData& newRow(const QJsonObject& row) {
     return QTest::newRow(qPrintable(row.value(QLatin1String("name")).toString()));
 }
