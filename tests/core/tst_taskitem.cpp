@@ -104,11 +104,8 @@ private slots:
             QCOMPARE(task.noteData(), noteData);
             QCOMPARE(task.updatedAt(), now);
         }
-    }
 
-    void richNoteWrite() {
-        const QDateTime now = local(2024, 6, 12, 10, 0);
-        TaskItem task(QStringLiteral("t"), 0, now);
+        TaskItem task(QStringLiteral("t"), 0, now); // a write replaces unreadable bytes
         task.setNoteData(QByteArray("garbage"));
         const RichText value({TextRun{QStringLiteral("要点\n"), false, false, false, false, true},
                               TextRun{QStringLiteral("加粗"), true}});
