@@ -7,6 +7,7 @@
 #include "TaskCategory.h"
 #include "board/BoardController.h"
 
+#include <QInputMethodEvent>
 #include <QQmlEngine>
 #include <QQuickView>
 #include <QSignalSpy>
@@ -51,7 +52,56 @@ struct Screen {
     [[nodiscard]] QQuickItem* menuEntry(const QString& text) const {
         return findShown(view->contentItem(), "SymbolMenuItem", "text", text);
     }
+
+    // The task dialog in the board's corner, and its parts by object name.
+    [[nodiscard]] QObject* object(const char* name) const {
+        return view->rootObject()->findChild<QObject*>(QLatin1String(name));
+    }
+    [[nodiscard]] QQuickItem* item(const char* name) const {
+        return qobject_cast<QQuickItem*>(object(name));
+    }
+    [[nodiscard]] QQuickItem* panel() const {
+        return find(view->rootObject(), [](QQuickItem* item) {
+            return QByteArray(item->metaObject()->className()).startsWith("CreateTaskPanel");
+        });
+    }
+    [[nodiscard]] bool dialogOpen() const { return panel()->property("open").toBool(); }
+    [[nodiscard]] QQuickItem* editor(const char* field) const {
+        return item(field)->property("editor").value<QQuickItem*>();
+    }
+
+    // The spring has come to rest when the panel no longer changes size.
+    void settle() const {
+        QSizeF last;
+        for (int i = 0; i < 100; ++i) {
+            QTest::qWait(30);
+            const QSizeF size = panel()->size();
+            if (size == last)
+                return;
+            last = size;
+        }
+    }
+
+    // Clicks the control and waits for its popover; null when it does not open.
+    QObject* openPopover(const char* control, const char* popoverName) const {
+        click(view.get(), item(control));
+        QObject* popover = object(popoverName);
+        const bool opened =
+            popover && QTest::qWaitFor([popover] { return popover->property("opened").toBool(); });
+        return opened ? popover : nullptr;
+    }
+
+    void activate() const {
+        view->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(view.get()));
+    }
 };
+
+void commitText(QQuickItem* editor, const QString& text) {
+    QInputMethodEvent event;
+    event.setCommitString(text);
+    QCoreApplication::sendEvent(editor, &event);
+}
 
 } // namespace
 
@@ -94,6 +144,77 @@ private slots:
         QCOMPARE(posted.count(), 1);
         QCOMPARE(posted.first().first().toString(), TavikNotification::blurInput);
         QTRY_VERIFY(screen.controller->boardFocused());
+    }
+
+    // Driven as a person drives it: clicks, keys and an input method.
+    void dialogCreates() {
+        Screen screen;
+        screen.activate();
+        const qsizetype before = screen.store.context->tasks().size();
+        click(screen.view.get(), screen.item("fab"));
+        screen.settle();
+        QTRY_VERIFY(screen.editor("titleField")->hasActiveFocus());
+        QVERIFY(!screen.item("mainButton")->isEnabled());
+        commitText(screen.editor("titleField"), QStringLiteral("写周报"));
+        QVERIFY(screen.item("mainButton")->isEnabled());
+
+        QObject* lists = screen.openPopover("listPill", "listPopover");
+        QVERIFY(lists);
+        click(screen.view.get(),
+              find(lists->property("contentItem").value<QQuickItem*>(), [](QQuickItem* row) {
+                  return row->property("listName") == QStringLiteral("工作");
+              }));
+        QTRY_VERIFY(!lists->property("visible").toBool());
+
+        // In the note Return makes a line; Ctrl+Return submits from there too.
+        QQuickItem* note = screen.editor("noteField");
+        click(screen.view.get(), note);
+        QTRY_VERIFY(note->hasActiveFocus());
+        commitText(note, QStringLiteral("第一行"));
+        QTest::keyClick(screen.view.get(), Qt::Key_Return);
+        QCOMPARE(screen.store.context->tasks().size(), before);
+        QTest::keyClick(screen.view.get(), Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(screen.store.context->tasks().size(), before + 1);
+        TaskItem* created = nullptr;
+        for (TaskItem* task : screen.store.context->tasks()) {
+            if (task->title() == QStringLiteral("写周报"))
+                created = task;
+        }
+        QVERIFY(created);
+        QCOMPARE(created->note(), QStringLiteral("第一行")); // trimmed
+        QCOMPARE(created->category()->name(), QStringLiteral("工作"));
+        QVERIFY(!screen.dialogOpen());
+    }
+
+    void dialogEditsAndDeletes() {
+        Screen screen;
+        screen.activate();
+        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
+        const QUuid id = task->id();
+        QSignalSpy posted(&screen.hub, &NotificationHub::posted);
+        screen.controller->beginEditing(task);
+        QVERIFY(screen.dialogOpen());
+        screen.settle();
+
+        // Escape closes the popover only.
+        QVERIFY(screen.openPopover("listPill", "listPopover"));
+        QTest::keyClick(screen.view.get(), Qt::Key_Escape);
+        QTRY_VERIFY(!screen.object("listPopover")->property("visible").toBool());
+        QVERIFY(screen.dialogOpen());
+
+        QTest::keyClick(screen.view.get(), Qt::Key_Return, Qt::ControlModifier);
+        const auto saves = std::count_if(posted.cbegin(), posted.cend(), [](const auto& post) {
+            return post.first().toString() == TavikNotification::tasksChanged;
+        });
+        QCOMPARE(saves, 1);
+        QCOMPARE(screen.controller->editingTask(), nullptr); // let go when the card closed
+
+        screen.controller->beginEditing(task);
+        screen.settle();
+        click(screen.view.get(), screen.item("trashButton"));
+        QVERIFY(!screen.store.context->task(id));
+        QVERIFY(!screen.dialogOpen());
+        QCOMPARE(screen.controller->editingTask(), nullptr);
     }
 };
 
