@@ -19,18 +19,22 @@
 #include "TodayOpenCount.h"
 #include "UpdateCheckResult.h"
 #include "UpdaterController.h"
+#include "ai/QuickEntryController.h"
 #include "board/BoardController.h"
 #include "settings/SettingsWindowController.h"
 #include "settings/UpdateDialogController.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QMessageBox>
 #include <QQmlApplicationEngine>
+#include <QQmlComponent>
 #include <QQuickWindow>
 #include <QScreen>
 #include <QSettings>
+#include <algorithm>
 
 Q_LOGGING_CATEGORY(lcApp, "dev.orlen.tavik.app")
 
@@ -55,6 +59,8 @@ AppDelegate::AppDelegate(const Environment& environment, LaunchOptions options, 
 
 AppDelegate::~AppDelegate() {
     // Windows made by the engine go before it, and the views before the board they show.
+    delete m_quickEntryWindow;
+    m_quickEntry.reset();
     m_settings.reset();
     m_updateDialog.reset();
     m_engine.reset();
@@ -97,6 +103,7 @@ void AppDelegate::applicationDidFinishLaunching() {
     m_statusItem = std::make_unique<StatusItem>();
     connect(m_statusItem.get(), &StatusItem::toggleRequested, this, &AppDelegate::toggleWindow);
     connect(m_statusItem.get(), &StatusItem::openBoardRequested, this, &AppDelegate::showWindow);
+    connect(m_statusItem.get(), &StatusItem::quickAddRequested, this, &AppDelegate::showQuickEntry);
     connect(m_statusItem.get(), &StatusItem::settingsRequested, this, &AppDelegate::openSettings);
     connect(m_statusItem.get(), &StatusItem::quitRequested, qApp, &QCoreApplication::quit);
     m_statusItem->show();
@@ -113,9 +120,18 @@ void AppDelegate::applicationDidFinishLaunching() {
     // 13. Updates.
     setupUpdater();
 
-    // 14. The board, unless started in the background (the autostart entry).
-    if (!m_options.background)
+    // 14. The board, unless started in the background (the autostart entry) or for a quick
+    // entry only.
+    if (m_options.quickAdd)
+        showQuickEntry();
+    else if (!m_options.background)
         showWindow();
+    // The quick entry is built once the board has settled, so that its hot key finds it
+    // ready: built from QML on the first press it would take a second or more.
+    QTimer::singleShot(quickEntryPrebuildDelayMs, this, [this] {
+        if (!m_quickEntryWindow)
+            buildQuickEntry();
+    });
 }
 
 void AppDelegate::setupHotKey() {
@@ -124,6 +140,16 @@ void AppDelegate::setupHotKey() {
         if (self)
             self->toggleWindow();
     });
+    m_quickAddHotKey = std::make_unique<GlobalHotKey>(
+        Qt::Key_J, Qt::AltModifier | Qt::ShiftModifier,
+        GlobalHotKey::Binding{
+            2, QStringLiteral("quick-add-2"), QStringLiteral("快速添加任务"),
+            QStringLiteral("[Tavik] RegisterEventHotKey failed (status %1) for Alt+Shift+J; the "
+                           "combo may be taken — use 快速添加 in the menu-bar icon's menu.")},
+        [self] {
+            if (self)
+                self->showQuickEntry();
+        });
 }
 
 void AppDelegate::setupUpdater() {
@@ -338,8 +364,83 @@ void AppDelegate::openSettings() {
     m_settings->openGeneral();
 }
 
+void AppDelegate::buildQuickEntry() {
+    ensureEngine();
+    m_quickEntry =
+        std::make_unique<QuickEntryController>(m_env.aiConfig, m_env.gemini, m_env.clock);
+    m_quickEntry->setCategories(m_board->categoriesModel());
+    // The board's selected list is the default list, and follows it.
+    m_quickEntry->setDefaultListId(m_board->selectedCategoryId());
+    connect(m_board.get(), &BoardController::selectedCategoryIdChanged, m_quickEntry.get(),
+            [this] { m_quickEntry->setDefaultListId(m_board->selectedCategoryId()); });
+    const auto create = [this](const EnhancedDraft& draft) {
+        m_board->createEnhanced(draft);
+        hideQuickEntry();
+    };
+    connect(m_quickEntry.get(), &QuickEntryController::createRequested, this, create);
+    connect(m_quickEntry.get(), &QuickEntryController::createEnhancedRequested, this, create);
+    connect(m_quickEntry.get(), &QuickEntryController::leaveRequested, this,
+            &AppDelegate::hideQuickEntry);
+
+    QQmlComponent component(m_engine.get(),
+                            QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/ai/QuickEntryWindow.qml")));
+    if (!component.isReady()) {
+        qCCritical(lcApp) << "the quick-entry window failed to load:" << component.errorString();
+        return;
+    }
+    QObject* object = component.createWithInitialProperties(
+        {{QStringLiteral("entry"), QVariant::fromValue(m_quickEntry.get())}});
+    m_quickEntryWindow = qobject_cast<QQuickWindow*>(object);
+    if (!m_quickEntryWindow) {
+        qCCritical(lcApp) << "the quick-entry window failed to load:" << component.errorString();
+        delete object;
+        return;
+    }
+    connect(m_quickEntryWindow, SIGNAL(leaveRequested()), this, SLOT(hideQuickEntry()));
+}
+
+void AppDelegate::placeQuickEntry() {
+    QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (!screen)
+        return;
+    // The bar stands at the top third of the screen; the window is larger than the bar, so
+    // it is kept on the screen.
+    const QRect available = screen->availableGeometry();
+    const int barTop = m_quickEntryWindow->property("barTop").toInt();
+    const int x = available.center().x() - m_quickEntryWindow->width() / 2;
+    const int y = available.top() + available.height() / 3 - barTop;
+    m_quickEntryWindow->setPosition(
+        std::clamp(x, available.left(),
+                   std::max(available.left(), available.right() - m_quickEntryWindow->width())),
+        std::clamp(y, available.top(),
+                   std::max(available.top(), available.bottom() - m_quickEntryWindow->height())));
+}
+
+void AppDelegate::showQuickEntry() {
+    if (!m_board)
+        return;
+    if (!m_quickEntryWindow)
+        buildQuickEntry();
+    if (!m_quickEntryWindow)
+        return;
+    placeQuickEntry();
+    m_quickEntry->windowShown();
+    m_quickEntryWindow->show();
+    m_quickEntryWindow->raise();
+    m_quickEntryWindow->requestActivate();
+}
+
+void AppDelegate::hideQuickEntry() {
+    if (m_quickEntryWindow && m_quickEntryWindow->isVisible())
+        m_quickEntryWindow->hide();
+}
+
 void AppDelegate::handleLaunch(const LaunchOptions& options) {
-    if (options.toggle)
+    if (options.quickAdd)
+        showQuickEntry();
+    else if (options.toggle)
         toggleWindow();
     else
         showWindow();

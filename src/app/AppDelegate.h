@@ -9,14 +9,17 @@
 #include <QTimer>
 #include <memory>
 
+class AIConfig;
 class BoardController;
 class BoardModel;
 class Clock;
 class DayChangeWatcher;
+class GeminiClient;
 class GlobalHotKey;
 class NotificationCenter;
 class ModelContainer;
 class NotificationHub;
+class QuickEntryController;
 class Preferences;
 class QQmlApplicationEngine;
 class ReminderResponseRouter;
@@ -38,6 +41,8 @@ public:
     // An edit that posts nothing is saved as soon as the event loop is free: one save is one
     // fsync (a few ms), and edits made within one event share it.
     static constexpr int autosaveDelayMs = 0;
+    // After launch, when the quick-entry window is built ahead of its first use.
+    static constexpr int quickEntryPrebuildDelayMs = 800;
 
     // The long-lived collaborators, built by main() in dependency order; all outlive the
     // delegate.
@@ -51,6 +56,8 @@ public:
         ReminderResponseRouter& responses;
         SoundPlayer& sounds;
         UpdaterController& updater;
+        AIConfig& aiConfig;
+        GeminiClient& gemini;
     };
 
     AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent = nullptr);
@@ -62,6 +69,8 @@ public:
     Q_INVOKABLE void toggleWindow();
     Q_INVOKABLE void hideWindow();
     Q_INVOKABLE void openSettings();
+    // The quick-entry window, whether or not the board is shown; the board stays as it is.
+    Q_INVOKABLE void showQuickEntry();
     void refreshMenuBarCount();
     void updateMenuBarCount();
     [[nodiscard]] int todayOpenCount() const;
@@ -72,6 +81,10 @@ public:
     [[nodiscard]] QQuickWindow* window() const { return m_window; }
 
     [[nodiscard]] GlobalHotKey* hotKey() const { return m_toggleHotKey.get(); }
+    [[nodiscard]] QQuickWindow* quickEntryWindow() const { return m_quickEntryWindow; }
+
+public slots:
+    void hideQuickEntry();
 
 private:
     void setupHotKey();
@@ -82,6 +95,8 @@ private:
     void observeTaskChanges();
     void saveBeforeLeaving();
     void buildWindow();
+    void buildQuickEntry();
+    void placeQuickEntry();
     void restoreFrame();
     void saveFrame();
 
@@ -91,10 +106,13 @@ private:
     std::unique_ptr<UpdateDialogController> m_updateDialog;
     std::unique_ptr<SettingsWindowController> m_settings;
     std::unique_ptr<GlobalHotKey> m_toggleHotKey;
+    std::unique_ptr<GlobalHotKey> m_quickAddHotKey;
     std::unique_ptr<BoardModel> m_boardModel;
     std::unique_ptr<BoardController> m_board;
     std::unique_ptr<QQmlApplicationEngine> m_engine;
     QPointer<QQuickWindow> m_window;
+    std::unique_ptr<QuickEntryController> m_quickEntry;
+    QPointer<QQuickWindow> m_quickEntryWindow;
     std::unique_ptr<StatusItem> m_statusItem;
     std::unique_ptr<DayChangeWatcher> m_dayWatcher;
     QTimer m_frameSaver;

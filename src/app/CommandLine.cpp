@@ -16,6 +16,7 @@
 #include "TavikContainer.h"
 #include "TodayOpenCount.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -69,7 +70,10 @@ struct ReadStore {
 // that does not exist yet is made (and seeded), as --seed-demo promises.
 ReadStore openForReading(bool demo, const QDateTime& now, ModelContext::OpenMode mode) {
     ReadStore store;
-    const QString path = demo ? TavikContainer::demoStorePath() : TavikContainer::realStorePath();
+    // Asked of the folder first: the container's paths make the folder.
+    const QString dataDir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
+    const QString path = QDir(dataDir).filePath(
+        QLatin1String(demo ? TavikContainer::demoStoreName : TavikContainer::realStoreName));
     if (demo && !QFileInfo::exists(path)) {
         store.container = TavikContainer::createDemo(&store.error).container;
         if (store.container)
@@ -235,7 +239,7 @@ QString helpText() {
         "\n"
         "Tavik is a personal to-do board. Without a command it starts the board in the tray\n"
         "and shows its window (--background: tray only; --toggle: show or hide the board\n"
-        "of the running Tavik).\n"
+        "of the running Tavik; --quick-add: the quick-entry window).\n"
         "\n"
         "Commands:\n"
         "  --list [COLUMN] [--json]  Print the board as it stands now: the columns later,\n"

@@ -18,10 +18,6 @@ Q_LOGGING_CATEGORY(lcHotKey, "dev.orlen.tavik.hotkey")
 
 namespace {
 
-// The process has one hot key, the board's toggle. The portal remembers a binding by its
-// shortcut id, so the id stays "toggle-board-1" from launch to launch.
-constexpr quint32 kToggleHotKeyID = 1;
-
 constexpr quint16 kLockMask = XCB_MOD_MASK_LOCK; // CapsLock
 constexpr quint16 kNumLockMask = XCB_MOD_MASK_2; // NumLock on nearly every layout
 constexpr quint16 kLockVariants[] = {0, kLockMask, kNumLockMask, kLockMask | kNumLockMask};
@@ -96,12 +92,17 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PortalShortcut& s
 
 GlobalHotKey::GlobalHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers,
                            std::function<void()> onFire, QObject* parent)
+    : GlobalHotKey(key, modifiers, Binding{}, std::move(onFire), parent) {}
+
+GlobalHotKey::GlobalHotKey(Qt::Key key, Qt::KeyboardModifiers modifiers, Binding binding,
+                           std::function<void()> onFire, QObject* parent)
     : QObject(parent)
     , m_key(key)
     , m_modifiers(modifiers)
     , m_onFire(std::move(onFire))
-    , m_hotKeyID(kToggleHotKeyID)
-    , m_shortcutId(QStringLiteral("toggle-board-%1").arg(m_hotKeyID)) {
+    , m_binding(std::move(binding))
+    , m_hotKeyID(m_binding.id)
+    , m_shortcutId(m_binding.shortcutId) {
     installHandler();
     registerKey();
 }
@@ -111,6 +112,17 @@ GlobalHotKey::~GlobalHotKey() {
         unregisterX11();
     if (m_handlerInstalled && QCoreApplication::instance())
         QCoreApplication::instance()->removeNativeEventFilter(this);
+}
+
+void GlobalHotKey::logTaken(const QString& status) const {
+    if (m_binding.takenLine.isEmpty()) {
+        qCWarning(lcHotKey).noquote()
+            << QStringLiteral("[Tavik] RegisterEventHotKey failed (status %1); the combo may be "
+                              "taken — use the menu-bar icon.")
+                   .arg(status);
+        return;
+    }
+    qCWarning(lcHotKey).noquote() << m_binding.takenLine.arg(status);
 }
 
 void GlobalHotKey::installHandler() {
@@ -149,8 +161,7 @@ bool GlobalHotKey::registerX11() {
     m_x11Modifiers = x11Modifiers(m_modifiers);
     m_root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     if (!m_keycode) {
-        qCWarning(lcHotKey).noquote() << "[Tavik] RegisterEventHotKey failed (status -1); the "
-                                         "combo may be taken — use the menu-bar icon.";
+        logTaken(QStringLiteral("-1"));
         return false;
     }
 
@@ -170,10 +181,7 @@ bool GlobalHotKey::registerX11() {
         for (quint16 locks : kLockVariants)
             xcb_ungrab_key(connection, m_keycode, m_root, m_x11Modifiers | locks);
         xcb_flush(connection);
-        qCWarning(lcHotKey).noquote()
-            << QStringLiteral("[Tavik] RegisterEventHotKey failed (status %1); the combo may be "
-                              "taken — use the menu-bar icon.")
-                   .arg(status);
+        logTaken(QString::number(status));
         return false;
     }
     xcb_flush(connection);
@@ -207,8 +215,7 @@ bool GlobalHotKey::nativeEventFilter(const QByteArray& eventType, void* message,
 void GlobalHotKey::registerPortal() {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        qCWarning(lcHotKey).noquote() << "[Tavik] RegisterEventHotKey failed (status -1); the "
-                                         "combo may be taken — use the menu-bar icon.";
+        logTaken(QStringLiteral("-1"));
         return;
     }
     const QString token = QStringLiteral("tavik%1").arg(QRandomGenerator::global()->generate());
@@ -224,19 +231,13 @@ void GlobalHotKey::registerPortal() {
                 SLOT(portalSessionCreated(uint, QVariantMap)));
     const QDBusMessage reply = bus.call(create, QDBus::Block, 2000);
     if (reply.type() != QDBusMessage::ReplyMessage) {
-        qCWarning(lcHotKey).noquote()
-            << QStringLiteral("[Tavik] RegisterEventHotKey failed (status %1); the combo may be "
-                              "taken — use the menu-bar icon.")
-                   .arg(reply.errorName().isEmpty() ? QStringLiteral("-1") : reply.errorName());
+        logTaken(reply.errorName().isEmpty() ? QStringLiteral("-1") : reply.errorName());
     }
 }
 
 void GlobalHotKey::portalSessionCreated(uint response, const QVariantMap& results) {
     if (response != 0) {
-        qCWarning(lcHotKey).noquote()
-            << QStringLiteral("[Tavik] RegisterEventHotKey failed (status %1); the combo may be "
-                              "taken — use the menu-bar icon.")
-                   .arg(response);
+        logTaken(QString::number(response));
         return;
     }
     m_portalSession = results.value(QStringLiteral("session_handle")).toString();
@@ -244,7 +245,7 @@ void GlobalHotKey::portalSessionCreated(uint response, const QVariantMap& result
     qDBusRegisterMetaType<QList<PortalShortcut>>();
     const QList<PortalShortcut> shortcuts{
         {m_shortcutId,
-         {{QStringLiteral("description"), QStringLiteral("显示或隐藏 Tavik 看板")},
+         {{QStringLiteral("description"), m_binding.description},
           {QStringLiteral("preferred_trigger"), portalTrigger(m_key, m_modifiers)}}}};
     QDBusMessage bind = QDBusMessage::createMethodCall(
         kPortalService, kPortalPath, kShortcutsInterface, QStringLiteral("BindShortcuts"));
@@ -255,10 +256,7 @@ void GlobalHotKey::portalSessionCreated(uint response, const QVariantMap& result
     const QDBusMessage reply = QDBusConnection::sessionBus().call(bind, QDBus::Block, 2000);
     m_registered = reply.type() == QDBusMessage::ReplyMessage;
     if (!m_registered) {
-        qCWarning(lcHotKey).noquote()
-            << QStringLiteral("[Tavik] RegisterEventHotKey failed (status %1); the combo may be "
-                              "taken — use the menu-bar icon.")
-                   .arg(reply.errorName());
+        logTaken(reply.errorName());
     }
 }
 

@@ -14,6 +14,7 @@ const QString kHelp = QStringLiteral("help");
 const QString kSeedDemo = QStringLiteral("seed-demo");
 const QString kBackground = QStringLiteral("background");
 const QString kToggle = QStringLiteral("toggle");
+const QString kQuickAdd = QStringLiteral("quick-add");
 const QString kDebugFrame = QStringLiteral("debug-frame");
 const QString kDebugOpenEditor = QStringLiteral("debug-open-editor");
 const QString kDebugDoneOpen = QStringLiteral("debug-done-open");
@@ -34,6 +35,7 @@ LaunchOptions LaunchOptions::parse(const QStringList& arguments) {
         {kSeedDemo, {}},
         {kBackground, {}},
         {kToggle, {}},
+        {kQuickAdd, {}},
         {kDebugFrame, {}},
         {kDebugOpenEditor, {}},
         {kDebugDoneOpen, {}},
@@ -54,6 +56,7 @@ LaunchOptions LaunchOptions::parse(const QStringList& arguments) {
     options.seedDemo = parser.isSet(kSeedDemo);
     options.background = parser.isSet(kBackground);
     options.toggle = parser.isSet(kToggle);
+    options.quickAdd = parser.isSet(kQuickAdd);
     options.debugFrame = parser.isSet(kDebugFrame);
     options.debugOpenEditor = parser.isSet(kDebugOpenEditor);
     options.debugDoneOpen = parser.isSet(kDebugDoneOpen);

@@ -29,6 +29,7 @@ struct LaunchOptions {
     bool seedDemo = false;
     bool background = false; // tray only
     bool toggle = false;     // show or hide the running board
+    bool quickAdd = false;   // the quick-entry window, without the board
     bool debugFrame = false; // a fixed window frame, not saved
     bool debugOpenEditor = false;
     bool debugDoneOpen = false;

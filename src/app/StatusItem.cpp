@@ -97,6 +97,7 @@ void StatusItem::showStatusMenu() {
     delete m_menu;
     m_menu = new QMenu;
     m_menu->addAction(QStringLiteral("打开 Tavik"), this, &StatusItem::openBoardRequested);
+    m_menu->addAction(QStringLiteral("快速添加"), this, &StatusItem::quickAddRequested);
     m_menu->addSeparator();
     QAction* settings =
         m_menu->addAction(QStringLiteral("设置…"), this, &StatusItem::settingsRequested);

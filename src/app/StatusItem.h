@@ -25,6 +25,7 @@ public:
 signals:
     void toggleRequested();
     void openBoardRequested();
+    void quickAddRequested();
     void settingsRequested();
     void quitRequested();
 

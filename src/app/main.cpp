@@ -1,7 +1,10 @@
+#include "AIConfig.h"
 #include "AppDelegate.h"
 #include "Clock.h"
 #include "CommandLine.h"
 #include "FilePrivacy.h"
+#include "GeminiClient.h"
+#include "KeychainStore.h"
 #include "LaunchOptions.h"
 #include "ModelContainer.h"
 #include "NotificationCenter.h"
@@ -156,13 +159,20 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     const SharedInstall<SoundPlayer> sharedSounds(sounds);
     UpdaterController updater(&network, hub, UpdaterController::Options::fromBuild());
     const SharedInstall<UpdaterController> sharedUpdater(updater);
+    // AI: the key from the Secret Service, the switch and the model from the preferences, and
+    // the one client, on the same network access as everything else.
+    KeychainStore keys;
+    AIConfig aiConfig(preferences, keys);
+    const SharedInstall<AIConfig> sharedAIConfig(aiConfig);
+    GeminiClient gemini(&network, GeminiClient::Options{});
+    const SharedInstall<GeminiClient> sharedGemini(gemini);
 
     QFontDatabase::addApplicationFont(QStringLiteral(
         "/usr/share/fonts/truetype/materialdesignicons-webfont/materialdesignicons-webfont.ttf"));
 
     AppDelegate delegate(AppDelegate::Environment{clock, preferences, hub, *container,
                                                   notificationCenter, reminders, responses, sounds,
-                                                  updater},
+                                                  updater, aiConfig, gemini},
                          options);
     // A second launch hands over its arguments; they are read with the same parser.
     QObject::connect(&instance, &SingleInstance::argumentsReceived, &delegate,

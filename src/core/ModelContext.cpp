@@ -184,10 +184,10 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
     db.setDatabaseName(path);
     // A short wait covers a reader (tavik --list) holding the file for a moment; a store
     // that stays locked must fail the save rather than freeze the board.
-    QString options = QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000");
-    if (mode != OpenMode::readWrite)
-        options += QStringLiteral(";QSQLITE_OPEN_READONLY");
-    db.setConnectOptions(options);
+    // Reading opens never write a record, a schema or a pragma; they are still SQLite
+    // read-write connections, so that the last one to close folds the journal back into the
+    // store and removes the -wal and -shm it needed, leaving the folder as it found it.
+    db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=1000"));
     if (!db.open()) {
         message = describe(db.lastError());
         return nullptr;

@@ -1,11 +1,12 @@
 #include "TaskCategory.h"
 
 #include "ModelContext.h"
+#include "TaskText.h"
 
 TaskCategory::TaskCategory(const QString& name, const QString& colorHex, qint64 sortIndex,
                            const QDateTime& now)
     : m_id(QUuid::createUuid())
-    , m_name(name)
+    , m_name(TaskText::cleanTitle(name))
     , m_colorHex(colorHex)
     , m_sortIndex(sortIndex)
     , m_createdAt(now.toUTC()) {}
@@ -19,7 +20,9 @@ void TaskCategory::markChanged() {
         m_context->recordChanged(this);
 }
 
-void TaskCategory::setName(const QString& name) {
+void TaskCategory::setName(const QString& raw) {
+    // A list's name is a line, like a title: the same bounds at every door.
+    const QString name = TaskText::cleanTitle(raw);
     if (m_name == name)
         return;
     m_name = name;

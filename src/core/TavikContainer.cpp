@@ -24,11 +24,11 @@ QString storeDirectory() {
 }
 
 QString realStorePath() {
-    return QDir(storeDirectory()).filePath(QStringLiteral("tavik.store"));
+    return QDir(storeDirectory()).filePath(QLatin1String(realStoreName));
 }
 
 QString demoStorePath() {
-    return QDir(storeDirectory()).filePath(QStringLiteral("tavik-demo.store"));
+    return QDir(storeDirectory()).filePath(QLatin1String(demoStoreName));
 }
 
 Opened create(bool cloudSync, const MirrorAttacher& attacher, QString* error) {

@@ -16,7 +16,11 @@ struct SyncAvailability {
     QString reason; // the error's text, for `unavailable`
 };
 
-// The directory holding the stores: the application data location.
+// The stores' file names in the directory below.
+inline constexpr char realStoreName[] = "tavik.store";
+inline constexpr char demoStoreName[] = "tavik-demo.store";
+
+// The directory holding the stores: the application data location, made if missing.
 [[nodiscard]] QString storeDirectory();
 [[nodiscard]] QString realStorePath(); // "<dir>/tavik.store"
 [[nodiscard]] QString demoStorePath(); // "<dir>/tavik-demo.store"

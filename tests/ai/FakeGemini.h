@@ -13,6 +13,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
+#include <QTimer>
+#include <memory>
 #include <sys/socket.h>
 
 // A whole fixture file as one object.
@@ -70,10 +72,17 @@ protected:
             const QByteArray body = answer.contains("json")
                                         ? QJsonDocument(answer["json"].toObject()).toJson()
                                         : answer["text"].toString().toUtf8();
-            makeResponder(request, socket)
-                .write(body,
-                       {{"Content-Type", answer["type"].toString("application/json").toUtf8()}},
-                       QHttpServerResponder::StatusCode(answer["status"].toInt(200)));
+            // A model takes its time: "delayMs" holds the answer back that long.
+            auto responder = std::make_shared<QHttpServerResponder>(makeResponder(request, socket));
+            const auto respond = [responder, body, answer] {
+                responder->write(
+                    body, {{"Content-Type", answer["type"].toString("application/json").toUtf8()}},
+                    QHttpServerResponder::StatusCode(answer["status"].toInt(200)));
+            };
+            if (answer["delayMs"].toInt() > 0)
+                QTimer::singleShot(answer["delayMs"].toInt(), socket, respond);
+            else
+                respond();
         }
         return true;
     }

@@ -1,4 +1,5 @@
 #include "RichText.h"
+#include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskText.h"
 
@@ -40,6 +41,12 @@ void TestTaskText::cleaned() {
     QCOMPARE(task.title(), title);
     task.setNote(input);
     QCOMPARE(task.note(), note);
+    // A list's name is a line too.
+    TaskCategory list(input, QStringLiteral("#34C759"), 0, QDateTime::currentDateTimeUtc());
+    QCOMPARE(list.name(), title);
+    list.setName(QStringLiteral("other"));
+    list.setName(input);
+    QCOMPARE(list.name(), title);
 }
 
 void TestTaskText::blank() {

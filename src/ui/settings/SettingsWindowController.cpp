@@ -67,6 +67,8 @@ const QList<SettingsTab>& SettingsWindowController::tabs() {
     static const QList<SettingsTab> list{
         {QStringLiteral("general"), QStringLiteral("通用"), QStringLiteral("gearshape"),
          paneSource("GeneralSettingsPane.qml")},
+        {QStringLiteral("ai"), QStringLiteral("AI"), QStringLiteral("sparkles"),
+         QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/ai/AISettingsPane.qml"))},
         {QStringLiteral("about"), QStringLiteral("关于"), QStringLiteral("info.circle"),
          paneSource("AboutSettingsPane.qml")},
     };
