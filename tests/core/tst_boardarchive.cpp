@@ -1,5 +1,6 @@
 #include "BoardArchive.h"
 #include "BoardTestSupport.h"
+#include "DemoData.h"
 #include "ModelContext.h"
 #include "TaskCategory.h"
 #include "TestData.h"
@@ -177,6 +178,31 @@ private slots:
         records = BoardArchive::read(document, &error);
         QVERIFY(BoardArchive::restore(*target.context, std::move(*records), &error));
         QCOMPARE(snapshot(*target.reopen()), snapshot(*source.context));
+    }
+
+    void demoSeedsOnlyAStoreWithoutTasks() {
+        BoardTest::Store store;
+        const QDateTime now = BoardTest::local(2024, 6, 12, 16, 0);
+        store.context->insert(new TaskCategory(QStringLiteral("我的"), {}, 1, now));
+        QVERIFY(store.context->save());
+
+        DemoData::seedIfEmpty(*store.context, now);
+        QVERIFY(!store.context->hasChanges());
+        QCOMPARE(store.reopen()->tasks().size(), 13);
+        QCOMPARE(store.reopen()->categories().size(), 3);
+
+        store.context->remove(store.context->tasks().first());
+        DemoData::seedIfEmpty(*store.context, now);
+        QCOMPARE(store.context->tasks().size(), 12);
+        QCOMPARE(store.context->categories().size(), 3);
+    }
+
+    void demoWhoseSaveFailsIsDropped() {
+        BoardTest::Store store;
+        QVERIFY(BoardTest::SideConnection(store.path()).exec(QStringLiteral("DROP TABLE tasks")));
+        DemoData::seedIfEmpty(*store.context, BoardTest::local(2024, 6, 12, 16, 0));
+        QCOMPARE(store.context->tasks().size(), 13);
+        QVERIFY(store.context->hasChanges());
     }
 };
 

@@ -1,4 +1,5 @@
 #include "TestData.h"
+#include "lists/CategoryPalette.h"
 #include "lists/CategoryTabController.h"
 
 #include <QTest>
@@ -19,6 +20,16 @@ private slots:
         QCOMPARE(tab.swatchFilled(), row["filled"].toBool());
         QCOMPARE(tab.showsHotCapsule(), row["capsule"].toBool());
         QCOMPARE(tab.horizontalPadding(), row["padding"].toInt());
+    }
+
+    void colorFromHex_data() { TestData::addRows("list-colours.json", "colours"); }
+
+    void colorFromHex() {
+        QFETCH(QJsonObject, row);
+        const QColor color = CategoryPalette::color(row["hex"].toString());
+        QVERIFY(color.isValid());
+        QCOMPARE(color.alpha(), 255);
+        QCOMPARE(color.name(QColor::HexRgb), row["drawn"].toString());
     }
 };
 
