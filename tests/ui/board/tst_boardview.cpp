@@ -216,6 +216,40 @@ private slots:
         QVERIFY(!screen.dialogOpen());
         QCOMPARE(screen.controller->editingTask(), nullptr);
     }
+
+    // Escape closes the card, but not while an input method composes in its note.
+    void drawerEscapeWaitsForTheInputMethod() {
+        Screen screen;
+        screen.activate();
+        QObject* root = screen.view->rootObject();
+        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
+        task->setNote(QString());
+        const auto drawerTask = [root] { return root->property("drawerTask").value<QObject*>(); };
+        QQuickItem* overlay = find(root, [](QQuickItem* item) {
+            return QByteArray(item->metaObject()->className()).startsWith("TaskDrawerOverlay");
+        });
+        QVERIFY(overlay);
+        root->setProperty("drawerTask", QVariant::fromValue(task));
+        QTest::keyClick(screen.view.get(), Qt::Key_Escape);
+        QTRY_COMPARE(drawerTask(), nullptr);
+
+        root->setProperty("drawerTask", QVariant::fromValue(task));
+        auto* card = qvariant_cast<QQuickItem*>(overlay->property("drawer"));
+        QVERIFY(card);
+        auto* editor = qvariant_cast<QQuickItem*>(card->property("noteEditor"));
+        editor->forceActiveFocus();
+        QTest::keyClick(screen.view.get(), 'a');
+        QVERIFY(task->note().isEmpty());
+        QInputMethodEvent compose(QStringLiteral("zhong"), {});
+        QCoreApplication::sendEvent(editor, &compose);
+        QVERIFY(editor->property("inputMethodComposing").toBool());
+        QTest::keyClick(screen.view.get(), Qt::Key_Escape);
+        QCOMPARE(drawerTask(), task);
+        QInputMethodEvent cancel;
+        QCoreApplication::sendEvent(editor, &cancel);
+        root->setProperty("drawerTask", QVariant());
+        QCOMPARE(task->note(), QStringLiteral("a"));
+    }
 };
 
 QTEST_MAIN(TestBoardView)

@@ -3,25 +3,16 @@
 #include "Clock.h"
 #include "IsoCalendar.h"
 #include "Notifications.h"
-#include "QuickWindowTestSupport.h"
 #include "board/BoardController.h"
 #include "drawer/TaskDrawerController.h"
 #include "text/RichTextDocument.h"
 
-#include <QInputMethodEvent>
-#include <QQmlComponent>
-#include <QQmlEngine>
-#include <QQuickItem>
-#include <QQuickView>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 #include <QTextDocument>
-#include <QtQml/qqmlextensionplugin.h>
 #include <memory>
 #include <tuple>
-
-Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
 using BoardTest::local;
 
@@ -63,12 +54,7 @@ private slots:
         m_helper.setDocument(&m_document);
     }
 
-    void cleanup() {
-        m_view.reset();
-        m_board.reset();
-        m_model.reset();
-        m_store.reset();
-    }
+    void cleanup() { m_store.reset(); }
 
     void cardHeight() {
         // Note height, limit, card height: past 290 the card grows; never below 400.
@@ -213,31 +199,6 @@ private slots:
         QVERIFY(dropped.isEmpty());
     }
 
-    void overlayCloses() {
-        TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow);
-        QQuickItem* overlay = showOverlay(task, QSize(900, 700));
-        QVERIFY(overlay);
-        QSignalSpy closeRequested(overlay, SIGNAL(closeRequested()));
-        auto* card = qvariant_cast<QQuickItem*>(overlay->property("drawer"));
-        QVERIFY(card);
-        QTest::keyClick(m_view.get(), Qt::Key_Escape);
-        QCOMPARE(closeRequested.size(), 1);
-
-        auto* editor = qvariant_cast<QQuickItem*>(card->property("noteEditor"));
-        editor->forceActiveFocus();
-        QTest::keyClick(m_view.get(), 'a');
-        QVERIFY(task->note().isEmpty());
-        QInputMethodEvent compose(QStringLiteral("zhong"), {});
-        QCoreApplication::sendEvent(editor, &compose);
-        QVERIFY(editor->property("inputMethodComposing").toBool());
-        QTest::keyClick(m_view.get(), Qt::Key_Escape);
-        QCOMPARE(closeRequested.size(), 1);
-        QInputMethodEvent cancel;
-        QCoreApplication::sendEvent(editor, &cancel);
-        overlay->setProperty("task", QVariant::fromValue<TaskItem*>(nullptr));
-        QCOMPARE(task->note(), QStringLiteral("a"));
-    }
-
 private:
     void attach(TaskDrawerController& drawer, TaskItem* task) {
         drawer.setClock(&m_clock);
@@ -247,41 +208,12 @@ private:
         drawer.setTask(task);
     }
 
-    QQuickItem* showOverlay(TaskItem* task, QSize size) {
-        m_view = std::make_unique<QQuickView>();
-        m_view->engine()->addImportPath(QStringLiteral("qrc:/qt/qml"));
-        m_view->resize(size);
-        QQmlComponent component(
-            m_view->engine(),
-            QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/drawer/TaskDrawerOverlay.qml")));
-        m_model =
-            std::make_unique<BoardModel>(*m_store->context, *m_store->preferences, m_clock, m_hub);
-        m_board = std::make_unique<BoardController>(*m_model, m_clock, m_hub);
-        auto* overlay = qobject_cast<QQuickItem*>(component.createWithInitialProperties(
-            {{QStringLiteral("board"), QVariant::fromValue(m_board.get())}}));
-        if (!overlay) {
-            qWarning() << component.errorString();
-            return nullptr;
-        }
-        overlay->setParentItem(m_view->contentItem());
-        overlay->setParent(m_view->contentItem());
-        overlay->setSize(size);
-        overlay->setProperty("task", QVariant::fromValue(task));
-        m_view->show();
-        if (!QTest::qWaitForWindowExposed(m_view.get()))
-            return nullptr;
-        return overlay;
-    }
-
     std::unique_ptr<BoardTest::Store> m_store;
     ManualClock m_clock{kNow};
     NotificationHub m_hub;
     SnapshotSink m_sink;
     QTextDocument m_document;
     RichTextDocument m_helper;
-    std::unique_ptr<BoardModel> m_model;
-    std::unique_ptr<BoardController> m_board;
-    std::unique_ptr<QQuickView> m_view;
 };
 
 QTEST_MAIN(TestTaskDrawerController)
