@@ -133,11 +133,9 @@ private slots:
 };
 
 int main(int argc, char** argv) {
-    if (argc == 3 && QString::fromLocal8Bit(argv[1]) == kSaveLoop) {
-        QCoreApplication app(argc, argv);
-        return runSaveLoop(QString::fromLocal8Bit(argv[2]));
-    }
     QCoreApplication app(argc, argv);
+    if (argc == 3 && QString::fromLocal8Bit(argv[1]) == kSaveLoop)
+        return runSaveLoop(QString::fromLocal8Bit(argv[2]));
     TestCrashSafety test;
     QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, argc, argv);

@@ -251,7 +251,6 @@ private slots:
         QCOMPARE(dialog.chosenListId(), idOf(*m_home));
     }
 
-    // The schedule pickers the dialog opens.
     void gridShape_data() { TestData::addRows("calendar-grid.json", "shapes"); }
 
     void gridShape() {

@@ -15,13 +15,6 @@ Item {
         id: lists
     }
 
-    function fillLists() {
-        lists.clear();
-        lists.append({ categoryId: work, name: "工作", colorHex: "E5484D" });
-        lists.append({ categoryId: home, name: "家", colorHex: "#46a758" });
-        lists.append({ categoryId: odd, name: "杂项", colorHex: "not hex" });
-    }
-
     Component {
         id: stripComponent
         CompactCategoryStrip {
@@ -72,7 +65,10 @@ Item {
         }
 
         function init() {
-            fillLists();
+            lists.clear();
+            lists.append({ categoryId: work, name: "工作", colorHex: "E5484D" });
+            lists.append({ categoryId: home, name: "家", colorHex: "#46a758" });
+            lists.append({ categoryId: odd, name: "杂项", colorHex: "not hex" });
         }
 
         function test_pressing_a_tab_reports_it_and_moves_nothing_by_itself() {
