@@ -225,7 +225,7 @@ private slots:
         TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
         task->setNote(QString());
         const auto drawerTask = [root] { return root->property("drawerTask").value<QObject*>(); };
-        QQuickItem* overlay = find(root, [](QQuickItem* item) {
+        QQuickItem* overlay = find(screen.view->rootObject(), [](QQuickItem* item) {
             return QByteArray(item->metaObject()->className()).startsWith("TaskDrawerOverlay");
         });
         QVERIFY(overlay);
