@@ -614,6 +614,8 @@ bool ModelContext::save(QString* error) {
     for (QObject* object : std::as_const(d->graveyard))
         object->deleteLater();
     d->graveyard.clear();
+    if (m_recordingChanges)
+        emit changesSaved();
     return true;
 }
 

@@ -94,6 +94,8 @@ signals:
     void categoryInserted(TaskCategory* category);
     void categoryRemoved(TaskCategory* category);
     void categoryChanged(TaskCategory* category);
+    // A save wrote changes that the mirror has to send (not the mirror's own saves).
+    void changesSaved();
 
 private:
     friend class TaskItem;

@@ -95,6 +95,19 @@ void CalDavClient::send(const QByteArray& method, const QUrl& url, const QByteAr
                 result.status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
                 result.body = reply->readAll();
                 result.etag = QString::fromUtf8(reply->rawHeader("ETag"));
+                // A reply cut short is no answer, whatever its status line said: its half
+                // body must never be taken for an item (the token would move past it).
+                const QVariant promised = reply->header(QNetworkRequest::ContentLengthHeader);
+                const bool cutShort =
+                    reply->error() == QNetworkReply::RemoteHostClosedError ||
+                    (promised.isValid() && result.body.size() < promised.toLongLong());
+                if (result.status != 0 && cutShort) {
+                    result.error = CalDavError::protocol(result.status,
+                                                         QStringLiteral("the reply was cut short"));
+                    qCInfo(lcSync) << method << url.path() << "cut short";
+                    handler(result);
+                    return;
+                }
                 if (result.status == 0) {
                     result.error = CalDavError::network(reply->errorString());
                     qCInfo(lcSync) << method << url.path() << "failed:" << reply->errorString();

@@ -6,6 +6,7 @@
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskMerge.h"
+#include "TavikPersistence.h"
 #include "VtodoCodec.h"
 
 #include <QPointer>
@@ -17,6 +18,11 @@ const QString homeKey = QStringLiteral("home");
 const QString accountKey = QStringLiteral("account");
 const QString defaultCollectionSlug = QStringLiteral("tavik/");
 const QString defaultCollectionName = QStringLiteral("Tavik");
+const QString saveAction = QStringLiteral("sync");
+const QString uploadDoneKey = QStringLiteral("upload.done");
+const QString uploadTotalKey = QStringLiteral("upload.total");
+// A long upload keeps how far it got this often, so a quit costs at most this many resends.
+constexpr qsizetype acknowledgeEvery = 25;
 
 QString idText(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces);
@@ -38,6 +44,10 @@ CalendarCollection serverForm(const TaskCategory& category, const QUrl& url) {
     return collection;
 }
 
+QString pathKey(const QUrl& url) {
+    return url.adjusted(QUrl::StripTrailingSlash).path(QUrl::FullyDecoded);
+}
+
 bool sameUrl(const QUrl& a, const QUrl& b) {
     return a.adjusted(QUrl::StripTrailingSlash).path(QUrl::FullyDecoded) ==
            b.adjusted(QUrl::StripTrailingSlash).path(QUrl::FullyDecoded);
@@ -53,12 +63,23 @@ bool stopsExport(const CalDavError& error) {
 } // namespace
 
 CalDavMirror::CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
-                           const Clock& clock, QObject* parent)
+                           const Clock& clock, NotificationHub& hub, QObject* parent)
     : QObject(parent)
     , m_context(context)
     , m_store(store)
     , m_client(client)
-    , m_clock(clock) {}
+    , m_clock(clock)
+    , m_hub(hub) {}
+
+bool CalDavMirror::saveBoard(bool recorded) {
+    // Through the checked save, so a failing disk is told once, as for the board's own saves.
+    m_context.setRecordingChanges(recorded);
+    const bool saved = TavikPersistence::save(m_context, saveAction, m_hub);
+    m_context.setRecordingChanges(true);
+    if (!saved)
+        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+    return saved;
+}
 
 void CalDavMirror::sync() {
     if (m_running) {
@@ -145,10 +166,8 @@ void CalDavMirror::setup() {
 
 void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
     // Unsaved board changes are saved, recorded, before the server's go in unrecorded.
-    if (m_context.hasChanges() && !m_context.save()) {
-        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+    if (!saveBoard(true))
         return;
-    }
     m_onServer.clear();
     for (const CalendarCollection& collection : onServer)
         m_onServer.insert(collection.url.adjusted(QUrl::StripTrailingSlash), collection);
@@ -164,9 +183,19 @@ void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
     const QUrl defaultUrl = m_home.resolved(QUrl(defaultCollectionSlug));
     bool changedBoard = false;
     QSet<QUuid> changedHere;
-    for (const RecordChange& change : m_context.pendingChanges()) {
-        if (change.kind == RecordChange::Kind::category)
-            changedHere.insert(change.id);
+    for (const RecordChange& change : m_context.pendingChanges())
+        changedHere.insert(change.id);
+
+    // A collection of ours gone from the server: its list was deleted elsewhere. The import
+    // takes its tasks off the board (those that did not move elsewhere), so a failed import
+    // leaves the board as it was. Not believed from a server that suddenly lists nothing.
+    m_vanished.clear();
+    for (const MirrorStore::Collection& collection : known) {
+        if (!onServer.isEmpty() &&
+            !m_onServer.contains(collection.url.adjusted(QUrl::StripTrailingSlash))) {
+            qCInfo(lcSync) << collection.url.path() << "was deleted on the server";
+            m_vanished.append(collection);
+        }
     }
     for (const CalendarCollection& collection : onServer) {
         if (isKnown(collection.url)) {
@@ -207,15 +236,8 @@ void CalDavMirror::pairCollections(const QList<CalendarCollection>& onServer) {
         }
         paired.append(entry);
     }
-    if (changedBoard && m_context.hasChanges()) {
-        m_context.setRecordingChanges(false);
-        const bool saved = m_context.save();
-        m_context.setRecordingChanges(true);
-        if (!saved) {
-            finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
-            return;
-        }
-    }
+    if (changedBoard && !saveBoard(false))
+        return;
     m_store.begin();
     for (const MirrorStore::Collection& entry : paired)
         m_store.putCollection(entry);
@@ -237,10 +259,15 @@ void CalDavMirror::createCollections(QList<QUuid> missing) {
     while (!missing.isEmpty() && !m_context.category(missing.first()))
         missing.removeFirst();
     // The default collection first: tasks without a list live there.
-    const bool needDefault = !collectionFor(nullptr).isValid();
+    const QUrl defaultUrl = collectionFor(nullptr);
+    const bool needDefault = !defaultUrl.isValid() || isVanished(defaultUrl);
     if (!needDefault && missing.isEmpty()) {
         end({});
-        m_toImport = m_store.collections();
+        m_toImport.clear();
+        for (const MirrorStore::Collection& collection : m_store.collections()) {
+            if (!isVanished(collection.url))
+                m_toImport.append(collection);
+        }
         m_deltas.clear();
         begin(MirrorEvent::Type::import);
         importNext(0);
@@ -313,31 +340,42 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
     QPointer<CalDavMirror> self(this);
     const CalendarCollection server =
         m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
+    // Without a usable token: the ETags of everything, and the texts of what is new or
+    // changed since we last read it.
     const auto fullListing = [this, self, collection, server, done] {
         m_client.listItems(
-            collection.url, true,
+            collection.url, false,
             [this, self, collection, server, done](const CalDavError& error,
-                                                   const QList<CalendarItem>& items) {
+                                                   const QList<CalendarItem>& listed) {
                 if (!self)
                     return;
-                Delta delta{collection, server.syncToken, items, {}};
+                Delta delta{collection, server.syncToken, {}, {}};
                 delta.collection.ctag = server.ctag;
+                if (error.isError()) {
+                    done(error, delta);
+                    return;
+                }
                 const QList<MirrorStore::Item> known = m_store.itemsIn(collection.url);
                 // A server that suddenly lists nothing is not believed: the board stays.
-                if (!items.isEmpty()) {
+                if (!listed.isEmpty()) {
                     for (const MirrorStore::Item& item : known) {
-                        const bool listed =
-                            std::any_of(items.cbegin(), items.cend(), [&](const CalendarItem& i) {
+                        const bool there =
+                            std::any_of(listed.cbegin(), listed.cend(), [&](const CalendarItem& i) {
                                 return sameUrl(i.url, item.href);
                             });
-                        if (!listed)
+                        if (!there)
                             delta.removed.append(item.href);
                     }
                 } else if (!known.isEmpty()) {
                     qCWarning(lcSync)
                         << collection.url.path() << "lists nothing; nothing is deleted";
                 }
-                done(error, delta);
+                for (const CalendarItem& item : listed) {
+                    const auto binding = m_store.itemAt(item.url);
+                    if (!binding || binding->etag != item.etag)
+                        delta.changed.append(item);
+                }
+                fillTexts(delta, done);
             });
     };
     m_client.syncCollection(
@@ -353,10 +391,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
             }
             Delta delta{collection, sync.token, sync.changed, sync.removed};
             delta.collection.ctag = server.ctag;
-            const bool textMissing =
-                std::any_of(delta.changed.cbegin(), delta.changed.cend(),
-                            [](const CalendarItem& item) { return item.data.isEmpty(); });
-            if (error.isError() || !textMissing) {
+            if (error.isError()) {
                 done(error, delta);
                 return;
             }
@@ -366,20 +401,51 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
 
 void CalDavMirror::fillTexts(const Delta& delta,
                              const std::function<void(const CalDavError&, const Delta&)>& done) {
-    // Xandikos sends no calendar-data in a sync report, and multiget is slow there: one
-    // calendar-query brings every text.
+    QList<qsizetype> missing;
+    for (qsizetype i = 0; i < delta.changed.size(); ++i) {
+        if (delta.changed.at(i).data.isEmpty())
+            missing.append(i);
+    }
+    if (missing.isEmpty()) {
+        done({}, delta);
+        return;
+    }
     QPointer<CalDavMirror> self(this);
+    // A few texts: one GET each. Many: one calendar-query brings them all (multiget is slow
+    // on Xandikos, and a GET per item costs a round trip each).
+    constexpr qsizetype fewTexts = 8;
+    if (missing.size() <= fewTexts) {
+        auto filled = std::make_shared<Delta>(delta);
+        auto left = std::make_shared<qsizetype>(missing.size());
+        auto failure = std::make_shared<CalDavError>();
+        for (const qsizetype i : std::as_const(missing)) {
+            m_client.fetchItem(
+                delta.changed.at(i).url, [=](const CalDavError& error, const CalendarItem& item) {
+                    if (!self)
+                        return;
+                    // Gone since it was listed: skipped, and its removal comes with the next delta.
+                    if (!error.isError())
+                        filled->changed[i] = {filled->changed.at(i).url, item.etag, item.data};
+                    else if (error.kind != CalDavError::Kind::notFound && !failure->isError())
+                        *failure = error;
+                    if (--*left == 0)
+                        done(*failure, *filled);
+                });
+        }
+        return;
+    }
     m_client.listItems(
         delta.collection.url, true,
         [self, delta, done](const CalDavError& error, const QList<CalendarItem>& items) {
             if (!self)
                 return;
+            QHash<QString, CalendarItem> byPath;
+            for (const CalendarItem& item : items)
+                byPath.insert(pathKey(item.url), item);
             Delta filled = delta;
             for (CalendarItem& changed : filled.changed) {
-                for (const CalendarItem& item : items) {
-                    if (changed.data.isEmpty() && sameUrl(item.url, changed.url))
-                        changed = item;
-                }
+                if (changed.data.isEmpty())
+                    changed = byPath.value(pathKey(changed.url), changed);
             }
             done(error, filled);
         });
@@ -387,20 +453,24 @@ void CalDavMirror::fillTexts(const Delta& delta,
 
 void CalDavMirror::applyDeltas() {
     // Unsaved board changes go out first, recorded, so the import cannot swallow them.
-    if (m_context.hasChanges() && !m_context.save()) {
-        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
+    if (!saveBoard(true))
         return;
-    }
     QHash<QUuid, bool> pending; // task id -> deleted here
     for (const RecordChange& change : m_context.pendingChanges()) {
         if (change.kind == RecordChange::Kind::task)
             pending.insert(change.id, change.deleted);
     }
-    QList<MirrorStore::Item> bound;
+    QSet<QString> removed;
+    for (const Delta& delta : std::as_const(m_deltas)) {
+        for (const QUrl& href : delta.removed)
+            removed.insert(pathKey(href));
+    }
+    QHash<QUuid, MirrorStore::Item> bound;
     QList<QUuid> unbound;
+    m_strays.clear();
     for (const Delta& delta : std::as_const(m_deltas)) {
         for (const CalendarItem& item : delta.changed)
-            applyItem(delta, item, pending, bound);
+            applyItem(delta, item, pending, removed, bound);
     }
     // Removals after every change, so a task that moved between collections is not lost.
     for (const Delta& delta : std::as_const(m_deltas)) {
@@ -409,10 +479,7 @@ void CalDavMirror::applyDeltas() {
             // Radicale's first sync lists long-deleted items: unknown hrefs are ignored.
             if (!binding || !sameUrl(binding->collection, delta.collection.url))
                 continue;
-            const bool movedHere =
-                std::any_of(bound.cbegin(), bound.cend(),
-                            [&](const MirrorStore::Item& b) { return b.id == binding->id; });
-            if (movedHere)
+            if (bound.contains(binding->id))
                 continue;
             unbound.append(binding->id);
             TaskItem* task = m_context.task(binding->id);
@@ -422,15 +489,30 @@ void CalDavMirror::applyDeltas() {
         }
     }
 
-    m_context.setRecordingChanges(false);
-    const bool saved = m_context.save();
-    m_context.setRecordingChanges(true);
-    if (!saved) {
-        finish(CalDavError::protocol(0, QStringLiteral("the store could not be saved")));
-        return;
+    // Tasks of a collection deleted on the server go with it, unless they turned up in
+    // another collection (moved there) or were changed here (they stay, without a list).
+    for (const MirrorStore::Collection& collection : std::as_const(m_vanished)) {
+        for (const MirrorStore::Item& item : m_store.itemsIn(collection.url)) {
+            if (bound.contains(item.id))
+                continue;
+            unbound.append(item.id);
+            TaskItem* task = m_context.task(item.id);
+            if (task && !pending.contains(item.id))
+                m_context.remove(task);
+        }
+        if (TaskCategory* category = categoryFor(collection.url))
+            m_context.remove(category);
     }
+
+    if (!saveBoard(false))
+        return;
     // Only now that every item is on disk do the tokens move on.
     m_store.begin();
+    for (const MirrorStore::Collection& collection : std::as_const(m_vanished)) {
+        // The default collection was made anew at the same place by setup: it stays.
+        if (collection.categoryId)
+            m_store.removeCollection(collection.url);
+    }
     for (const MirrorStore::Item& item : std::as_const(bound))
         m_store.putItem(item);
     for (const QUuid& id : std::as_const(unbound))
@@ -445,12 +527,30 @@ void CalDavMirror::applyDeltas() {
         return;
     }
     m_deltas.clear();
-    end({});
-    startExport();
+    removeStrays();
+}
+
+void CalDavMirror::removeStrays() {
+    if (m_strays.isEmpty()) {
+        end({});
+        startExport();
+        return;
+    }
+    const CalendarItem stray = m_strays.takeFirst();
+    QPointer<CalDavMirror> self(this);
+    // With If-Match: a copy changed there since is not ours to delete; it comes back.
+    m_client.deleteItem(stray.url, stray.etag, [this, self, stray](const CalDavError& error) {
+        if (!self)
+            return;
+        if (error.isError())
+            qCInfo(lcSync) << "second copy" << stray.url.path() << "stays:" << error.detail;
+        removeStrays();
+    });
 }
 
 void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
-                             const QHash<QUuid, bool>& pending, QList<MirrorStore::Item>& bound) {
+                             const QHash<QUuid, bool>& pending, const QSet<QString>& removed,
+                             QHash<QUuid, MirrorStore::Item>& bound) {
     TaskFields server;
     QString why;
     if (item.data.isEmpty() || !VtodoCodec::decode(item.data, &server, &why)) {
@@ -461,15 +561,26 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
     // meanwhile refuses it with 412 and comes back with the next full listing).
     if (pending.value(server.id, false))
         return;
-    const auto binding = m_store.item(server.id);
+    // Where the task lives as far as we know: bound earlier in this import, or before.
+    const auto binding =
+        bound.contains(server.id) ? std::optional(bound.value(server.id)) : m_store.item(server.id);
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
         return;
-    // Two hrefs with one UID in one collection are one task: the first one stays.
-    if (binding && !sameUrl(binding->href, item.url) &&
-        sameUrl(binding->collection, delta.collection.url)) {
-        qCInfo(lcSync) << "one task at two hrefs; kept" << binding->href.path();
-        return;
+    if (binding && !sameUrl(binding->href, item.url) && !removed.contains(pathKey(binding->href)) &&
+        !isVanished(binding->collection)) {
+        // One UID at two hrefs (a move whose DELETE was lost, a create retried under another
+        // name, another client's copy): one task. The newer copy stays, the other one goes
+        // from the server; a task changed here keeps the copy its export writes to.
+        TaskFields known;
+        const bool keepKnown =
+            pending.contains(server.id) || (VtodoCodec::decode(binding->serverText, &known, &why) &&
+                                            !(server.updatedAt > known.updatedAt));
+        if (keepKnown) {
+            m_strays.append(item);
+            return;
+        }
+        m_strays.append({binding->href, binding->etag, {}});
     }
     TaskItem* task = m_context.task(server.id);
     TaskCategory* category = categoryFor(delta.collection.url);
@@ -493,7 +604,7 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
         if (!pending.contains(task->id()))
             task->setCategory(category);
     }
-    bound.append({server.id, delta.collection.url, item.url, item.etag, item.data});
+    bound.insert(server.id, {server.id, delta.collection.url, item.url, item.etag, item.data});
 }
 
 // --- export --------------------------------------------------------------------------------
@@ -503,6 +614,9 @@ void CalDavMirror::startExport() {
     m_changes = m_context.pendingChanges();
     m_changeIndex = 0;
     m_acknowledgeUpTo = 0;
+    m_acknowledgedCount = 0;
+    // A long upload that was cut short carries on where it got to, and says so.
+    m_progressBase = m_store.value(uploadDoneKey).toLongLong();
     m_blocked = false;
     m_exportError = {};
     begin(MirrorEvent::Type::exportChanges);
@@ -510,44 +624,18 @@ void CalDavMirror::startExport() {
 }
 
 void CalDavMirror::exportNext() {
-    while (m_changeIndex < m_changes.size() &&
-           m_changes.at(m_changeIndex).kind != RecordChange::Kind::task) {
-        // Lists reach the server through setup (a new list) and PROPPATCH below.
-        const RecordChange& change = m_changes.at(m_changeIndex);
-        TaskCategory* category = m_context.category(change.id);
-        const QUrl url = category ? collectionFor(category) : QUrl();
-        if (category && url.isValid()) {
-            QPointer<CalDavMirror> self(this);
-            const qint64 seq = change.seq;
-            ++m_changeIndex;
-            m_client.updateCollection(serverForm(*category, url),
-                                      [this, self, seq](const CalDavError& error) {
-                                          if (!self)
-                                              return;
-                                          if (error.isError()) {
-                                              m_blocked = true;
-                                              if (!m_exportError.isError())
-                                                  m_exportError = error;
-                                          } else if (!m_blocked) {
-                                              m_acknowledgeUpTo = seq;
-                                          }
-                                          exportNext();
-                                      });
-            return;
-        }
-        if (!m_blocked)
-            m_acknowledgeUpTo = change.seq;
-        ++m_changeIndex;
-    }
     if (m_changeIndex >= m_changes.size()) {
-        if (m_acknowledgeUpTo > 0)
-            m_context.acknowledgeChanges(m_acknowledgeUpTo);
+        acknowledge();
+        if (!m_blocked)
+            m_store.setValue(uploadDoneKey, {});
         finish(m_exportError);
         return;
     }
-    const RecordChange change = m_changes.at(m_changeIndex++);
+    const qsizetype position = m_changeIndex++;
+    const RecordChange change = m_changes.at(position);
+    emit progress(m_progressBase + position, m_progressBase + m_changes.size());
     QPointer<CalDavMirror> self(this);
-    exportTask(change, [this, self, change](const CalDavError& error) {
+    const auto settled = [this, self, change, position](const CalDavError& error) {
         if (!self)
             return;
         if (error.isError()) {
@@ -558,9 +646,92 @@ void CalDavMirror::exportNext() {
                 m_changeIndex = m_changes.size();
         } else if (!m_blocked) {
             m_acknowledgeUpTo = change.seq;
+            m_acknowledgedCount = position + 1;
+            if (m_acknowledgedCount % acknowledgeEvery == 0)
+                acknowledge();
         }
         exportNext();
-    });
+    };
+    if (change.kind == RecordChange::Kind::task)
+        exportTask(change, settled);
+    else
+        exportCategory(change, settled);
+}
+
+void CalDavMirror::acknowledge() {
+    if (m_acknowledgeUpTo <= 0)
+        return;
+    m_context.acknowledgeChanges(m_acknowledgeUpTo);
+    m_store.setValue(uploadDoneKey, QString::number(m_progressBase + m_acknowledgedCount));
+}
+
+void CalDavMirror::exportCategory(const RecordChange& change,
+                                  const std::function<void(const CalDavError&)>& done) {
+    // A new list reaches the server through setup; here a changed one is PROPPATCHed and a
+    // deleted one leaves with its collection.
+    TaskCategory* category = m_context.category(change.id);
+    const QUrl url = collectionOf(change.id);
+    if (!url.isValid()) {
+        done({});
+        return;
+    }
+    if (category)
+        m_client.updateCollection(serverForm(*category, url), done);
+    else
+        removeCollection(url, done);
+}
+
+void CalDavMirror::removeCollection(const QUrl& url,
+                                    const std::function<void(const CalDavError&)>& done) {
+    QPointer<CalDavMirror> self(this);
+    m_client.listItems(
+        url, false, [=, this](const CalDavError& error, const QList<CalendarItem>& items) {
+            if (!self)
+                return;
+            if (error.kind == CalDavError::Kind::notFound) {
+                m_store.removeCollection(url);
+                done({});
+                return;
+            }
+            if (error.isError()) {
+                done(error);
+                return;
+            }
+            QSet<QUuid> pending;
+            for (const RecordChange& change : m_context.pendingChanges())
+                pending.insert(change.id);
+            bool foreign = false; // a task there that did not leave with the list here
+            for (const CalendarItem& item : items) {
+                const auto binding = m_store.itemAt(item.url);
+                if (binding && sameUrl(binding->collection, url) && pending.contains(binding->id)) {
+                    // A task of the list has not reached its new collection yet: later.
+                    CalDavError waiting =
+                        CalDavError::protocol(0, QStringLiteral("list not empty"));
+                    waiting.kind = CalDavError::Kind::conflict;
+                    done(waiting);
+                    return;
+                }
+                foreign = foreign || !binding || sameUrl(binding->collection, url);
+            }
+            if (foreign) {
+                // Tasks put there by another client since: the collection stays, and comes back
+                // as a list with them rather than taking them along.
+                qCInfo(lcSync) << url.path() << "holds other clients' tasks; kept";
+                m_store.removeCollection(url);
+                done({});
+                return;
+            }
+            m_client.deleteItem(url, {}, [=, this](const CalDavError& removed) {
+                if (!self)
+                    return;
+                if (removed.isError() && removed.kind != CalDavError::Kind::notFound) {
+                    done(removed);
+                    return;
+                }
+                m_store.removeCollection(url);
+                done({});
+            });
+        });
 }
 
 void CalDavMirror::exportTask(const RecordChange& change,
@@ -583,13 +754,8 @@ void CalDavMirror::exportTask(const RecordChange& change,
                                 if (!error.isError() || error.kind == CalDavError::Kind::notFound ||
                                     error.kind == CalDavError::Kind::conflict) {
                                     m_store.removeItem(binding->id);
-                                    for (MirrorStore::Collection c : m_store.collections()) {
-                                        if (error.kind == CalDavError::Kind::conflict &&
-                                            sameUrl(c.url, binding->collection)) {
-                                            c.syncToken.clear(); // list it again, whole
-                                            m_store.putCollection(c);
-                                        }
-                                    }
+                                    if (error.kind == CalDavError::Kind::conflict)
+                                        forgetToken(binding->collection);
                                     done({});
                                     return;
                                 }
@@ -616,12 +782,17 @@ void CalDavMirror::exportTask(const RecordChange& change,
             done(error);
             return;
         }
-        m_client.deleteItem(binding->href, binding->etag, [done](const CalDavError& removed) {
-            // The old copy may be gone already; a changed one comes back as a second href of
-            // one UID, which the import folds into this task.
-            Q_UNUSED(removed);
-            done({});
-        });
+        m_client.deleteItem(
+            binding->href, binding->etag, [this, self, binding, done](const CalDavError& removed) {
+                if (!self)
+                    return;
+                // A copy left behind (changed there, or no answer) would sit
+                // unseen under the token: list that collection whole next
+                // time, and the import folds the two hrefs into one task.
+                if (removed.isError() && removed.kind != CalDavError::Kind::notFound)
+                    forgetToken(binding->collection);
+                done({});
+            });
     });
 }
 
@@ -720,15 +891,42 @@ void CalDavMirror::resolveConflict(TaskItem* task, const QUrl& collection, const
                         return;
                     }
                 }
-                done(listError.isError()
-                         ? listError
-                         : CalDavError::protocol(404, QStringLiteral("item vanished")));
+                if (listError.isError()) {
+                    done(listError);
+                    return;
+                }
+                // Deleted there since we read it: an edit made here outlives that delete,
+                // so the task is made again, as new.
+                if (!guard) {
+                    done({});
+                    return;
+                }
+                m_store.removeItem(id);
+                upload(guard, collection, href, {}, {}, attempt, done);
             });
     });
 }
 
+bool CalDavMirror::isVanished(const QUrl& collection) const {
+    return std::any_of(
+        m_vanished.cbegin(), m_vanished.cend(),
+        [&](const MirrorStore::Collection& c) { return sameUrl(c.url, collection); });
+}
+
+void CalDavMirror::forgetToken(const QUrl& collection) {
+    for (MirrorStore::Collection c : m_store.collections()) {
+        if (sameUrl(c.url, collection)) {
+            c.syncToken.clear();
+            m_store.putCollection(c);
+        }
+    }
+}
+
 QUrl CalDavMirror::collectionFor(const TaskCategory* category) const {
-    const std::optional<QUuid> wanted = category ? std::optional(category->id()) : std::nullopt;
+    return collectionOf(category ? std::optional(category->id()) : std::nullopt);
+}
+
+QUrl CalDavMirror::collectionOf(const std::optional<QUuid>& wanted) const {
     for (const MirrorStore::Collection& collection : m_store.collections()) {
         if (collection.categoryId == wanted)
             return collection.url;

@@ -12,6 +12,7 @@
 #include <QSet>
 
 class Clock;
+class NotificationHub;
 class TaskCategory;
 class TaskItem;
 
@@ -26,7 +27,7 @@ public:
     static constexpr int maxConflictRetries = 3;
 
     CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
-                 const Clock& clock, QObject* parent = nullptr);
+                 const Clock& clock, NotificationHub& hub, QObject* parent = nullptr);
 
     // Starts one sync. Asked while one runs, another follows it.
     void sync();
@@ -38,6 +39,8 @@ signals:
     void eventChanged(const MirrorEvent& event);
     // After each sync, whether every step went well.
     void finished(bool ok);
+    // How far the export is: `done` of `total` changes sent (a first upload can be long).
+    void progress(qsizetype done, qsizetype total);
 
 private:
     struct Delta {
@@ -47,6 +50,9 @@ private:
         QList<QUrl> removed;
     };
 
+    // The checked save, recorded for the export or not (the server's own changes); a failure
+    // ends the sync.
+    bool saveBoard(bool recorded);
     void begin(MirrorEvent::Type type);
     void end(const CalDavError& error);
     void finish(const CalDavError& error);
@@ -61,11 +67,19 @@ private:
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();
     void applyItem(const Delta& delta, const CalendarItem& item, const QHash<QUuid, bool>& pending,
-                   QList<MirrorStore::Item>& bound);
+                   const QSet<QString>& removed, QHash<QUuid, MirrorStore::Item>& bound);
+    // Deletes the second copies the import found, then starts the export.
+    void removeStrays();
     void startExport();
     void exportNext();
     void exportTask(const RecordChange& change,
                     const std::function<void(const CalDavError&)>& done);
+    void exportCategory(const RecordChange& change,
+                        const std::function<void(const CalDavError&)>& done);
+    // DELETE of a deleted list's collection, once none of our tasks is left in it.
+    void removeCollection(const QUrl& url, const std::function<void(const CalDavError&)>& done);
+    // Keeps how far the export got: the change log up to there, and the count for progress.
+    void acknowledge();
     void upload(TaskItem* task, const QUrl& collection, const QUrl& href, const QByteArray& base,
                 const QString& etag, int attempt,
                 const std::function<void(const CalDavError&)>& done);
@@ -73,13 +87,18 @@ private:
                          const QByteArray& base, int attempt,
                          const std::function<void(const CalDavError&)>& done);
 
+    [[nodiscard]] bool isVanished(const QUrl& collection) const;
+    // The next import lists this collection whole.
+    void forgetToken(const QUrl& collection);
     [[nodiscard]] QUrl collectionFor(const TaskCategory* category) const;
+    [[nodiscard]] QUrl collectionOf(const std::optional<QUuid>& categoryId) const;
     [[nodiscard]] TaskCategory* categoryFor(const QUrl& collection) const;
 
     ModelContext& m_context;
     MirrorStore& m_store;
     CalDavClient& m_client;
     const Clock& m_clock;
+    NotificationHub& m_hub;
 
     bool m_running = false;
     bool m_again = false;
@@ -89,10 +108,14 @@ private:
     QUrl m_home;
     QHash<QUrl, CalendarCollection> m_onServer;
     QList<MirrorStore::Collection> m_toImport;
+    QList<MirrorStore::Collection> m_vanished; // ours, no longer on the server
     QList<Delta> m_deltas;
+    QList<CalendarItem> m_strays; // second hrefs of one UID, to delete after the import
     QList<RecordChange> m_changes;
     qsizetype m_changeIndex = 0;
     qint64 m_acknowledgeUpTo = 0;
+    qsizetype m_acknowledgedCount = 0; // changes of this export acknowledged so far
+    qint64 m_progressBase = 0;         // changes sent by an earlier, unfinished export
     bool m_blocked = false; // a change failed: later ones may go out but not be acknowledged
     CalDavError m_exportError;
 };

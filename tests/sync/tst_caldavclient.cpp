@@ -1,5 +1,6 @@
 #include "CalDavClient.h"
 #include "CalDavServer.h"
+#include "FaultProxy.h"
 #include "TestData.h"
 #include "VtodoCodec.h"
 
@@ -29,63 +30,6 @@ TaskFields task(const QString& title) {
 }
 
 using Kind = CalDavError::Kind;
-
-// Faults no real server shows on demand: answers each request with the next reply of a row
-// (status, headers, a recorded body from tests/sync/data, possibly cut off mid-way).
-class FaultServer : public QObject {
-public:
-    explicit FaultServer(const QJsonArray& replies)
-        : m_replies(replies) {
-        m_server.listen(QHostAddress::LocalHost);
-        connect(&m_server, &QTcpServer::newConnection, this, [this] {
-            while (QTcpSocket* socket = m_server.nextPendingConnection())
-                connect(socket, &QTcpSocket::readyRead, this, [this, socket] { serve(socket); });
-        });
-    }
-    [[nodiscard]] QUrl url() const {
-        return QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(m_server.serverPort()));
-    }
-    QStringList requests; // "METHOD /path"
-
-private:
-    void serve(QTcpSocket* socket) {
-        QByteArray& buffer = m_buffers[socket];
-        buffer += socket->readAll();
-        const qsizetype headEnd = buffer.indexOf("\r\n\r\n");
-        static const QRegularExpression lengthField(QStringLiteral("content-length:\\s*(\\d+)"),
-                                                    QRegularExpression::CaseInsensitiveOption);
-        const auto length = lengthField.match(QString::fromLatin1(buffer.left(headEnd)));
-        const qsizetype end = headEnd + 4 + (length.hasMatch() ? length.captured(1).toInt() : 0);
-        if (headEnd < 0 || buffer.size() < end)
-            return;
-        const QList<QByteArray> line = buffer.left(buffer.indexOf("\r\n")).split(' ');
-        buffer.remove(0, end);
-        requests.append(QString::fromLatin1(line.value(0) + ' ' + line.value(1)));
-        const QJsonObject reply =
-            m_replies.at(qMin(requests.size(), m_replies.size()) - 1).toObject();
-        QByteArray body;
-        if (reply.contains("body")) {
-            QFile file(QStringLiteral(TAVIK_TEST_DATA "/") + reply["body"].toString());
-            if (!file.open(QIODevice::ReadOnly))
-                qFatal("no body fixture");
-            body = file.readAll();
-        }
-        QByteArray head = "HTTP/1.1 " + QByteArray::number(reply["status"].toInt()) +
-                          " Fault\r\nContent-Type: application/xml; charset=utf-8\r\n" +
-                          "Content-Length: " + QByteArray::number(body.size()) + "\r\n";
-        const QJsonObject headers = reply["headers"].toObject();
-        for (auto it = headers.begin(); it != headers.end(); ++it)
-            head += it.key().toLatin1() + ": " + it.value().toString().toUtf8() + "\r\n";
-        const int cut = reply["cut"].toInt(-1);
-        socket->write(head + "\r\n" + (cut >= 0 ? body.left(cut) : body));
-        if (cut >= 0)
-            socket->disconnectFromHost();
-    }
-
-    QTcpServer m_server;
-    QJsonArray m_replies;
-    QHash<QTcpSocket*, QByteArray> m_buffers;
-};
 
 } // namespace
 
@@ -261,7 +205,7 @@ private slots:
     void faults_data() { TestData::addRows("faults.json"); }
     void faults() {
         QFETCH(QJsonObject, row);
-        FaultServer server(row["responses"].toArray());
+        FaultProxy server(row["responses"].toArray());
         CalDavClient client(&m_network);
         client.setAccount({server.url(), CalDavServer::username, CalDavServer::password});
         const QUrl collection = server.url().resolved(QUrl(QStringLiteral("/cal/")));

@@ -1,0 +1,229 @@
+#pragma once
+
+// Two boards on one CalDAV server, edited at random on both sides (create, edit the same
+// and different fields, complete, move between lists, delete, reorder) with syncs at random
+// points and a fault proxy between them and the server; after a last sync without faults
+// both boards and the server must hold the same tasks, field for field. Shared by the test
+// and the benchmark.
+
+#include "CalDavMirror.h"
+#include "Clock.h"
+#include "FaultProxy.h"
+#include "IsoCalendar.h"
+#include "Notifications.h"
+#include "TaskCategory.h"
+#include "TaskItem.h"
+#include "VtodoCodec.h"
+
+#include <QElapsedTimer>
+#include <QNetworkAccessManager>
+#include <QSignalSpy>
+
+class ConvergenceRun {
+public:
+    struct Board {
+        Board(const QString& path, const QUrl& server, QNetworkAccessManager* network,
+              const Clock& clock)
+            : context(ModelContext::open(path, nullptr))
+            , client(network) {
+            QString error;
+            if (!context || !store.open(*context, &error))
+                qFatal("cannot open %s: %s", qPrintable(path), qPrintable(error));
+            client.setAccount({server, QStringLiteral("alice"), QStringLiteral("s3cret pässword")});
+            client.setTimeout(15000);
+            mirror = std::make_unique<CalDavMirror>(*context, store, client, clock, hub);
+        }
+        bool sync(int timeoutMs = 60000) {
+            QSignalSpy finished(mirror.get(), &CalDavMirror::finished);
+            mirror->sync();
+            if (!finished.wait(timeoutMs))
+                qFatal("a sync never ended");
+            return finished.first().first().toBool();
+        }
+        NotificationHub hub;
+        std::unique_ptr<ModelContext> context;
+        MirrorStore store;
+        CalDavClient client;
+        std::unique_ptr<CalDavMirror> mirror;
+    };
+
+    struct Figures {
+        int edits = 0;
+        int syncs = 0;
+        int failedSyncs = 0;
+        int tasks = 0;
+        qint64 roundsMs = 0;
+    };
+
+    ConvergenceRun(const QUrl& server, quint32 seed, const QString& directory)
+        : m_random(seed)
+        , m_proxy(server, seed) {
+        m_a = std::make_unique<Board>(directory + QStringLiteral("/a.store"), m_proxy.url(),
+                                      &m_network, m_clock);
+        m_b = std::make_unique<Board>(directory + QStringLiteral("/b.store"), m_proxy.url(),
+                                      &m_network, m_clock);
+        int order = 0;
+        for (const char* name : {"Home", "Work", "Errands"})
+            m_a->context->insert(new TaskCategory(
+                QString::fromLatin1(name), QStringLiteral("E5484D"), ++order, m_clock.now()));
+        m_a->context->save();
+    }
+
+    // The rounds, then the last syncs; empty when boards and server agree, else the first
+    // difference found.
+    QString run(int rounds, double faultRate) {
+        if (!m_a->sync() || !m_b->sync())
+            return QStringLiteral("the first sync failed");
+        QElapsedTimer timer;
+        timer.start();
+        m_proxy.setFaultRate(faultRate);
+        for (int round = 0; round < rounds; ++round) {
+            for (Board* board : {m_a.get(), m_b.get()}) {
+                for (int n = int(m_random.bounded(3)); n > 0; --n)
+                    edit(*board);
+            }
+            for (Board* board : shuffled()) {
+                if (m_random.bounded(100) < 25)
+                    syncOnce(*board);
+            }
+        }
+        figures.roundsMs = timer.elapsed();
+        m_proxy.setFaultRate(0);
+        for (int last = 0; last < 3; ++last) {
+            for (Board* board : {m_a.get(), m_b.get()})
+                syncOnce(*board);
+        }
+        figures.tasks = int(m_a->context->tasks().size());
+        return compare();
+    }
+
+    [[nodiscard]] const FaultProxy& proxy() const { return m_proxy; }
+    Figures figures;
+
+private:
+    QList<Board*> shuffled() {
+        return m_random.bounded(2) ? QList<Board*>{m_a.get(), m_b.get()}
+                                   : QList<Board*>{m_b.get(), m_a.get()};
+    }
+
+    void syncOnce(Board& board) {
+        ++figures.syncs;
+        figures.failedSyncs += !board.sync();
+    }
+
+    template <typename T> T* pick(const QList<T*>& list) {
+        return list.isEmpty() ? nullptr : list.at(m_random.bounded(int(list.size())));
+    }
+
+    void edit(Board& board) {
+        m_clock.advance(1000 + m_random.bounded(5000));
+        ++figures.edits;
+        ModelContext& context = *board.context;
+        TaskItem* task = pick(context.tasks());
+        // Creates twice as often as anything else, so the board grows while it churns.
+        const int what = task ? qMax(0, int(m_random.bounded(10)) - 1) : 0;
+        const QString word = QString::number(m_random.bounded(100000));
+        switch (what) {
+        case 0: {
+            auto* created =
+                new TaskItem(QStringLiteral("Task ") + word, m_random.bounded(1000), m_clock.now());
+            created->setCategory(m_random.bounded(2) ? pick(context.categories()) : nullptr);
+            context.insert(created);
+            break;
+        }
+        case 1:
+            task->setTitle(QStringLiteral("Title ") + word);
+            break;
+        case 2:
+            task->setNote(QStringLiteral("Note ") + word);
+            break;
+        case 3:
+            task->setCompleted(!task->completed(), m_clock.now());
+            break;
+        case 4:
+            task->setCategory(m_random.bounded(3) ? pick(context.categories()) : nullptr);
+            break;
+        case 5:
+            context.remove(task);
+            break;
+        case 6:
+            task->setSortIndex(m_random.bounded(1000));
+            break;
+        case 7:
+            task->schedule(m_clock.now().addDays(m_random.bounded(30)), m_clock.now(),
+                           IsoCalendar());
+            break;
+        case 8:
+            task->setReminderAt(m_random.bounded(2)
+                                    ? m_clock.now().addSecs(3600 * m_random.bounded(48))
+                                    : QDateTime());
+            break;
+        }
+        if (what != 0 && what != 5)
+            task->setUpdatedAt(m_clock.now());
+        context.save();
+    }
+
+    static QString listName(const TaskCategory* category) {
+        return category ? category->name() : QStringLiteral("(none)");
+    }
+
+    QString compare() {
+        QHash<QUuid, std::pair<TaskFields, QString>> server;
+        for (const MirrorStore::Collection& collection : m_a->store.collections()) {
+            const TaskCategory* list =
+                collection.categoryId ? m_a->context->category(*collection.categoryId) : nullptr;
+            std::optional<QList<CalendarItem>> items;
+            m_a->client.listItems(collection.url, true,
+                                  [&](const CalDavError& error, const QList<CalendarItem>& found) {
+                                      items = error.isError() ? QList<CalendarItem>() : found;
+                                  });
+            if (!QTest::qWaitFor([&] { return items.has_value(); }, 20000))
+                return QStringLiteral("the server did not list %1").arg(collection.url.path());
+            for (const CalendarItem& item : *items) {
+                TaskFields fields;
+                QString why;
+                if (!VtodoCodec::decode(item.data, &fields, &why))
+                    return QStringLiteral("unreadable item %1: %2").arg(item.url.path(), why);
+                if (server.contains(fields.id))
+                    return QStringLiteral("%1 twice on the server").arg(fields.title);
+                server.insert(fields.id, {fields, listName(list)});
+            }
+        }
+        for (Board* board : {m_a.get(), m_b.get()}) {
+            const QString side = board == m_a.get() ? QStringLiteral("A") : QStringLiteral("B");
+            if (board->context->tasks().size() != server.size())
+                return QStringLiteral("%1 holds %2 tasks, the server %3")
+                    .arg(side)
+                    .arg(board->context->tasks().size())
+                    .arg(server.size());
+            for (const TaskItem* task : board->context->tasks()) {
+                const auto there = server.constFind(task->id());
+                if (there == server.cend())
+                    return QStringLiteral("%1's \"%2\" is not on the server")
+                        .arg(side, task->title());
+                const TaskFields here = TaskFields::fromTask(*task);
+                if (!here.sameContent(there->first)) {
+                    const TaskFields& t = there->first;
+                    return QStringLiteral("%1's \"%2\" differs from the server's in:%3%4%5%6%7%8")
+                        .arg(side, task->title(), here.sameTitle(t) ? "" : " title",
+                             here.sameNote(t) ? "" : " note",
+                             here.sameCompletion(t) ? "" : " completion",
+                             here.samePlan(t) ? "" : " plan",
+                             here.sameReminder(t) ? "" : " reminder",
+                             here.sameSortIndex(t) ? "" : " order");
+                }
+                if (listName(task->category()) != there->second)
+                    return QStringLiteral("%1's \"%2\" is in %3, on the server in %4")
+                        .arg(side, task->title(), listName(task->category()), there->second);
+            }
+        }
+        return {};
+    }
+
+    QRandomGenerator m_random;
+    ManualClock m_clock{QDateTime(QDate(2024, 6, 12), QTime(9, 0), Qt::UTC)};
+    QNetworkAccessManager m_network;
+    FaultProxy m_proxy;
+    std::unique_ptr<Board> m_a, m_b;
+};
