@@ -1,5 +1,3 @@
-// The `tavik` binary run as a process, in a throwaway home, against real store files.
-
 #include "ModelContext.h"
 #include "TaskItem.h"
 #include "TestData.h"
@@ -21,7 +19,6 @@
 
 namespace {
 
-// The demo board is seeded and read at this local moment, a Tuesday afternoon.
 const QString kSeedMoment = QStringLiteral("2026-11-24T16:00:00");
 const QDate kSeedDay(2026, 11, 24);
 
@@ -35,7 +32,6 @@ struct Result {
     QByteArray err;
 };
 
-// One user: a home, data and config folders of their own, and the binary run inside them.
 class Home {
 public:
     Home() {
@@ -58,8 +54,6 @@ public:
         env.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
         env.insert(QStringLiteral("XDG_CONFIG_HOME"), path(QStringLiteral("config")));
         env.insert(QStringLiteral("XDG_CACHE_HOME"), path(QStringLiteral("cache")));
-        // A desktop session has one; without it the board's start-up warns before anything.
-        // It lives outside the home, whose files the tests compare.
         env.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_runtime.path());
         QProcess process;
         process.setProcessEnvironment(env);
@@ -78,7 +72,6 @@ public:
         return result;
     }
 
-    // A real store written the way the app writes it.
     std::unique_ptr<ModelContext> openStore() const {
         QDir().mkpath(QFileInfo(storePath()).path());
         QString error;
@@ -93,8 +86,6 @@ public:
         return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
     }
 
-    // Every file under the home with its size, content hash and modification time: what a
-    // reading command must leave exactly as it found it.
     [[nodiscard]] QStringList state() const {
         QStringList entries;
         QDirIterator it(m_dir.path(), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
@@ -138,7 +129,6 @@ class TestCommandLine : public QObject {
     Q_OBJECT
 
 private:
-    // A valid backup of the demo board, made once by the binary itself.
     QByteArray m_demoBackup;
 
 private slots:
@@ -153,8 +143,6 @@ private slots:
         QCOMPARE(parseObject(m_demoBackup).value(QStringLiteral("tasks")).toArray().size(), 13);
     }
 
-    // The demo board at the moment it was seeded: every column in board order, days and
-    // reminders with their offsets, lists by name.
     void listJson() {
         Home home;
         const Result result =
@@ -212,22 +200,14 @@ private slots:
         QCOMPARE(again.exitCode, 0);
         QCOMPARE(again.out, first);
 
-        // The restored store is the demo board, column by column.
         const QStringList list{QStringLiteral("--list"), QStringLiteral("--json"),
                                QStringLiteral("--at"), kSeedMoment};
         QCOMPARE(home.run(list).out,
                  home.run(QStringList{QStringLiteral("--seed-demo")} + list).out);
     }
 
-    void invocation_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::rows(QStringLiteral("invocations.json")))
-            TestData::newRow(row.toObject()) << row.toObject();
-    }
+    void invocation_data() { TestData::addRows("invocations.json"); }
 
-    // One run of the binary: the store it finds ("store": a backup imported first, among
-    // others), files beside it ("@demo": the demo backup), then its status, output and error
-    // text, and what it may leave behind.
     void invocation() {
         QFETCH(QJsonObject, row);
         const QString store = row[QStringLiteral("store")].toString();
@@ -263,7 +243,6 @@ private slots:
             QVERIFY(home.writeFile(it.key(),
                                    text == QLatin1String("@demo") ? m_demoBackup : text.toUtf8()));
         }
-        // Past the file system's time resolution, so that a write would show in the times.
         QTest::qWait(20);
         const QStringList before = home.state();
 
@@ -293,7 +272,6 @@ private slots:
             QVERIFY2(QRegularExpression(pattern.toString()).match(err).hasMatch(), qPrintable(err));
 
         if (const QString written = row[QStringLiteral("writes")].toString(); !written.isEmpty()) {
-            // The one file the command was asked to write.
             QVERIFY(QFileInfo::exists(home.path(written)));
             QFile::remove(home.path(written));
         }

@@ -1,8 +1,12 @@
 #include "Notifications.h"
 #include "ReleaseFeed.h"
+#include "SoundPlayer.h"
 #include "TestData.h"
 #include "UpdaterController.h"
 #include "VersionNumber.h"
+#include <QFile>
+#include <QSoundEffect>
+#include <QTemporaryDir>
 
 #include <QHttpServer>
 #include <QHttpServerResponse>
@@ -28,7 +32,6 @@ QByteArray feed(const QString& version, const QString& build = QStringLiteral("1
         .toUtf8();
 }
 
-// The feed as a real HTTP server on loopback serves it; other paths answer 404.
 class FeedServer {
 public:
     FeedServer() {
@@ -50,7 +53,6 @@ private:
     quint16 m_port = 0;
 };
 
-// Counts the requests that really leave the process.
 class CountingNetwork : public QNetworkAccessManager {
 public:
     int requests = 0;
@@ -76,11 +78,20 @@ QVariantMap availability(bool available) {
     return {{QStringLiteral("available"), available}};
 }
 
-// A port that was just free: connecting to it is refused.
 quint16 closedPort() {
     QTcpServer server;
     server.listen(QHostAddress::LocalHost);
     return server.serverPort();
+}
+
+void copySounds(const QString& dir, const QString& skip) {
+    for (const AppSound sound : {AppSound::create, AppSound::complete, AppSound::uncomplete,
+                                 AppSound::celebration, AppSound::move}) {
+        const QString name = AppSoundInfo::rawValue(sound);
+        if (name != skip)
+            QVERIFY(QFile::copy(SoundPlayer::resourceDirectory() + '/' + name + ".wav",
+                                dir + '/' + name + ".wav"));
+    }
 }
 
 } // namespace
@@ -105,7 +116,6 @@ private slots:
         QCOMPARE(VersionNumber::compare(b, a), -order);
     }
 
-    // An empty "version" means the feed is refused; "newer" compares with the running build.
     void parseFeed() {
         QFETCH(QJsonObject, row);
         const QString version = row[QStringLiteral("version")].toString();
@@ -118,7 +128,6 @@ private slots:
             QCOMPARE(release->version, version);
             QCOMPARE(release->build, row[QStringLiteral("build")].toString());
             QVERIFY(release->url.isValid());
-            // Against the running build, 1.2.0 build 7.
             QCOMPARE(ReleaseFeed::isNewer(*release, QStringLiteral("1.2.0"), QStringLiteral("7")),
                      row[QStringLiteral("newer")].toBool());
         }
@@ -158,8 +167,6 @@ private slots:
         QVERIFY(!updater.isChecking());
     }
 
-    // Each row's server answers on its own port; the path "refused" goes to a closed one, and
-    // "none" is a build without a feed, which never touches the network.
     void visibleCheck() {
         QFETCH(QJsonObject, row);
         const auto kind = Kind(QMetaEnum::fromType<Kind>().keyToValue(
@@ -194,7 +201,6 @@ private slots:
         QVERIFY2(result.message.startsWith(row[QStringLiteral("message")].toString()),
                  qPrintable(result.message));
         QCOMPARE(m_network.requests == requestsBefore, url.isEmpty());
-        // Only an answer that finds nothing newer clears the flag; a failure leaves it.
         QCOMPARE(updater.updateAvailable(), kind != Kind::UpToDate);
         if (result.kind == Kind::UpdateFound) {
             QCOMPARE(result.version, QStringLiteral("1.3.0"));
@@ -205,7 +211,6 @@ private slots:
         }
     }
 
-    // A server that accepts connections (the kernel completes them) and never answers.
     void silentServer() {
         QTcpServer silent;
         QVERIFY(silent.listen(QHostAddress::LocalHost));
@@ -220,7 +225,6 @@ private slots:
         NotificationHub hub;
         QSignalSpy posts(&hub, &NotificationHub::posted);
 
-        // Given up after the request timeout; the flag stays.
         auto opts = options(url);
         opts.requestTimeout = 200ms;
         auto updater = std::make_unique<UpdaterController>(&m_network, hub, opts);
@@ -238,8 +242,6 @@ private slots:
         QCOMPARE(posts.count(), 0);
         QVERIFY(inFlight());
 
-        // Cancelled in flight: reported once, as cancelled. The reply's own canceled error
-        // arrives later and must not report a second time.
         updater = std::make_unique<UpdaterController>(&m_network, hub, options(url));
         QSignalSpy checks(updater.get(), &UpdaterController::checkFinished);
         updater->checkForUpdates();
@@ -252,7 +254,6 @@ private slots:
         QTest::qWait(100);
         QCOMPARE(checks.count(), 1);
 
-        // Destroyed while waiting: the aborted reply finishes into nothing.
         posts.clear();
         updater->checkForUpdates();
         QVERIFY(inFlight());
@@ -271,7 +272,6 @@ private slots:
         UpdaterController updater(&m_network, hub, opts);
         QSignalSpy checks(&updater, &UpdaterController::checkFinished);
 
-        // Before start, a request from the board goes unanswered.
         hub.post(TavikNotification::checkForUpdates);
         QTest::qWait(50);
         QCOMPARE(checks.count(), 0);
@@ -296,7 +296,6 @@ private slots:
         QSignalSpy checks(&updater, &UpdaterController::checkFinished);
         QSignalSpy probes(&updater, &UpdaterController::probeFinished);
 
-        // A check asked for during a probe takes the probe's answer; repeats are no-ops.
         updater.checkForUpdateInformation();
         updater.checkForUpdates();
         updater.checkForUpdates();
@@ -313,6 +312,52 @@ private slots:
 
 private:
     CountingNetwork m_network;
+
+    void replayReusesOnePlayerAndRestartsIt() {
+        QVERIFY(SoundPlayer::missingSounds(SoundPlayer::resourceDirectory()).isEmpty());
+        SoundPlayer player;
+        player.setEnabled(false);
+        player.play(AppSound::complete);
+        QVERIFY(!player.cachedPlayer(QStringLiteral("toggle_on")));
+        player.setEnabled(true);
+        player.play(AppSound::complete);
+        QSoundEffect* effect = player.cachedPlayer(QStringLiteral("toggle_on"));
+        QVERIFY(effect);
+        QTRY_COMPARE(effect->status(), QSoundEffect::Ready);
+        QTRY_VERIFY(effect->isPlaying());
+
+        QSignalSpy playing(effect, &QSoundEffect::playingChanged);
+        player.play(AppSound::complete);
+        QCOMPARE(player.cachedPlayer(QStringLiteral("toggle_on")), effect);
+        QCOMPARE(playing.count(), 2);
+        QVERIFY(effect->isPlaying());
+    }
+
+    void brokenSoundsAreSilent() {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        copySounds(dir.path(), QStringLiteral("swipe"));
+        QCOMPARE(SoundPlayer::missingSounds(dir.path()), QStringList{QStringLiteral("swipe")});
+        QFile bad(dir.path() + "/button.wav");
+        QVERIFY(bad.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        bad.write("not a wave file at all");
+        bad.close();
+
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("sound resource missing:.*swipe"));
+        SoundPlayer player(dir.path());
+        QTest::failOnWarning(QRegularExpression("swipe"));
+        player.play(AppSound::move);
+        player.play(AppSound::move);
+        QVERIFY(!player.cachedPlayer(QStringLiteral("swipe")));
+
+        player.play(AppSound::create);
+        QSoundEffect* effect = player.cachedPlayer(QStringLiteral("button"));
+        QVERIFY(effect);
+        QCOMPARE(effect->source(), QUrl::fromLocalFile(dir.path() + "/button.wav"));
+        QTRY_VERIFY(!player.cachedPlayer(QStringLiteral("button")));
+        player.play(AppSound::create);
+        QVERIFY(player.cachedPlayer(QStringLiteral("button")));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestUpdaterController)

@@ -1,5 +1,6 @@
 #include "BoardArchive.h"
 #include "BoardTestSupport.h"
+#include "DemoData.h"
 #include "ModelContext.h"
 #include "TaskCategory.h"
 #include "TestData.h"
@@ -18,17 +19,12 @@ using BoardTest::snapshot;
 namespace {
 
 constexpr qint64 kMin = std::numeric_limits<qint64>::min();
-// The first integer a double cannot hold: a reader that goes through double loses it.
 constexpr qint64 kBeyondDouble = (qint64(1) << 53) + 1;
 
 QDateTime utc(const char* iso) {
     return QDateTime::fromString(QString::fromLatin1(iso), Qt::ISODateWithMs).toUTC();
 }
 
-// data/archive.json holds records chosen to break a careless archive: extreme and
-// double-breaking integers, a year without a week, raw bytes that are not JSON, moments with
-// milliseconds and in a repeated daylight-saving hour, text that needs escaping, a colour the
-// strip would not accept, two tasks with the same sortIndex.
 void populate(ModelContext& context) {
     QString error;
     auto records = BoardArchive::read(
@@ -43,9 +39,6 @@ QJsonObject documentOf(const ModelContext& context) {
     return QJsonDocument::fromJson(BoardArchive::write(context)).object();
 }
 
-// Applies a row of data/archive_refusals.json to a good document: "set" and "remove" fields
-// of the root, or of the first record of the array named by "in"; "append" a value or
-// "appendFirst" a copy of the first record to that array.
 QJsonObject refused(QJsonObject root, const QJsonObject& row) {
     const QString in = row.value("in").toString();
     QJsonArray records = root.value(in).toArray();
@@ -86,15 +79,12 @@ private slots:
         QVERIFY2(BoardArchive::restore(*target.context, std::move(*records), &error),
                  qPrintable(error));
 
-        // What a restart of the restored store loads, not just what is in memory.
         auto reloaded = target.reopen();
         QVERIFY(reloaded);
         QCOMPARE(snapshot(*reloaded), snapshot(*source.context));
         QCOMPARE(BoardArchive::write(*reloaded), first);
     }
 
-    // 64-bit integers as decimal strings, a stable order, moments with milliseconds and the
-    // offset of their own moment, and null for every field a record leaves empty.
     void documentForm() {
         Store store;
         populate(*store.context);
@@ -136,7 +126,6 @@ private slots:
             Store store;
             populate(*store.context);
             const QJsonObject root = documentOf(*store.context);
-            // The unchanged document is good: the refusal comes from the one change.
             QString error;
             QVERIFY2(BoardArchive::read(QJsonDocument(root).toJson(), &error), qPrintable(error));
             text = QJsonDocument(refused(root, row)).toJson();
@@ -146,7 +135,6 @@ private slots:
         QVERIFY2(error.contains(row.value("reason").toString()), qPrintable(error));
     }
 
-    // A list alone is enough to refuse: restoring over it would leave two boards in one.
     void restoreRefusesAStoreWithRecords() {
         Store source;
         populate(*source.context);
@@ -171,7 +159,6 @@ private slots:
         const QByteArray document = BoardArchive::write(*source.context);
         Store target;
 
-        // Another process holds the write lock for longer than the store waits.
         auto locker = std::make_unique<BoardTest::SideConnection>(target.path());
         QVERIFY(locker->exec(QStringLiteral("BEGIN EXCLUSIVE")));
 
@@ -188,10 +175,34 @@ private slots:
         locker.reset();
         QVERIFY(target.reopen()->tasks().isEmpty());
 
-        // Once the lock is gone the same context takes the backup whole.
         records = BoardArchive::read(document, &error);
         QVERIFY(BoardArchive::restore(*target.context, std::move(*records), &error));
         QCOMPARE(snapshot(*target.reopen()), snapshot(*source.context));
+    }
+
+    void demoSeedsOnlyAStoreWithoutTasks() {
+        BoardTest::Store store;
+        const QDateTime now = BoardTest::local(2024, 6, 12, 16, 0);
+        store.context->insert(new TaskCategory(QStringLiteral("我的"), {}, 1, now));
+        QVERIFY(store.context->save());
+
+        DemoData::seedIfEmpty(*store.context, now);
+        QVERIFY(!store.context->hasChanges());
+        QCOMPARE(store.reopen()->tasks().size(), 13);
+        QCOMPARE(store.reopen()->categories().size(), 3);
+
+        store.context->remove(store.context->tasks().first());
+        DemoData::seedIfEmpty(*store.context, now);
+        QCOMPARE(store.context->tasks().size(), 12);
+        QCOMPARE(store.context->categories().size(), 3);
+    }
+
+    void demoWhoseSaveFailsIsDropped() {
+        BoardTest::Store store;
+        QVERIFY(BoardTest::SideConnection(store.path()).exec(QStringLiteral("DROP TABLE tasks")));
+        DemoData::seedIfEmpty(*store.context, BoardTest::local(2024, 6, 12, 16, 0));
+        QCOMPARE(store.context->tasks().size(), 13);
+        QVERIFY(store.context->hasChanges());
     }
 };
 

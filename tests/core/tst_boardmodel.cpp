@@ -6,7 +6,9 @@
 #include "RichText.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
+#include "TaskReorder.h"
 #include "TestData.h"
+#include <vector>
 
 #include <QElapsedTimer>
 #include <QPointer>
@@ -19,11 +21,8 @@ using BoardTest::local;
 
 namespace {
 
-// Wednesday of ISO week 2024-W24 (Monday 06-10 .. Sunday 06-16).
 const QDateTime kWednesday = local(2024, 6, 12, 10, 0);
 
-// A board on a real store, with a hand-driven clock, its own hub and recording
-// sinks.
 struct Board {
     BoardTest::Store store;
     ManualClock clock;
@@ -65,7 +64,6 @@ struct Board {
         return count;
     }
 
-    // True once every deferred completion has been written.
     [[nodiscard]] bool settled() const { return model->completingIds().isEmpty(); }
 };
 
@@ -80,6 +78,24 @@ QString uuidString(const QUuid& id) {
     return id.toString(QUuid::WithoutBraces).toUpper();
 }
 
+struct Column {
+    std::vector<std::unique_ptr<TaskItem>> rows;
+    QList<TaskItem*> list;
+
+    Column(const QList<qint64>& values, const QDateTime& created) {
+        for (qint64 value : values) {
+            rows.push_back(std::make_unique<TaskItem>(QStringLiteral("row"), value, created));
+            list.append(rows.back().get());
+        }
+    }
+    [[nodiscard]] QList<qint64> values() const {
+        QList<qint64> out;
+        for (const TaskItem* row : list)
+            out.append(row->sortIndex());
+        return out;
+    }
+};
+
 } // namespace
 
 class TestBoardModel : public QObject {
@@ -87,9 +103,6 @@ class TestBoardModel : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // The lists follow records changed behind the board's back (sync, reminders,
-    // reconciliation): largest sortIndex first, `later` narrowed to the selected
-    // list, the rest unfiltered.
     void columnsFollowTheStore() {
         Board board;
         TaskCategory* work = board.addList("工作", 2);
@@ -117,6 +130,15 @@ private slots:
         QCOMPARE(titles(board.model->tasks(Bucket::today)), QStringList({"c"}));
         home->setSortIndex(3);
         QCOMPARE(board.model->categories(), (QList<TaskCategory*>{work, home}));
+
+        // A new list goes after the last one, its name as it stands; nothing is posted, yet
+        // the next save takes it along.
+        QVERIFY(board.store.context->save());
+        board.model->createCategory(QStringLiteral(" 空格 "), QStringLiteral("zz"));
+        QCOMPARE(board.model->categories().last()->sortIndex(), qint64(4));
+        QCOMPARE(board.model->categories().last()->name(), QStringLiteral(" 空格 "));
+        QCOMPARE(board.posts.count(), 0);
+        QVERIFY(board.store.context->hasChanges());
     }
 
     void boardChangedOncePerRead() {
@@ -130,7 +152,6 @@ private slots:
         b->move(Bucket::today, board.clock.now(), IsoCalendar());
         QCOMPARE(changed.count(), 1);
 
-        // Read again: the next change is announced again.
         QCOMPARE(titles(board.model->tasks(Bucket::today)), QStringList({"a", "b"}));
         board.store.context->remove(b);
         QCOMPARE(changed.count(), 2);
@@ -163,7 +184,6 @@ private slots:
                  row.value("kept").toBool() ? raw : uuidString(list->id()));
     }
 
-    // A list removed behind the board's back (sync) takes the selection along.
     void deletedListTakesTheSelection() {
         Board board;
         TaskCategory* list = board.addList("工作", 1);
@@ -179,14 +199,11 @@ private slots:
         QCOMPARE(titles(board.model->tasks(Bucket::later)), QStringList({"t"}));
         QCOMPARE(board.posts.count(), 0);
 
-        // Deleting a list that is not selected leaves the selection alone.
         board.model->setSelectedCategoryId(other->id());
         board.model->deleteCategory(board.addList("third", 3));
         QCOMPARE(board.model->selectedCategoryId(), std::optional<QUuid>(other->id()));
     }
 
-    // Where the new task lands is TaskClassifier's rule; here, what the board
-    // makes of a draft.
     void createEnhanced_data() { TestData::addRows("board.json", "create"); }
 
     void createEnhanced() {
@@ -201,8 +218,6 @@ private slots:
         std::optional<QUuid> listId;
         if (!list.isEmpty())
             listId = list == QLatin1String("known") ? known->id() : QUuid::createUuid();
-        // The dialog may hand over a draft long after the board last refreshed its
-        // `now`.
         board.clock.advance(60 * 1000);
         const QString note = QStringLiteral("第一行\n第二行");
 
@@ -246,13 +261,10 @@ private slots:
         QVERIFY(board.sounds.played.isEmpty()); // sound effects off
     }
 
-    // A task is planned again only when the draft's day differs from the one it
-    // has.
     void saveEditPlan_data() { TestData::addRows("board.json", "edit"); }
 
     void saveEditPlan() {
         QFETCH(QJsonObject, row);
-        // Placed by hand, unless there is an explicit day.
         const Bucket placed =
             BucketInfo::fromRawValue(row.value("placed").toString()).value_or(Bucket::later);
         const QDateTime explicitDay = TestData::moment(row.value("explicitDay"));
@@ -296,10 +308,8 @@ private slots:
             {TextRun{QStringLiteral("粗体"), true}, TextRun{QStringLiteral(" 普通")}});
         task->setRichNote(rich, board.clock.now());
 
-        // Same plain text: the formatting stays.
         board.model->saveEdit(task, EnhancedDraft{task->title(), task->note(), {}, {}, {}});
         QCOMPARE(task->richNote(), rich);
-        // Edited text: plain from now on.
         board.model->saveEdit(task,
                               EnhancedDraft{task->title(), QStringLiteral("新内容"), {}, {}, {}});
         QCOMPARE(task->richNote(), RichText::fromPlainText(QStringLiteral("新内容")));
@@ -338,38 +348,31 @@ private slots:
         QElapsedTimer elapsed;
         elapsed.start();
         board.model->toggle(task);
-        // Another list's task is hidden but still in the column: not the last one.
         QCOMPARE(board.sounds.played, QList{AppSound::complete});
         QVERIFY(board.model->completingIds().contains(task->id()));
-        // Until the write the task is open and keeps its place.
         QVERIFY(!task->completed());
         QVERIFY(board.model->tasks(Bucket::later).contains(task));
         QCOMPARE(board.posts.count(), 0);
-        // A second click during the delay does nothing.
         board.model->toggle(task);
         QCOMPARE(board.sounds.played.size(), 1);
 
         board.clock.advance(250);
         const QDateTime writeTime = board.clock.now();
         QTRY_VERIFY_WITH_TIMEOUT(task->completed(), 5000);
-        // Timers may fire a little early, never by more than a few percent.
         QVERIFY2(elapsed.elapsed() >= 280, qPrintable(QString::number(elapsed.elapsed())));
         QCOMPARE(task->completedAt(), writeTime);
         QVERIFY(board.model->completingIds().isEmpty());
         QCOMPARE(board.reminders.synced, QList<QUuid>{task->id()});
         QCOMPARE(board.tasksChangedPosts(), 1);
         QCOMPARE(board.model->doneTasks(), QList<TaskItem*>{task});
-    }
 
-    void toggleReopensAtOnce() {
-        Board board;
-        TaskItem* task = board.add("done", 1, Bucket::done);
+        // Reopening is at once, back to the column its day gives.
         task->schedule(local(2024, 6, 14), board.clock.now(), IsoCalendar());
         board.model->toggle(task);
         QVERIFY(!task->completed());
-        QCOMPARE(board.sounds.played, QList{AppSound::uncomplete});
-        QCOMPARE(board.reminders.synced, QList<QUuid>{task->id()});
-        QCOMPARE(board.tasksChangedPosts(), 1);
+        QCOMPARE(board.sounds.played, (QList{AppSound::complete, AppSound::uncomplete}));
+        QCOMPARE(board.reminders.synced, (QList<QUuid>{task->id(), task->id()}));
+        QCOMPARE(board.tasksChangedPosts(), 2);
         QCOMPARE(board.model->bucketOf(*task), Bucket::thisWeek);
     }
 
@@ -396,7 +399,6 @@ private slots:
         board.model->remove(task);
         QCOMPARE(board.reminders.cancelled, QList<QUuid>{id});
         QCOMPARE(board.tasksChangedPosts(), 1);
-        // A second delete of the same record changes nothing and tells no one.
         board.model->remove(task);
         QCOMPARE(board.reminders.cancelled.size(), 1);
         QCOMPARE(board.posts.count(), 1);
@@ -407,27 +409,12 @@ private slots:
         }
 
         QTRY_VERIFY_WITH_TIMEOUT(board.settled(), 5000);
-        // The late write found nothing to complete: no reminder, no second
-        // announcement.
         QVERIFY(board.reminders.synced.isEmpty());
         QCOMPARE(board.tasksChangedPosts(), 1);
         QVERIFY(board.store.context->save());
         const auto reopened = board.store.reopen();
         QCOMPARE(reopened->tasks().size(), 1);
         QVERIFY(!reopened->task(keep->id())->completed());
-    }
-
-    // A new list goes after the last one, its name taken as it stands.
-    void createCategory() {
-        Board board;
-        board.addList("far", 7);
-        board.addList("near", 2);
-        board.model->createCategory(QStringLiteral(" 空格 "), QStringLiteral("zz"));
-        QCOMPARE(board.model->categories().last()->sortIndex(), qint64(8));
-        QCOMPARE(board.model->categories().last()->name(), QStringLiteral(" 空格 "));
-        // Nothing is posted, yet the next save takes the lists along.
-        QCOMPARE(board.posts.count(), 0);
-        QVERIFY(board.store.context->hasChanges());
     }
 
     void handleReorderNeighbours() {
@@ -442,14 +429,10 @@ private slots:
         board.model->setSelectedCategoryId(work->id());
         QCOMPARE(board.model->tasks(Bucket::later), (QList<TaskItem*>{w1, w2}));
 
-        // Before w2 in the filtered view: the hidden row is its real upper
-        // neighbour.
         board.model->handleReorder(dragged->id(), Bucket::later, w2->id());
         QCOMPARE(dragged->sortIndex(), qint64(1500));
         QCOMPARE(dragged->category(),
                  home); // a drop never assigns the selected list
-        // Into another column the task is placed by hand; within its column it
-        // keeps its plan.
         QCOMPARE(board.model->bucketOf(*dragged), Bucket::later);
         QVERIFY(!dragged->scheduledExplicitly());
         TaskItem* overdue = board.add("overdue", 1, Bucket::later);
@@ -457,23 +440,72 @@ private slots:
         board.model->handleReorder(overdue->id(), Bucket::today, std::nullopt);
         QCOMPARE(overdue->dueDate(), local(2024, 6, 3));
 
-        // Within the column: the moved row is not its own neighbour.
         board.model->handleReorder(w1->id(), Bucket::later, w2->id());
         QCOMPARE(w1->sortIndex(), qint64((1500 + 1000) / 2));
-        // To the top, and to the bottom when the row before has gone.
         board.model->handleReorder(w2->id(), Bucket::later, hidden->id());
         QCOMPARE(w2->sortIndex(), qint64(2000 + 1024));
         board.model->handleReorder(hidden->id(), Bucket::later, QUuid::createUuid());
         QCOMPARE(hidden->sortIndex(), qint64(1250 - 1024));
         QCOMPARE(board.tasksChangedPosts(), 5);
 
-        // Nothing to move: an unknown id, or a task removed behind the board's
-        // back.
         board.store.context->remove(hidden);
         board.model->handleReorder(hidden->id(), Bucket::today, std::nullopt);
         board.model->handleReorder(QUuid::createUuid(), Bucket::today, std::nullopt);
         QCOMPARE(board.sounds.played, QList<AppSound>(5, AppSound::move));
         QCOMPARE(board.posts.count(), 5);
+    }
+
+    void place_data() { TestData::addRows("reorder.json"); }
+
+    void place() {
+        QFETCH(QJsonObject, row);
+        const auto numbers = [&row](const char* key) {
+            QList<qint64> out;
+            for (const QJsonValue& value : row.value(QLatin1String(key)).toArray())
+                out.append(value.toInteger());
+            return out;
+        };
+        const QDateTime created = local(2024, 6, 1, 9, 0);
+        const QDateTime now = local(2024, 6, 12, 10, 0);
+        Column rows(numbers("column"), created);
+        TaskItem task(QStringLiteral("placed"), 123456, created);
+        TaskItem stranger(QStringLiteral("elsewhere"), 1, created);
+        const QJsonValue beforeRow = row.value("before");
+        const TaskItem* before = beforeRow.isDouble() ? rows.list.at(beforeRow.toInt())
+                                 : beforeRow.toString() == QLatin1String("absent") ? &stranger
+                                                                                   : nullptr;
+        TaskReorder::place(&task, before, rows.list, now);
+
+        QCOMPARE(task.sortIndex(), row.value("expected").toInteger());
+        QCOMPARE(task.updatedAt(), now);
+        QCOMPARE(rows.values(), numbers("after"));
+        const QList<qint64> stamped = numbers("stamped");
+        for (int i = 0; i < rows.list.size(); ++i)
+            QCOMPARE(rows.list.at(i)->updatedAt(), stamped.contains(i) ? now : created);
+    }
+
+    void placedRowStandsBetweenNeighbours() {
+        const QDateTime created = local(2024, 6, 1, 9, 0);
+        Column rows({4, 4, 4, 3, 3, 1}, created);
+        std::vector<std::unique_ptr<TaskItem>> added;
+        const QList<int> spots{0, 3, 3, 7, 1, 5, 2, 10, 4, 4, 4};
+        for (int spot : spots) {
+            added.push_back(std::make_unique<TaskItem>(QStringLiteral("new"), 0, created));
+            TaskItem* task = added.back().get();
+            const TaskItem* before = spot < rows.list.size() ? rows.list.at(spot) : nullptr;
+            const QList<qint64> valuesBefore = rows.values();
+            TaskReorder::place(task, before, rows.list, created);
+
+            const qsizetype at = std::min<qsizetype>(spot, rows.list.size());
+            const QString where = QStringLiteral("spot %1").arg(spot);
+            for (qsizetype i = 0; i < at; ++i)
+                QVERIFY2(rows.list.at(i)->sortIndex() == valuesBefore.at(i), qPrintable(where));
+            if (at > 0)
+                QVERIFY2(rows.list.at(at - 1)->sortIndex() > task->sortIndex(), qPrintable(where));
+            if (at < rows.list.size())
+                QVERIFY2(task->sortIndex() > rows.list.at(at)->sortIndex(), qPrintable(where));
+            rows.list.insert(at, task);
+        }
     }
 };
 

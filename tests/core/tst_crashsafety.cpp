@@ -10,8 +10,6 @@
 #include <QTest>
 #include <cstdio>
 
-// The test runs itself as the child: `tst_crashsafety --save-loop <store>` saves until killed.
-
 namespace {
 
 const QString kSaveLoop = QStringLiteral("--save-loop");
@@ -20,9 +18,6 @@ const QUuid kCounterId =
 const QString kScratch = QStringLiteral("scratch");
 const QDateTime kNow = QDateTime(QDate(2025, 2, 1), QTime(10, 0), Qt::UTC);
 
-// Each save n inserts the task titled n and moves the counter to n in the same transaction;
-// every third save also swaps the one scratch task for a new one with a large note, so that a
-// save spans several pages and deletes as well as inserts. Prints n once save() returned true.
 int runSaveLoop(const QString& path) {
     QString error;
     auto context = ModelContext::open(path, &error);
@@ -80,8 +75,6 @@ private slots:
             QProcess child;
             child.start(QCoreApplication::applicationFilePath(), {kSaveLoop, path});
             QVERIFY(child.waitForStarted());
-            // Kill at a random moment once saves are under way, so that some kills land inside a
-            // transaction or a checkpoint.
             QTRY_VERIFY_WITH_TIMEOUT(
                 child.bytesAvailable() > 0 || child.state() != QProcess::Running, 10000);
             QTest::qWait(int(QRandomGenerator::global()->bounded(5, 400)));
@@ -98,7 +91,6 @@ private slots:
                     reported << line.toLongLong();
             }
             QVERIFY(!reported.isEmpty());
-            // Each run carries on from what the last one left on disk.
             QCOMPARE(reported.first(), lastReported + 1);
             lastReported = reported.last();
 
@@ -112,13 +104,11 @@ private slots:
             const TaskItem* counter = context->task(kCounterId);
             QVERIFY(counter);
             const qint64 committed = counter->sortIndex();
-            // The save in flight at the kill may have committed without being reported.
             QVERIFY2(
                 committed == lastReported || committed == lastReported + 1,
                 qPrintable(QStringLiteral("counter %1 after %2").arg(committed).arg(lastReported)));
             lastReported = committed;
 
-            // Exactly the saves 1..committed, each whole: its task, and the counter beside it.
             QList<bool> seen(committed + 1, false);
             int scratch = 0;
             for (const TaskItem* task : context->tasks()) {
@@ -143,11 +133,9 @@ private slots:
 };
 
 int main(int argc, char** argv) {
-    if (argc == 3 && QString::fromLocal8Bit(argv[1]) == kSaveLoop) {
-        QCoreApplication app(argc, argv);
-        return runSaveLoop(QString::fromLocal8Bit(argv[2]));
-    }
     QCoreApplication app(argc, argv);
+    if (argc == 3 && QString::fromLocal8Bit(argv[1]) == kSaveLoop)
+        return runSaveLoop(QString::fromLocal8Bit(argv[2]));
     TestCrashSafety test;
     QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&test, argc, argv);

@@ -18,7 +18,6 @@ constexpr qint64 kMax = std::numeric_limits<qint64>::max();
 
 const QDateTime kNow = QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53, 589), Qt::UTC);
 
-// The table rows' actions work on a small saved board.
 struct Board {
     std::unique_ptr<ModelContext> context;
     TaskCategory* work = nullptr;
@@ -63,7 +62,6 @@ private slots:
             b.context->insert(task);
             b.context->insert(task);
         });
-        // Each field written alone reaches the file on the next save.
         const QDateTime at(QDate(2031, 7, 4), QTime(18, 5, 7, 123), Qt::UTC);
         const QList<std::pair<const char*, BoardAction>> fields{
             {"title", [](Board& b) { b.a->setTitle(QStringLiteral("新")); }},
@@ -136,11 +134,9 @@ private slots:
                                    int(categoryRemoved.size()), int(categoryChanged.size())};
         QCOMPARE(actual, counts);
         QCOMPARE(context->hasChanges(), hasChanges);
-        // A removal is announced once the record is gone from the context.
         for (const QList<QVariant>& args : std::as_const(taskRemoved))
             QVERIFY(!context->tasks().contains(args.at(0).value<TaskItem*>()));
 
-        // What the context says now is what the file says after a save.
         QString error;
         QVERIFY2(context->save(&error), qPrintable(error));
         auto reopened = openStore();
@@ -148,8 +144,6 @@ private slots:
         compareContexts(*context, *reopened);
     }
 
-    // Saves are explicit, a removed or foreign record can't come in through insert, and a task
-    // that loses its list loses it in the file too.
     void insertRemoveSave() {
         Board board = makeBoard();
         QVERIFY(board.context);
@@ -162,7 +156,6 @@ private slots:
         QVERIFY(other->tasks().isEmpty() && other->categories().isEmpty());
         QCOMPARE(board.c->modelContext(), board.context.get());
 
-        // A task inserted but not saved yet loses its list too.
         auto* fresh = new TaskItem(QStringLiteral("fresh"), 7, kNow);
         fresh->setCategory(board.work);
         board.context->insert(fresh);
@@ -173,7 +166,6 @@ private slots:
         board.context->insert(board.c);
         QCOMPARE(fresh->category(), nullptr);
         QVERIFY(!board.context->task(cId));
-        // Before the save, the file still holds the removed task.
         QVERIFY(openStore()->task(cId));
 
         QVERIFY2(board.context->save(&error), qPrintable(error));
@@ -181,7 +173,6 @@ private slots:
         QCOMPARE(reopened->tasks().size(), 3);
         QVERIFY(!reopened->task(cId));
         QCOMPARE(reopened->task(fresh->id())->category(), nullptr);
-        // No row still names the deleted list, so no other reader finds a dangling link.
         BoardTest::SideConnection peek(storePath());
         QCOMPARE(peek.value(QStringLiteral("SELECT COUNT(*) FROM tasks WHERE category_id = '%1'")
                                 .arg(workId.toString(QUuid::WithoutBraces)))
@@ -194,7 +185,6 @@ private slots:
         QVERIFY(board.context);
         ModelContext* context = board.context.get();
 
-        // A deferred write (say the completion delay of a row) still holds the task.
         QPointer<TaskItem> held = board.a;
         QPointer<TaskCategory> heldList = board.home;
         const QUuid id = board.a->id();
@@ -205,7 +195,6 @@ private slots:
         QVERIFY(context->save());
         QVERIFY(!context->hasChanges());
 
-        // Held past the save as well: still nothing reaches the file.
         QVERIFY(held);
         QSignalSpy changed(context, &ModelContext::taskChanged);
         held->setTitle(QStringLiteral("ghost again"));
@@ -243,7 +232,6 @@ void TestModelContext::compareContexts(const ModelContext& expected, const Model
     QCOMPARE(BoardTest::snapshot(actual), BoardTest::snapshot(expected));
     for (const TaskItem* loaded : actual.tasks()) {
         QCOMPARE(loaded->modelContext(), &actual);
-        // The link is to the loaded list object itself, not to a copy of it.
         if (loaded->category())
             QCOMPARE(loaded->category(), actual.category(loaded->category()->id()));
     }

@@ -1,7 +1,10 @@
 #include "BoardTestSupport.h"
 #include "IsoCalendar.h"
+#include "RichText.h"
+#include "TaskCategory.h"
 #include "TaskClassifier.h"
 #include "TaskItem.h"
+#include "TaskText.h"
 #include "TestData.h"
 
 #include <QStandardPaths>
@@ -14,7 +17,6 @@ class TestTaskItem : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    // Each case starts from a finished task with another explicit day and a reminder.
     void schedule_data() { TestData::addRows("task_schedule.json"); }
 
     void schedule() {
@@ -38,7 +40,6 @@ private slots:
         QCOMPARE(task.week(), number("week"));
         QCOMPARE(task.scheduledExplicitly(), planned);
         QCOMPARE(task.updatedAt(), now);
-        // Scheduling plans; it neither reopens nor touches the reminder.
         QVERIFY(task.completed());
         QCOMPARE(task.reminderAt(), local(2024, 6, 14, 18, 0));
     }
@@ -81,47 +82,33 @@ private slots:
             QCOMPARE(task.scheduledExplicitly(), startExplicit);
         } else {
             QVERIFY(!task.completedAt().isValid());
-            // A hand placement always drops the explicit mark, even over a picked date.
             QVERIFY(!task.scheduledExplicitly());
             const bool planned = target != Bucket::later;
             QCOMPARE(task.week(), planned ? std::optional<qint64>(24) : std::nullopt);
             QCOMPARE(task.dueDate(), target == Bucket::today ? local(2024, 6, 12) : QDateTime());
         }
-        // The column the task was moved to is the column it stands in.
         QCOMPARE(TaskClassifier::bucket(task, now, calendar), target);
     }
 
-    void richNoteRead_data() {
-        QTest::addColumn<QByteArray>("noteData");
-        QTest::addColumn<QString>("expectedText");
+    // Only a readable rich form wins over the plain note; the bytes are kept as they came.
+    void richNoteRead() {
+        const QDateTime now = local(2024, 6, 12, 10, 0);
         const QByteArray rich =
             RichText({TextRun{QStringLiteral("买"), true}, TextRun{QStringLiteral("牛奶")}})
                 .toJson();
-        QTest::newRow("rich form wins") << rich << "买牛奶";
-        QTest::newRow("no rich form") << QByteArray() << "fallback";
-        QTest::newRow("bytes that are not JSON")
-            << QByteArray("\xff\xfe not json", 12) << "fallback";
-        QTest::newRow("JSON of another shape") << QByteArray(R"({"runs":5})") << "fallback";
-        QTest::newRow("run without text")
-            << QByteArray(R"({"runs":[{"bold":true}]})") << "fallback";
-    }
+        for (const QByteArray& noteData :
+             {rich, QByteArray(), QByteArray("\xff\xfe not json", 12), QByteArray(R"({"runs":5})"),
+              QByteArray(R"({"runs":[{"bold":true}]})")}) {
+            TaskItem task(QStringLiteral("t"), 0, now);
+            task.setNote(QStringLiteral("fallback"));
+            task.setNoteData(noteData);
+            QCOMPARE(task.richNote().plainText(),
+                     noteData == rich ? QStringLiteral("买牛奶") : QStringLiteral("fallback"));
+            QCOMPARE(task.noteData(), noteData);
+            QCOMPARE(task.updatedAt(), now);
+        }
 
-    void richNoteRead() {
-        QFETCH(QByteArray, noteData);
-        QFETCH(QString, expectedText);
-        const QDateTime now = local(2024, 6, 12, 10, 0);
-        TaskItem task(QStringLiteral("t"), 0, now);
-        task.setNote(QStringLiteral("fallback"));
-        task.setNoteData(noteData);
-        QCOMPARE(task.richNote().plainText(), expectedText);
-        // Reading never repairs or stamps anything.
-        QCOMPARE(task.noteData(), noteData);
-        QCOMPARE(task.updatedAt(), now);
-    }
-
-    void richNoteWrite() {
-        const QDateTime now = local(2024, 6, 12, 10, 0);
-        TaskItem task(QStringLiteral("t"), 0, now);
+        TaskItem task(QStringLiteral("t"), 0, now); // a write replaces unreadable bytes
         task.setNoteData(QByteArray("garbage"));
         const RichText value({TextRun{QStringLiteral("要点\n"), false, false, false, false, true},
                               TextRun{QStringLiteral("加粗"), true}});
@@ -129,6 +116,65 @@ private slots:
         QCOMPARE(task.note(), QStringLiteral("要点\n加粗"));
         QCOMPARE(task.richNote(), value);
         QCOMPARE(task.updatedAt(), now.addSecs(5));
+    }
+
+    void cleaned_data() {
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("note");
+        const auto row = [](const char* name, const QString& in, const QString& title,
+                            const QString& note) { QTest::newRow(name) << in << title << note; };
+        row("plain and CJK", u"给妈妈打电话 call"_qs, u"给妈妈打电话 call"_qs,
+            u"给妈妈打电话 call"_qs);
+        row("line breaks", u"a\nb\r\nc\rd\u2028e"_qs, u"a b c d e"_qs, u"a\nb\nc\nd\ne"_qs);
+        row("tab", u"a\tb"_qs, u"a b"_qs, u"a b"_qs);
+        row("escape sequence", u"\x1b[2Jred\x1b]0;x\x07"_qs, u"[2Jred]0;x"_qs, u"[2Jred]0;x"_qs);
+        row("C1 and DEL", u"a\u0085b\u009bc\x7f"_qs, u"abc"_qs, u"abc"_qs);
+        row("emoji at the cut", QString(TaskText::maxTitleLength - 1, u'x') + u"😀"_qs,
+            QString(TaskText::maxTitleLength - 1, u'x'),
+            QString(TaskText::maxTitleLength - 1, u'x') + u"😀"_qs);
+    }
+
+    void cleaned() {
+        QFETCH(QString, input);
+        QFETCH(QString, title);
+        QFETCH(QString, note);
+        TaskItem task(input, 0, QDateTime::currentDateTimeUtc());
+        QCOMPARE(task.title(), title);
+        task.setTitle(QStringLiteral("other"));
+        task.setTitle(input);
+        QCOMPARE(task.title(), title);
+        task.setNote(input);
+        QCOMPARE(task.note(), note);
+        // A list's name is a line too.
+        TaskCategory list(input, QStringLiteral("#34C759"), 0, QDateTime::currentDateTimeUtc());
+        QCOMPARE(list.name(), title);
+        list.setName(QStringLiteral("other"));
+        list.setName(input);
+        QCOMPARE(list.name(), title);
+    }
+
+    void blank() {
+        QVERIFY(TaskText::isBlank(QString()));
+        QVERIFY(TaskText::isBlank(u" \u3000 "_qs));
+        QVERIFY(TaskText::isBlank(u"\u200b\u200c\u2060\ufeff"_qs));
+        QVERIFY(!TaskText::isBlank(u"\u200ba\u200b"_qs));
+    }
+
+    void richNoteIsCleanedRunByRun() {
+        TaskItem task(QStringLiteral("t"), 0, QDateTime::currentDateTimeUtc());
+        TextRun bold;
+        bold.text = QStringLiteral("a\x1b[0m");
+        bold.bold = true;
+        TextRun rest;
+        rest.text = QString(TaskText::maxNoteLength, u'x');
+        task.setRichNote(RichText({bold, rest}), QDateTime::currentDateTimeUtc());
+        QCOMPARE(task.note().size(), TaskText::maxNoteLength);
+        QVERIFY(task.note().startsWith(QStringLiteral("a[0mxxx")));
+        QCOMPARE(task.richNote().runs().constFirst().text, QStringLiteral("a[0m"));
+
+        task.setRichNote(RichText(), QDateTime::currentDateTimeUtc());
+        QVERIFY(task.noteData().isEmpty());
     }
 };
 

@@ -1,8 +1,5 @@
 #pragma once
 
-// The whole road of a reminder on the test's own bus: store, notification centre, scheduler
-// and the router that turns answers into task changes.
-
 #include "Clock.h"
 #include "ModelContext.h"
 #include "Notifications.h"
@@ -28,7 +25,6 @@ struct Rig {
     QList<QPair<QString, QVariantMap>> posts;
     int boardShown = 0;
 
-    // The scheduler's tests start on a Tuesday morning.
     explicit Rig(const Desktop& desktop, const QDateTime& now = local(2024, 5, 14, 10, 0))
         : clock(now) {
         QString error;
@@ -61,7 +57,6 @@ struct Rig {
         return task;
     }
 
-    // Waits until every permission question asked so far is answered: answers come in order.
     [[nodiscard]] bool settle() {
         QObject receiver;
         bool answered = false;
@@ -77,7 +72,6 @@ struct Rig {
         return identifiers;
     }
 
-    // The item's reminder fires a minute before `answerAt`; answers its notification id.
     uint deliver(TaskItem* item, const QDateTime& answerAt) {
         clock.setNow(answerAt.addSecs(-120));
         item->setReminderAt(answerAt.addSecs(-60));

@@ -1,8 +1,5 @@
 #pragma once
 
-// A board controller on a real store with a clock that stands still, for the tests of the
-// board's screen rules.
-
 #include "BoardModel.h"
 #include "BoardTestSupport.h"
 #include "Clock.h"
@@ -16,7 +13,6 @@
 
 namespace BoardTest {
 
-// Wednesday 17 June 2026, mid-morning.
 inline const QDateTime wednesday = local(2026, 6, 17, 10, 0);
 
 struct Board {
@@ -39,7 +35,6 @@ struct Board {
         return list;
     }
 
-    // Tasks are added top to bottom: each one below the previous of the whole board.
     TaskItem* add(const QString& title, Bucket column, TaskCategory* list = nullptr) {
         auto* task = new TaskItem(title, 1000 - qint64(store.context->tasks().size()), wednesday);
         task->move(column, wednesday, calendar);
@@ -66,7 +61,6 @@ struct Board {
         return task ? task->title() : QString();
     }
 
-    // "later | thisWeek | today" as the column models show them, titles in order.
     [[nodiscard]] QString columns() const {
         QStringList parts;
         for (Bucket bucket : BucketInfo::columns) {
@@ -86,7 +80,6 @@ struct Board {
     }
 };
 
-// Today: T1 T2 T3. This week: W1 W2. Later: L1 (list A), L2 (no list), L3 (list B).
 inline void fillStandardBoard(Board& board) {
     TaskCategory* a = board.addList(QStringLiteral("A"));
     TaskCategory* b = board.addList(QStringLiteral("B"));

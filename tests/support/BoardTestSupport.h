@@ -1,8 +1,5 @@
 #pragma once
 
-// Shared pieces of the board logic tests: a real store in a temporary directory, wall-clock
-// moments in the local zone, and sinks that record what the board asked for.
-
 #include "AppSound.h"
 #include "Bucket.h"
 #include "ModelContext.h"
@@ -28,7 +25,6 @@
 
 namespace BoardTest {
 
-// A moment given as local wall-clock time, so a case reads the same in every zone.
 inline QDateTime local(QDate date, QTime time = QTime(0, 0)) {
     return QDateTime(date, time, Qt::LocalTime).toUTC();
 }
@@ -37,7 +33,6 @@ inline QDateTime local(int y, int m, int d, int hour = 0, int minute = 0, int se
     return local(QDate(y, m, d), QTime(hour, minute, second));
 }
 
-// One store file and one preferences file per test.
 struct Store {
     QTemporaryDir dir;
     std::unique_ptr<ModelContext> context;
@@ -53,7 +48,6 @@ struct Store {
 
     [[nodiscard]] QString path() const { return dir.filePath(QStringLiteral("tavik.store")); }
 
-    // A second, independent view of the file: what a restart would load.
     [[nodiscard]] std::unique_ptr<ModelContext> reopen() const {
         QString error;
         auto reopened = ModelContext::open(path(), &error);
@@ -87,9 +81,6 @@ public:
     QList<AppSound> played;
 };
 
-// Every persisted field of every record, one sorted line per record, so that two stores
-// compare field by field with a readable difference: moments to the millisecond, bytes as
-// hex, links by id, "-" for no value.
 inline QStringList snapshot(const ModelContext& context) {
     const auto moment = [](const QDateTime& m) {
         return m.isValid() ? QString::number(m.toMSecsSinceEpoch()) : QStringLiteral("-");
@@ -130,8 +121,6 @@ inline QStringList snapshot(const ModelContext& context) {
     return lines;
 }
 
-// A second connection to a store file, beside the context's own: to read what the file
-// really holds, or to get in the way of the context's saves.
 class SideConnection {
 public:
     explicit SideConnection(const QString& path,
@@ -158,7 +147,6 @@ public:
         return false;
     }
 
-    // The first column of the first row, or an invalid value.
     [[nodiscard]] QVariant value(const QString& sql) {
         QSqlQuery query(m_db);
         return query.exec(sql) && query.next() ? query.value(0) : QVariant();
@@ -174,7 +162,6 @@ private:
 Q_DECLARE_METATYPE(Bucket)
 Q_DECLARE_METATYPE(AppSound)
 
-// Readable values in failed comparisons.
 namespace QTest {
 template <> inline char* toString(const Bucket& bucket) {
     return qstrdup(qPrintable(BucketInfo::rawValue(bucket)));

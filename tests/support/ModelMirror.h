@@ -1,9 +1,5 @@
 #pragma once
 
-// A copy of a list model's rows kept only from the model's change signals. If the signals
-// describe a change wrongly (a move to the wrong place, a missing insert), the copy and the
-// model part ways, which a comparison with the model's own rows shows.
-
 #include <QAbstractItemModel>
 #include <QObject>
 #include <QStringList>
@@ -28,7 +24,6 @@ public:
             [this](const QModelIndex&, int first, int last, const QModelIndex&, int destination) {
                 const QStringList moved = m_rows.mid(first, last - first + 1);
                 m_rows.remove(first, last - first + 1);
-                // The destination names the rows as they were before the move.
                 const int at = destination > last ? destination - int(moved.size()) : destination;
                 for (int i = 0; i < moved.size(); ++i)
                     m_rows.insert(at + i, moved[i]);

@@ -1,8 +1,5 @@
 #pragma once
 
-// The reminder tests' desktop: a session bus of their own with a python3-dbusmock
-// notification server on it.
-
 #include "NotificationCenter.h"
 
 #include <QDBusArgument>
@@ -25,8 +22,6 @@ inline QDateTime local(int y, int m, int d, int hour = 0, int minute = 0, int se
     return QDateTime(QDate(y, m, d), QTime(hour, minute, second), Qt::LocalTime).toUTC();
 }
 
-// A python3-dbusmock server started from one of its templates. It records the calls it
-// receives and emits signals on request.
 class MockServer {
 public:
     MockServer(QDBusConnection bus, QString address, QStringList arguments, QString name,
@@ -38,13 +33,11 @@ public:
         , m_path(std::move(path)) {}
     ~MockServer() { stop(); }
 
-    // Starts the server and waits until it owns its name.
     [[nodiscard]] bool start() {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), m_address);
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // The Debian interpreter: a python3 earlier on PATH may lack the module.
         m_process.start(QStringLiteral("/usr/bin/python3"),
                         QStringList{"-m", "dbusmock", "--session", "--template"} + m_arguments);
         return m_process.waitForStarted(5000) && waitForOwner(true);
@@ -64,8 +57,6 @@ public:
         return m_bus.interface() && m_bus.interface()->isServiceRegistered(m_name).value();
     }
 
-    // Arguments of every call of `method` since the last clearCalls(), oldest first. Arrays
-    // and dictionaries come back as QStringList and QVariantMap.
     [[nodiscard]] QList<QVariantList> methodCalls(const QString& method) const {
         const QDBusMessage reply = m_bus.call(mockCall("GetMethodCalls") << method);
         QList<QVariantList> calls;
@@ -91,7 +82,6 @@ public:
 
     void clearCalls() { m_bus.call(mockCall("ClearCalls")); }
 
-    // Emits `name` from the main object as if the server had sent it.
     void emitSignal(const QString& interface, const QString& name, const QString& signature,
                     const QVariantList& arguments) {
         const QDBusMessage reply = m_bus.call(
@@ -140,9 +130,6 @@ private:
     QProcess m_process;
 };
 
-// One per test program: a dbus-daemon whose only activatable service is a trap for the
-// notification name, so nothing on the machine can be started behind the test's back, and a
-// notification server that can be stopped and started again within a test.
 struct Desktop {
     QTemporaryDir dir;
     QProcess daemon;
@@ -194,7 +181,6 @@ struct Desktop {
             daemon.kill();
     }
 
-    // For each test's init(): the server up and its record of calls empty.
     [[nodiscard]] bool ready() {
         if (!bus.isValid() || (!server->isOwned() && !server->start()))
             return false;
@@ -203,7 +189,6 @@ struct Desktop {
     }
 
     [[nodiscard]] QString trapPath() const { return dir.filePath(QStringLiteral("autostarted")); }
-    // Somebody called the notification name while nobody owned it.
     [[nodiscard]] bool daemonWasAutostarted() const { return QFile::exists(trapPath()); }
 
     [[nodiscard]] QList<QVariantList> notifyCalls() const {

@@ -1,5 +1,3 @@
-// Runs every tests/ui/quick/tst_*.qml against the real TavikUi module. The views read the
-// system clock here, as the tests compare with JavaScript's own Date: TavikTest.SystemClock.
 #include "Clock.h"
 #include "types/QmlClock.h"
 

@@ -1,8 +1,7 @@
-// The board's screen rules without the screen: keyboard control, the column models and the
-// board's reactions, on a real store with a clock that stands still.
 #include "BoardControllerFixture.h"
 #include "ModelMirror.h"
 #include "TestData.h"
+#include "board/TaskListModel.h"
 
 #include <QAbstractItemModelTester>
 #include <QKeySequence>
@@ -36,6 +35,79 @@ void selectList(Board& board, const QString& name) {
 
 const QString standardColumns = QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3");
 
+constexpr qreal columnWidth = 300;
+constexpr qreal rowHeight = 50;
+constexpr qreal firstRowY = 100;
+
+void layOut(Board& board) {
+    BoardDragController& drag = *board.controller->drag();
+    drag.clearRowFrames();
+    for (int c = 0; c < int(BucketInfo::columns.size()); ++c) {
+        const Bucket bucket = BucketInfo::columns[size_t(c)];
+        TaskListModel* list = board.controller->columnModel(bucket);
+        drag.setColumnFrame(bucket, QRectF(c * columnWidth, 60, columnWidth, 600));
+        for (int row = 0; row < list->count(); ++row) {
+            if (list->data(list->index(row), TaskListModel::IsGhostRole).toBool())
+                continue;
+            drag.addRowFrame(
+                {list->taskAt(row)->id(), bucket,
+                 QRectF(c * columnWidth, firstRowY + row * rowHeight, columnWidth, rowHeight)});
+        }
+    }
+    drag.setCategoryStripFrame(QRectF(0, 0, 300, 40));
+    drag.clearTabFrames();
+    drag.addTabFrame({std::nullopt, QRectF(0, 0, 100, 40)});
+    qreal x = 100;
+    for (const TaskCategory* list : board.model->categories()) {
+        drag.addTabFrame({list->id(), QRectF(x, 0, 60, 40)});
+        x += 60;
+    }
+}
+
+QPointF centreOf(Board& board, const QString& title) {
+    for (int c = 0; c < int(BucketInfo::columns.size()); ++c) {
+        const TaskListModel* list = board.controller->columnModel(BucketInfo::columns[size_t(c)]);
+        const int row = list->indexOfId(board.idOf(title));
+        if (row >= 0)
+            return {c * columnWidth + columnWidth / 2, firstRowY + row * rowHeight + rowHeight / 2};
+    }
+    return {-1, -1};
+}
+
+void drag(Board& board, const QString& title, const QList<QPointF>& points) {
+    layOut(board);
+    const QPointF start = centreOf(board, title);
+    for (const QPointF& point : points) {
+        layOut(board);
+        board.controller->drag()->dragChanged(start, point);
+    }
+}
+
+QString describe(const Board& board, const std::optional<DropTarget>& target) {
+    if (!target)
+        return QStringLiteral("none");
+    if (target->kind == DropTarget::Kind::assignCategory) {
+        const TaskCategory* list =
+            target->categoryId ? board.store.context->category(*target->categoryId) : nullptr;
+        return QStringLiteral("list ") + (list ? list->name() : QStringLiteral("all"));
+    }
+    const QString before =
+        target->beforeId ? board.titleOf(target->beforeId->toString()) : QStringLiteral("end");
+    return BucketInfo::rawValue(target->bucket) + QStringLiteral(" before ") + before;
+}
+
+QString ghostOf(const Board& board, Bucket bucket) {
+    const TaskListModel* list = board.controller->columnModel(bucket);
+    for (int row = 0; row < list->count(); ++row) {
+        if (list->data(list->index(row), TaskListModel::IsGhostRole).toBool()) {
+            const bool faded = list->data(list->index(row), TaskListModel::IsDraggingRole).toBool();
+            return list->taskAt(row)->title() +
+                   (faded ? QStringLiteral(" faded") : QStringLiteral(" landed"));
+        }
+    }
+    return QString();
+}
+
 } // namespace
 
 class TestBoardController : public QObject {
@@ -44,36 +116,18 @@ class TestBoardController : public QObject {
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
 
-    void keys_data() {
-        QTest::addColumn<QString>("list");    // selected list before the key, "" for all
-        QTest::addColumn<QString>("focused"); // focused task before the key
-        QTest::addColumn<bool>("active");     // keyboardActive before the key
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<bool>("handled");
-        QTest::addColumn<QString>("focusAfter");
-        QTest::addColumn<QString>("columnsAfter"); // "=" for unchanged
-        QTest::addColumn<QString>("listAfter");
-        for (const QJsonValue& row : TestData::cases("board-keys.json", "keys")) {
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << row["list"].toString() << row["focused"].toString() << row["active"].toBool()
-                << row["key"].toString() << row["handled"].toBool() << row["focus"].toString()
-                << row["columns"].toString() << row["listAfter"].toString();
-        }
-    }
+    void keys_data() { TestData::addRows("board-keys.json", "keys"); }
 
     void keys() {
-        QFETCH(QString, list);
-        QFETCH(QString, focused);
-        QFETCH(bool, active);
-        QFETCH(QString, key);
-        QFETCH(bool, handled);
-        QFETCH(QString, focusAfter);
-        QFETCH(QString, columnsAfter);
-        QFETCH(QString, listAfter);
-
+        QFETCH(QJsonObject, row);
+        const QString focused = row["focused"].toString();
+        const QString key = row["key"].toString();
+        const bool active = row["active"].toBool();
+        const bool handled = row["handled"].toBool();
+        const QString columnsAfter = row["columns"].toString();
         Board board;
         fillStandardBoard(board);
-        selectList(board, list);
+        selectList(board, row["list"].toString());
         board.focus(focused);
         board.controller->setKeyboardActive(active);
 
@@ -83,39 +137,13 @@ private slots:
                  handled);
         board.controller->syncModels();
 
-        QCOMPARE(board.focusedTitle(), focusAfter);
+        QCOMPARE(board.focusedTitle(), row["focus"].toString());
         QCOMPARE(board.columns(),
                  columnsAfter == QLatin1String("=") ? standardColumns : columnsAfter);
-        QCOMPARE(listName(board), listAfter);
+        QCOMPARE(listName(board), row["listAfter"].toString());
         QCOMPARE(board.controller->keyboardActive(), handled || active);
-        // Return opens the focused task; nothing else does.
         const bool opens = handled && active && key == QLatin1String("Return");
         QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(focused) : nullptr);
-    }
-
-    void completingMovesTheFocusAtOnce() {
-        Board board;
-        fillStandardBoard(board);
-        board.focus(QStringLiteral("T2"));
-        board.controller->setKeyboardActive(true);
-
-        board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
-        QCOMPARE(board.focusedTitle(), QStringLiteral("T3"));
-        // The task itself stays in its column, ticked, until the write.
-        QVERIFY(!board.byTitle(QStringLiteral("T2"))->completed());
-        QCOMPARE(board.controller->todayModel()->count(), 3);
-        QCOMPARE(board.controller->todayModel()->data(board.controller->todayModel()->index(1),
-                                                      TaskListModel::CompletingRole),
-                 QVariant(true));
-
-        // The last row of a column hands the focus upwards, to a row that is completing
-        // itself: until the write it is a row like any other.
-        board.controller->handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
-        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
-
-        QTRY_VERIFY(board.byTitle(QStringLiteral("T2"))->completed());
-        QTRY_COMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1"));
-        QCOMPARE(board.controller->doneModel()->count(), 2);
     }
 
     void highlightNeedsFocusAndKeyboard() {
@@ -132,24 +160,36 @@ private slots:
         c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
         QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
 
-        // The mouse hides the highlight but keeps the row; the next key only relights it.
         c.pointerMoved();
         QCOMPARE(c.highlightedTaskId(), QString());
         QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
         c.handleBoardKey(Qt::Key_Down, Qt::NoModifier);
         QCOMPARE(c.highlightedTaskId(), board.idOf(QStringLiteral("T2")));
 
-        // Losing the focus turns the keyboard off; regaining it keeps a row it can locate.
         c.setBoardFocused(false);
         QVERIFY(!c.keyboardActive());
         QCOMPARE(c.highlightedTaskId(), QString());
         c.setBoardFocused(true);
         QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
         QCOMPARE(c.highlightedTaskId(), QString());
+
+        // Completing moves the focus at once; the row leaves after the delay.
+        c.setKeyboardActive(true);
+        c.handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T3"));
+        QVERIFY(!board.byTitle(QStringLiteral("T2"))->completed());
+        QCOMPARE(c.todayModel()->count(), 3);
+        QCOMPARE(c.todayModel()->data(c.todayModel()->index(1), TaskListModel::CompletingRole),
+                 QVariant(true));
+
+        c.handleBoardKey(Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(board.focusedTitle(), QStringLiteral("T2"));
+
+        QTRY_VERIFY(board.byTitle(QStringLiteral("T2"))->completed());
+        QTRY_COMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1"));
+        QCOMPARE(c.doneModel()->count(), 2);
     }
 
-    // Every change of the board arrives as inserts, removals, moves and dataChanged, never as
-    // a reset, and each model stays consistent throughout.
     void modelsFollowTheBoardRowByRow() {
         Board board;
         fillStandardBoard(board);
@@ -166,7 +206,6 @@ private slots:
                 std::make_unique<QSignalSpy>(model, &QAbstractItemModel::modelAboutToBeReset));
             mirrors.push_back(std::make_unique<ModelMirror>(model, Qt::DisplayRole));
         }
-        // What the signals told must be what the board shows.
         auto mirrorsAgree = [&] {
             for (int i = 0; i < 4; ++i) {
                 const Bucket bucket = BucketInfo::allCases[size_t(i)];
@@ -186,7 +225,6 @@ private slots:
         };
         QSignalSpy todayMoves(c.todayModel(), &QAbstractItemModel::rowsMoved);
 
-        // Reordering inside a column is one move.
         board.model->handleReorder(board.byTitle(QStringLiteral("T3"))->id(), Bucket::today,
                                    board.byTitle(QStringLiteral("T1"))->id());
         c.syncModels();
@@ -194,7 +232,6 @@ private slots:
         QCOMPARE(todayMoves.count(), 1);
         QVERIFY(mirrorsAgree());
 
-        // Across columns, creation, deletion, completion and lists.
         board.model->handleReorder(board.byTitle(QStringLiteral("W1"))->id(), Bucket::today,
                                    std::nullopt);
         c.createEnhanced(EnhancedDraft{QStringLiteral("N1"), {}, {}, {}, {}});
@@ -214,8 +251,6 @@ private slots:
         QCOMPARE(c.categoriesModel()->count(), 2);
         QVERIFY(mirrorsAgree());
 
-        // The week turns: everything placed by hand falls back to later, which takes the
-        // rows in sortIndex order among its own.
         board.clock.setNow(local(2026, 6, 22, 9, 0));
         c.refreshNow();
         c.syncModels();
@@ -223,23 +258,18 @@ private slots:
         QCOMPARE(c.thisWeekModel()->count() + c.todayModel()->count(), 0);
         QVERIFY(mirrorsAgree());
 
-        for (const auto& spy : resets)
-            QCOMPARE(spy->count(), 0);
-    }
-
-    void aRemovedRecordLeavesItsRowAtOnce() {
-        Board board;
-        fillStandardBoard(board);
-        TaskItem* task = board.byTitle(QStringLiteral("W1"));
-        QSignalSpy removed(board.controller->thisWeekModel(), &QAbstractItemModel::rowsRemoved);
-        board.store.context->remove(task);
-        // No sync yet: the row must not outlive the record, which a save may free.
+        // A record removed behind the board's back leaves its row at once.
+        QSignalSpy removed(c.laterModel(), &QAbstractItemModel::rowsRemoved);
+        board.store.context->remove(board.byTitle(QStringLiteral("W2")));
         QCOMPARE(removed.count(), 1);
-        QCOMPARE(board.controller->thisWeekModel()->count(), 1);
+        QCOMPARE(c.laterModel()->count(), 7);
         QVERIFY(board.store.context->save());
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        board.controller->syncModels();
-        QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W2 | T1 T2 T3"));
+        c.syncModels();
+        QVERIFY(mirrorsAgree());
+
+        for (const auto& spy : resets)
+            QCOMPARE(spy->count(), 0);
     }
 
     void editingFollowsTheDialog() {
@@ -253,13 +283,11 @@ private slots:
         QCOMPARE(c.editingTaskId(), board.idOf(QStringLiteral("T2")));
         c.saveEdit(t2, EnhancedDraft{QStringLiteral("T2 renamed"), {}, {}, t2->dueDate(), {}});
         QCOMPARE(t2->title(), QStringLiteral("T2 renamed"));
-        // A task placed in today by hand and saved with its day untouched stays as it was.
         QVERIFY(!t2->scheduledExplicitly());
         QCOMPARE(board.model->bucketOf(*t2), Bucket::today);
         c.endEditing();
         QCOMPARE(c.editingTaskId(), QString());
 
-        // A task deleted while it is open closes the edit.
         TaskItem* t3 = board.byTitle(QStringLiteral("T3"));
         c.beginEditing(t3);
         c.deleteTask(t3);
@@ -267,34 +295,20 @@ private slots:
         QCOMPARE(spy.count(), 4);
     }
 
-    void notificationsReachTheViews_data() {
-        QTest::addColumn<QString>("taskId"); // "T2", or a raw value when not a title
-        QTest::addColumn<bool>("opens");
-
-        QTest::newRow("a task on the board") << "T2" << true;
-        QTest::newRow("an unknown id") << "6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01" << false;
-        QTest::newRow("a deleted task") << "T3" << false;
-    }
-
     void notificationsReachTheViews() {
-        QFETCH(QString, taskId);
-        QFETCH(bool, opens);
-
+        const QString unknown = QStringLiteral("6b1f0c6e-5d53-4a0e-9a3c-2f1b7c8d9e01");
+        for (const QString& taskId : {QStringLiteral("T2"), unknown, QStringLiteral("T3")}) {
+            Board board;
+            fillStandardBoard(board);
+            const bool opens = taskId == QLatin1String("T2");
+            const QString id = board.byTitle(taskId) ? board.idOf(taskId) : taskId;
+            board.controller->deleteTask(board.byTitle(QStringLiteral("T3")));
+            board.clock.advance(3600 * 1000);
+            board.hub.post(TavikNotification::openTask, {{QStringLiteral("taskId"), id.toUpper()}});
+            QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
+            QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
+        }
         Board board;
-        fillStandardBoard(board);
-        TaskItem* deleted = board.byTitle(QStringLiteral("T3"));
-        const QString id = board.byTitle(taskId) ? board.idOf(taskId) : taskId;
-        board.controller->deleteTask(deleted);
-        board.clock.advance(3600 * 1000);
-
-        QVariantMap info;
-        if (!taskId.isEmpty())
-            info.insert(QStringLiteral("taskId"), id.toUpper());
-        board.hub.post(TavikNotification::openTask, info);
-
-        QCOMPARE(board.controller->editingTask(), opens ? board.byTitle(taskId) : nullptr);
-        QCOMPARE(board.controller->now(), opens ? board.clock.now() : wednesday);
-        // Whoever posts a blur, the views hear it.
         QSignalSpy blur(board.controller.get(), &BoardController::blurInput);
         board.hub.post(TavikNotification::blurInput);
         QCOMPARE(blur.count(), 1);
@@ -310,9 +324,146 @@ private slots:
         board.controller->boardAppeared();
         QCOMPARE(board.controller->now(), board.clock.now());
         QCOMPARE(listName(board), QStringLiteral("B"));
-        // A day later the tasks placed in today by hand have gone back to this week.
         board.controller->syncModels();
         QCOMPARE(board.columns(), QStringLiteral("L3 | W1 W2 T1 T2 T3 | "));
+    }
+
+    void onlyADragThatStartsOnARowMovesATask() {
+        Board board;
+        fillStandardBoard(board);
+        BoardDragState& state = *board.controller->dragState();
+
+        layOut(board);
+        const QPointF empty(750, 500);
+        for (qreal y : {480.0, 300.0, 160.0, 110.0})
+            board.controller->drag()->dragChanged(empty, QPointF(750, y));
+        QVERIFY(!state.draggingId());
+        QVERIFY(!state.target());
+
+        drag(board, QStringLiteral("L2"), {QPointF(160, 180)});
+        QCOMPARE(state.draggingTask(), board.byTitle(QStringLiteral("L2")));
+        QCOMPARE(state.translation(), QSizeF(10, 5));
+    }
+
+    void targetUnderThePointer_data() { TestData::addRows("drag-targets.json", "targets"); }
+
+    void targetUnderThePointer() {
+        QFETCH(QJsonObject, row);
+        QList<QPointF> path;
+        for (const QJsonValue& point : row["path"].toArray())
+            path << QPointF(point[0].toDouble(), point[1].toDouble());
+        Board board;
+        fillStandardBoard(board);
+        drag(board, QStringLiteral("T1"), path);
+        QCOMPARE(describe(board, board.controller->dragState()->target()),
+                 row["target"].toString());
+    }
+
+    void columnsShowThePlaceholder() {
+        Board board;
+        fillStandardBoard(board);
+        drag(board, QStringLiteral("L1"), {QPointF(450, 160)});
+        QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W1 L1 W2 | T1 T2 T3"));
+        QCOMPARE(ghostOf(board, Bucket::thisWeek), QStringLiteral("L1 faded"));
+        QCOMPARE(board.controller->thisWeekModel()->taskCount(), 2);
+
+        board.controller->drag()->dragChanged({}, {130, 20});
+        QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W1 W2 | T1 T2 T3"));
+
+        board.controller->drag()->dragChanged({}, {450, 120});
+        QCOMPARE(board.columns(), QStringLiteral("L2 L3 | L1 W1 W2 | T1 T2 T3"));
+        board.model->remove(board.byTitle(QStringLiteral("W1")));
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L2 L3 | W2 L1 | T1 T2 T3"));
+    }
+
+    void dropOnAColumnHandsOverWhenTheOrderChanges() {
+        Board board;
+        fillStandardBoard(board);
+        drag(board, QStringLiteral("L2"), {QPointF(760, 170)});
+        QCOMPARE(describe(board, board.controller->dragState()->target()),
+                 QStringLiteral("today before T2"));
+
+        board.controller->drag()->dragEnded();
+        BoardDragState& state = *board.controller->dragState();
+        QVERIFY(state.committing());
+        QVERIFY(board.controller->drag()->pendingDropClear());
+        QCOMPARE(board.model->bucketOf(*board.byTitle(QStringLiteral("L2"))), Bucket::today);
+        QCOMPARE(board.columns(), QStringLiteral("L1 L3 | W1 W2 | T1 L2 T2 T3"));
+        QCOMPARE(ghostOf(board, Bucket::today), QStringLiteral("L2 landed"));
+
+        TaskListModel* today = board.controller->todayModel();
+        QSignalSpy inserted(today, &QAbstractItemModel::rowsInserted);
+        QSignalSpy removed(today, &QAbstractItemModel::rowsRemoved);
+        QSignalSpy moved(today, &QAbstractItemModel::rowsMoved);
+        board.controller->syncModels();
+        QVERIFY(!state.draggingId());
+        QVERIFY(!board.controller->drag()->pendingDropClear());
+        QCOMPARE(board.columns(), QStringLiteral("L1 L3 | W1 W2 | T1 L2 T2 T3"));
+        QCOMPARE(ghostOf(board, Bucket::today), QString());
+        QCOMPARE(inserted.count() + removed.count() + moved.count(), 0);
+    }
+
+    void dropThatKeepsTheOrderClearsOnTheTimer() {
+        Board board;
+        board.add(QStringLiteral("A"), Bucket::later)->setSortIndex(5000);
+        board.add(QStringLiteral("B"), Bucket::today)->setSortIndex(3000);
+        board.controller->syncModels();
+        drag(board, QStringLiteral("B"), {QPointF(150, 400)});
+        board.controller->drag()->dragEnded();
+        QCOMPARE(board.byTitle(QStringLiteral("B"))->sortIndex(), 5000 - 1024);
+        board.controller->syncModels();
+        BoardDragState& state = *board.controller->dragState();
+        QVERIFY(state.committing());
+        QCOMPARE(ghostOf(board, Bucket::later), QStringLiteral("B landed"));
+        QTRY_VERIFY_WITH_TIMEOUT(!state.draggingId(), 1000);
+        QCOMPARE(board.columns(), QStringLiteral("A B |  | "));
+        QCOMPARE(ghostOf(board, Bucket::later), QString());
+    }
+
+    void aTaskThatVanishesBeforeTheDropChangesNothing() {
+        for (const QPointF point : {QPointF(450, 120), QPointF(130, 20)}) { // a column, a tab
+            Board board;
+            fillStandardBoard(board);
+            drag(board, QStringLiteral("L2"), {point});
+            board.model->remove(board.byTitle(QStringLiteral("L2")));
+            board.controller->syncModels();
+            const QString before = board.columns();
+            QCOMPARE(before, QStringLiteral("L1 L3 | W1 W2 | T1 T2 T3"));
+
+            board.controller->drag()->dragEnded();
+            QTRY_VERIFY_WITH_TIMEOUT(!board.controller->dragState()->draggingId(), 1000);
+            board.controller->syncModels();
+            QCOMPARE(board.columns(), before);
+            QCOMPARE(board.byTitle(QStringLiteral("L1"))->category()->name(), QStringLiteral("A"));
+        }
+    }
+
+    void leavingTheBoardEndsTheDragWithoutADrop() {
+        Board board;
+        fillStandardBoard(board);
+        drag(board, QStringLiteral("L2"), {QPointF(450, 120)});
+        board.controller->boardDisappeared();
+        board.controller->drag()->dragEnded();
+        board.controller->syncModels();
+        QCOMPARE(board.columns(), QStringLiteral("L1 L2 L3 | W1 W2 | T1 T2 T3"));
+    }
+
+    void stateNotifiesOnlyRealChanges() {
+        Board board;
+        fillStandardBoard(board);
+        BoardDragState& state = *board.controller->dragState();
+        QSignalSpy targets(&state, &BoardDragState::targetChanged);
+        QSignalSpy tasks(&state, &BoardDragState::draggingTaskChanged);
+        drag(board, QStringLiteral("L2"),
+             {QPointF(450, 110), QPointF(460, 112), QPointF(470, 114)});
+        QCOMPARE(tasks.count(), 1);
+        QCOMPARE(targets.count(), 1);
+        board.controller->drag()->dragChanged({}, {130, 20});
+        const QString listA =
+            board.byTitle(QStringLiteral("L1"))->category()->id().toString(QUuid::WithoutBraces);
+        QVERIFY(state.isHotTab(listA));
+        QCOMPARE(targets.count(), 2);
     }
 };
 

@@ -1,5 +1,3 @@
-// The board view's own wiring, on the demo board in a real window: what a click, a menu, the
-// wheel and a hover do. The rules behind them are BoardController's and tested there.
 #include "BoardModel.h"
 #include "BoardTestSupport.h"
 #include "Clock.h"
@@ -9,6 +7,7 @@
 #include "TaskCategory.h"
 #include "board/BoardController.h"
 
+#include <QInputMethodEvent>
 #include <QQmlEngine>
 #include <QQuickView>
 #include <QSignalSpy>
@@ -26,7 +25,6 @@ namespace {
 
 struct Screen {
     Store store;
-    // Wednesday 17 June 2026, 10:00: the demo's 15:00 reminder is still ahead.
     ManualClock clock{local(2026, 6, 17, 10, 0)};
     NotificationHub hub;
     std::unique_ptr<BoardModel> model;
@@ -54,7 +52,56 @@ struct Screen {
     [[nodiscard]] QQuickItem* menuEntry(const QString& text) const {
         return findShown(view->contentItem(), "SymbolMenuItem", "text", text);
     }
+
+    // The task dialog in the board's corner, and its parts by object name.
+    [[nodiscard]] QObject* object(const char* name) const {
+        return view->rootObject()->findChild<QObject*>(QLatin1String(name));
+    }
+    [[nodiscard]] QQuickItem* item(const char* name) const {
+        return qobject_cast<QQuickItem*>(object(name));
+    }
+    [[nodiscard]] QQuickItem* panel() const {
+        return find(view->rootObject(), [](QQuickItem* item) {
+            return QByteArray(item->metaObject()->className()).startsWith("CreateTaskPanel");
+        });
+    }
+    [[nodiscard]] bool dialogOpen() const { return panel()->property("open").toBool(); }
+    [[nodiscard]] QQuickItem* editor(const char* field) const {
+        return item(field)->property("editor").value<QQuickItem*>();
+    }
+
+    // The spring has come to rest when the panel no longer changes size.
+    void settle() const {
+        QSizeF last;
+        for (int i = 0; i < 100; ++i) {
+            QTest::qWait(30);
+            const QSizeF size = panel()->size();
+            if (size == last)
+                return;
+            last = size;
+        }
+    }
+
+    // Clicks the control and waits for its popover; null when it does not open.
+    QObject* openPopover(const char* control, const char* popoverName) const {
+        click(view.get(), item(control));
+        QObject* popover = object(popoverName);
+        const bool opened =
+            popover && QTest::qWaitFor([popover] { return popover->property("opened").toBool(); });
+        return opened ? popover : nullptr;
+    }
+
+    void activate() const {
+        view->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(view.get()));
+    }
 };
+
+void commitText(QQuickItem* editor, const QString& text) {
+    QInputMethodEvent event;
+    event.setCommitString(text);
+    QCoreApplication::sendEvent(editor, &event);
+}
 
 } // namespace
 
@@ -74,39 +121,134 @@ private slots:
         QTRY_VERIFY(row->property("isEditing").toBool());
     }
 
-    void contextMenuFilesAndDeletes() {
+    // Filing and deleting through this menu are driven by kill_e2e (its "list" and "delete"
+    // edits); here, the tick on the task's own list.
+    void contextMenuTicksTheTasksList() {
         Screen screen;
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
-        QQuickItem* row = screen.row(QStringLiteral("预约牙医"));
-        click(screen.view.get(), row, Qt::RightButton);
+        click(screen.view.get(), screen.row(QStringLiteral("预约牙医")), Qt::RightButton);
         QTRY_VERIFY(screen.menuEntry(QStringLiteral("清单")));
-
-        // The list submenu: 无 first, then every list; the task's own list is ticked.
         click(screen.view.get(), screen.menuEntry(QStringLiteral("清单")));
         QTRY_VERIFY(screen.menuEntry(QStringLiteral("工作")));
         QCOMPARE(screen.menuEntry(QStringLiteral("个人"))->property("symbol").toString(),
                  QStringLiteral("checkmark"));
-        click(screen.view.get(), screen.menuEntry(QStringLiteral("工作")));
-        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
-        QCOMPARE(task->title(), QStringLiteral("预约牙医"));
-        QCOMPARE(task->category()->name(), QStringLiteral("工作"));
-
-        QTRY_VERIFY(!screen.menuEntry(QStringLiteral("编辑")));
-        click(screen.view.get(), row, Qt::RightButton);
-        QTRY_VERIFY(screen.menuEntry(QStringLiteral("删除")));
-        click(screen.view.get(), screen.menuEntry(QStringLiteral("删除")));
-        QTRY_COMPARE(screen.controller->thisWeekModel()->count(), 1);
+        QCOMPARE(screen.menuEntry(QStringLiteral("工作"))->property("symbol").toString(),
+                 QString());
     }
 
     void clickOnEmptyBoardBlursAndTakesTheKeyboard() {
         Screen screen;
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
         QSignalSpy posted(&screen.hub, &NotificationHub::posted);
-        // Below the last row of this week.
         QTest::mouseClick(screen.view.get(), Qt::LeftButton, {}, QPoint(550, 600));
         QCOMPARE(posted.count(), 1);
         QCOMPARE(posted.first().first().toString(), TavikNotification::blurInput);
         QTRY_VERIFY(screen.controller->boardFocused());
+    }
+
+    // Driven as a person drives it: clicks, keys and an input method.
+    void dialogCreates() {
+        Screen screen;
+        screen.activate();
+        const qsizetype before = screen.store.context->tasks().size();
+        click(screen.view.get(), screen.item("fab"));
+        screen.settle();
+        QTRY_VERIFY(screen.editor("titleField")->hasActiveFocus());
+        QVERIFY(!screen.item("mainButton")->isEnabled());
+        commitText(screen.editor("titleField"), QStringLiteral("写周报"));
+        QVERIFY(screen.item("mainButton")->isEnabled());
+
+        QObject* lists = screen.openPopover("listPill", "listPopover");
+        QVERIFY(lists);
+        click(screen.view.get(),
+              find(lists->property("contentItem").value<QQuickItem*>(), [](QQuickItem* row) {
+                  return row->property("listName") == QStringLiteral("工作");
+              }));
+        QTRY_VERIFY(!lists->property("visible").toBool());
+
+        // In the note Return makes a line; Ctrl+Return submits from there too.
+        QQuickItem* note = screen.editor("noteField");
+        click(screen.view.get(), note);
+        QTRY_VERIFY(note->hasActiveFocus());
+        commitText(note, QStringLiteral("第一行"));
+        QTest::keyClick(screen.view.get(), Qt::Key_Return);
+        QCOMPARE(screen.store.context->tasks().size(), before);
+        QTest::keyClick(screen.view.get(), Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(screen.store.context->tasks().size(), before + 1);
+        TaskItem* created = nullptr;
+        for (TaskItem* task : screen.store.context->tasks()) {
+            if (task->title() == QStringLiteral("写周报"))
+                created = task;
+        }
+        QVERIFY(created);
+        QCOMPARE(created->note(), QStringLiteral("第一行")); // trimmed
+        QCOMPARE(created->category()->name(), QStringLiteral("工作"));
+        QVERIFY(!screen.dialogOpen());
+    }
+
+    void dialogEditsAndDeletes() {
+        Screen screen;
+        screen.activate();
+        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
+        const QUuid id = task->id();
+        QSignalSpy posted(&screen.hub, &NotificationHub::posted);
+        screen.controller->beginEditing(task);
+        QVERIFY(screen.dialogOpen());
+        screen.settle();
+
+        // Escape closes the popover only.
+        QVERIFY(screen.openPopover("listPill", "listPopover"));
+        QTest::keyClick(screen.view.get(), Qt::Key_Escape);
+        QTRY_VERIFY(!screen.object("listPopover")->property("visible").toBool());
+        QVERIFY(screen.dialogOpen());
+
+        QTest::keyClick(screen.view.get(), Qt::Key_Return, Qt::ControlModifier);
+        const auto saves = std::count_if(posted.cbegin(), posted.cend(), [](const auto& post) {
+            return post.first().toString() == TavikNotification::tasksChanged;
+        });
+        QCOMPARE(saves, 1);
+        QCOMPARE(screen.controller->editingTask(), nullptr); // let go when the card closed
+
+        screen.controller->beginEditing(task);
+        screen.settle();
+        click(screen.view.get(), screen.item("trashButton"));
+        QVERIFY(!screen.store.context->task(id));
+        QVERIFY(!screen.dialogOpen());
+        QCOMPARE(screen.controller->editingTask(), nullptr);
+    }
+
+    // Escape closes the card, but not while an input method composes in its note.
+    void drawerEscapeWaitsForTheInputMethod() {
+        Screen screen;
+        screen.activate();
+        QObject* root = screen.view->rootObject();
+        TaskItem* task = screen.controller->thisWeekModel()->taskAt(0);
+        task->setNote(QString());
+        const auto drawerTask = [root] { return root->property("drawerTask").value<QObject*>(); };
+        QQuickItem* overlay = find(screen.view->rootObject(), [](QQuickItem* item) {
+            return QByteArray(item->metaObject()->className()).startsWith("TaskDrawerOverlay");
+        });
+        QVERIFY(overlay);
+        root->setProperty("drawerTask", QVariant::fromValue(task));
+        QTest::keyClick(screen.view.get(), Qt::Key_Escape);
+        QTRY_COMPARE(drawerTask(), nullptr);
+
+        root->setProperty("drawerTask", QVariant::fromValue(task));
+        auto* card = qvariant_cast<QQuickItem*>(overlay->property("drawer"));
+        QVERIFY(card);
+        auto* editor = qvariant_cast<QQuickItem*>(card->property("noteEditor"));
+        editor->forceActiveFocus();
+        QTest::keyClick(screen.view.get(), 'a');
+        QVERIFY(task->note().isEmpty());
+        QInputMethodEvent compose(QStringLiteral("zhong"), {});
+        QCoreApplication::sendEvent(editor, &compose);
+        QVERIFY(editor->property("inputMethodComposing").toBool());
+        QTest::keyClick(screen.view.get(), Qt::Key_Escape);
+        QCOMPARE(drawerTask(), task);
+        QInputMethodEvent cancel;
+        QCoreApplication::sendEvent(editor, &cancel);
+        root->setProperty("drawerTask", QVariant());
+        QCOMPARE(task->note(), QStringLiteral("a"));
     }
 };
 

@@ -1,10 +1,12 @@
-// The list models announce every change as the right inserts, removals and moves: a copy
-// kept only from their signals always equals the list they were given.
+#include "BoardTestSupport.h"
+#include "IsoCalendar.h"
 #include "ModelMirror.h"
+#include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TestData.h"
 #include "board/ListDiff.h"
 #include "board/TaskListModel.h"
+#include "row/TaskMetaController.h"
 
 #include <QAbstractItemModelTester>
 #include <QRandomGenerator>
@@ -21,7 +23,6 @@ QStringList titles(const QList<TaskItem*>& tasks) {
     return result;
 }
 
-// Lists are written as strings of one-letter titles: "abc" is a, b, c.
 QList<TaskItem*> pick(const QList<TaskItem*>& pool, const QString& letters) {
     QList<TaskItem*> result;
     for (QChar letter : letters)
@@ -33,6 +34,8 @@ int countOf(const QList<ListDiff::Step>& steps, ListDiff::StepKind kind) {
     return int(std::count_if(steps.cbegin(), steps.cend(),
                              [kind](const ListDiff::Step& step) { return step.kind == kind; }));
 }
+
+const QDateTime now = BoardTest::local(2026, 6, 17, 10, 0);
 
 } // namespace
 
@@ -52,25 +55,12 @@ private slots:
         }
     }
 
-    void steps_data() {
-        QTest::addColumn<QString>("from");
-        QTest::addColumn<QString>("to");
-        QTest::addColumn<int>("removes");
-        QTest::addColumn<int>("inserts");
-        QTest::addColumn<int>("moves");
-        for (const QJsonValue& row : TestData::cases("list-diff.json", "steps")) {
-            QTest::newRow(qPrintable(row["tag"].toString()))
-                << row["from"].toString() << row["to"].toString() << row["removes"].toInt()
-                << row["inserts"].toInt() << row["moves"].toInt();
-        }
-    }
+    void steps_data() { TestData::addRows("list-diff.json", "steps"); }
 
     void steps() {
-        QFETCH(QString, from);
-        QFETCH(QString, to);
-        QFETCH(int, removes);
-        QFETCH(int, inserts);
-        QFETCH(int, moves);
+        QFETCH(QJsonObject, row);
+        const QString from = row["from"].toString();
+        const QString to = row["to"].toString();
 
         const QList<TaskItem*> source = pick(m_pool, from);
         const QList<TaskItem*> target = pick(m_pool, to);
@@ -79,9 +69,9 @@ private slots:
         for (const ListDiff::Step& step : steps)
             ListDiff::apply(rows, step, target);
         QCOMPARE(titles(rows), titles(target));
-        QCOMPARE(countOf(steps, ListDiff::StepKind::remove), removes);
-        QCOMPARE(countOf(steps, ListDiff::StepKind::insert), inserts);
-        QCOMPARE(countOf(steps, ListDiff::StepKind::move), moves);
+        QCOMPARE(countOf(steps, ListDiff::StepKind::remove), row["removes"].toInt());
+        QCOMPARE(countOf(steps, ListDiff::StepKind::insert), row["inserts"].toInt());
+        QCOMPARE(countOf(steps, ListDiff::StepKind::move), row["moves"].toInt());
     }
 
     void randomChangesKeepTheModelAndItsSignalsInStep() {
@@ -96,7 +86,6 @@ private slots:
 
         QList<TaskItem*> current;
         for (int round = 0; round < 400; ++round) {
-            // Keep some rows, in a shuffled order with a few displaced, then add some.
             QList<TaskItem*> next;
             for (TaskItem* task : std::as_const(current)) {
                 if (random.bounded(5) != 0)
@@ -111,7 +100,6 @@ private slots:
             counts.clear();
             taskCounts.clear();
             model.setTasks(next);
-            // Outside a drag the column's count notifies with the rows'.
             const int notified = next.size() != current.size() ? 1 : 0;
             QCOMPARE(counts.count(), notified);
             QCOMPARE(taskCounts.count(), notified);
@@ -147,7 +135,6 @@ private slots:
         model.setTasks(tasks);
         QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
 
-        // Only rows of this model answer; strangers are ignored.
         model.refreshTasks({tasks[2], m_pool[20]});
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.first().at(0).toModelIndex().row(), 2);
@@ -157,6 +144,89 @@ private slots:
         QCOMPARE(titles(model.tasks()), QStringList({"a", "c"}));
         QCOMPARE(model.indexOfId(tasks[2]->id().toString()), 1);
         QCOMPARE(model.indexOfId(QStringLiteral("not an id")), -1);
+    }
+
+    void chips_data() { TestData::addRows("row-chips.json", "chips"); }
+
+    void chips() {
+        QFETCH(QJsonObject, row);
+        const QString chip = row["chip"].toString();
+        const QDateTime day = QDateTime::fromString(row["day"].toString(), Qt::ISODate);
+        const QDateTime reminder = QDateTime::fromString(row["reminder"].toString(), Qt::ISODate);
+
+        const IsoCalendar calendar;
+        TaskItem task(QStringLiteral("任务"), 1, now);
+        if (row.contains("column"))
+            task.move(*BucketInfo::fromRawValue(row["column"].toString()), now, calendar);
+        if (day.isValid())
+            task.schedule(day, now, calendar);
+        task.setReminderAt(reminder);
+        if (row["completed"].toBool())
+            task.setCompleted(true, now);
+
+        TaskMetaController meta;
+        meta.setNow(now);
+        meta.setTask(&task);
+        QCOMPARE(meta.hasReminder(), chip == QLatin1String("reminder"));
+        QCOMPARE(meta.hasVisibleDueDate(), chip == QLatin1String("date"));
+        QCOMPARE(meta.showsChips(), !chip.isEmpty());
+        QCOMPARE(meta.showsIcons(), !chip.isEmpty());
+        if (chip == QLatin1String("reminder")) {
+            QCOMPARE(meta.reminderText(), row["text"].toString());
+            QCOMPARE(meta.reminderOverdue(), row["overdue"].toBool());
+            QVERIFY(meta.reminderDetail().endsWith(reminder.toString("HH:mm")));
+            QVERIFY(meta.reminderDetail().contains(QLatin1Char(' ')));
+        } else if (chip == QLatin1String("date")) {
+            QCOMPARE(meta.dateText(), row["text"].toString());
+            QCOMPARE(meta.dateOverdue(), row["overdue"].toBool());
+        }
+    }
+
+    void followsTheTaskAndTheClock() {
+        const IsoCalendar calendar;
+        TaskItem task(QStringLiteral("任务"), 1, now);
+        task.move(Bucket::today, now, calendar);
+        task.setReminderAt(BoardTest::local(2026, 6, 17, 15, 30));
+        TaskMetaController meta;
+        meta.setNow(now);
+        meta.setTask(&task);
+        QSignalSpy changed(&meta, &TaskMetaController::changed);
+        auto announced = [&changed] {
+            const bool any = !changed.isEmpty();
+            changed.clear();
+            return any;
+        };
+
+        QVERIFY(!meta.reminderOverdue());
+        meta.setNow(BoardTest::local(2026, 6, 17, 15, 31));
+        QVERIFY(announced());
+        QVERIFY(meta.reminderOverdue());
+
+        task.setCompleted(true, now);
+        QVERIFY(announced());
+        QVERIFY(!meta.reminderOverdue());
+        QCOMPARE(meta.reminderText(), QStringLiteral("今天 15:30"));
+
+        TaskCategory list(QStringLiteral("工作"), QStringLiteral("E5484D"), 1, now);
+        task.setCategory(&list);
+        QVERIFY(announced());
+        QVERIFY(meta.hasCategory());
+        task.setReminderAt(QDateTime());
+        QVERIFY(announced());
+        task.setNote(QStringLiteral("备注"));
+        QVERIFY(announced());
+        QVERIFY(meta.hasNote());
+        QVERIFY(meta.showsChips()); // the list
+        task.setCategory(nullptr);
+        QVERIFY(announced());
+        QVERIFY(!meta.showsChips());
+        QVERIFY(meta.showsIcons()); // the note alone is an icon, never a chip
+        task.setTitle(QStringLiteral("改名"));
+        QVERIFY(!announced());
+
+        meta.setTask(nullptr);
+        QVERIFY(!meta.showsIcons());
+        QCOMPARE(meta.reminderText(), QString());
     }
 };
 

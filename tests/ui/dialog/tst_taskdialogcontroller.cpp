@@ -6,7 +6,12 @@
 #include "TestData.h"
 #include "dialog/TaskDialogController.h"
 #include "lists/CategoryListModel.h"
+#include "pickers/CalendarGridModel.h"
+#include "pickers/SchedulePopoverController.h"
+#include "pickers/TimeListModel.h"
 #include "types/QmlClock.h"
+#include <QAbstractItemModelTester>
+#include <optional>
 
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -17,11 +22,26 @@ using BoardTest::local;
 
 namespace {
 
-// Wednesday 2024-06-12, 10:00.
 const QDateTime kNow = local(2024, 6, 12, 10, 0);
 
 QString idOf(const TaskCategory& category) {
     return category.id().toString(QUuid::WithoutBraces);
+}
+
+QDate cellDay(const CalendarGridModel& grid, int row) {
+    return grid.index(row).data(CalendarGridModel::DateRole).toDateTime().toLocalTime().date();
+}
+
+std::optional<bool> flag(const CalendarGridModel& grid, QDate day, CalendarGridModel::Role role) {
+    for (int row = 0; row < grid.rowCount(); ++row) {
+        if (cellDay(grid, row) == day)
+            return grid.index(row).data(role).toBool();
+    }
+    return std::nullopt;
+}
+
+QString label(const TimeListModel& list, int row) {
+    return list.index(row).data(TimeListModel::LabelRole).toString();
 }
 
 } // namespace
@@ -45,7 +65,7 @@ private slots:
         m_work.reset();
     }
 
-    void submit_data() { rows("submit"); }
+    void submit_data() { TestData::addRows("dialog-drafts.json", "submit"); }
 
     void submit() {
         QFETCH(QJsonObject, row);
@@ -56,7 +76,6 @@ private slots:
         QSignalSpy ended(&dialog, &TaskDialogController::endEditingRequested);
         dialog.openPanel();
         apply(dialog, row);
-        // Without a title nothing goes out and the card stays open.
         const bool expected = row["created"].toBool();
         QCOMPARE(dialog.canCreate(), expected);
         dialog.submit();
@@ -91,16 +110,14 @@ private slots:
         const auto draft = args.at(1).value<EnhancedDraft>();
         QCOMPARE(draft.title, QStringLiteral("周报（终稿）"));
         QCOMPARE(draft.listUuid(), m_home->id());
-        // The reminder decides the day: the task's 20 June, at 09:00.
         QCOMPARE(draft.dueDate, local(2024, 6, 20));
         QCOMPARE(draft.reminderAt, local(2024, 6, 20, 9, 0));
         QCOMPARE(ended.count(), 1);
-        // The dialog wrote nothing to the record.
         QCOMPARE(task->title(), QStringLiteral("周报"));
         QCOMPARE(task->category(), m_work.get());
     }
 
-    void editDirty_data() { rows("dirty"); }
+    void editDirty_data() { TestData::addRows("dialog-drafts.json", "dirty"); }
 
     void editDirty() {
         QFETCH(QJsonObject, row);
@@ -111,12 +128,11 @@ private slots:
         apply(dialog, row);
         QCOMPARE(dialog.editDirty(), row["dirty"].toBool());
 
-        // A change of the record itself (a sync) is compared too.
         task->setTitle("周报（别处改的）");
         QVERIFY(dialog.editDirty());
     }
 
-    void blurRule_data() { rows("blur"); }
+    void blurRule_data() { TestData::addRows("dialog-drafts.json", "blur"); }
 
     void blurRule() {
         QFETCH(QJsonObject, row);
@@ -141,7 +157,6 @@ private slots:
         dialog.openPanel();
         QVERIFY(dialog.titleFocused());
 
-        // A time with no day puts the day on today, and the chips leave the time alone.
         dialog.pickTime(local(2024, 6, 12, 18, 0));
         QCOMPARE(dialog.day(), local(2024, 6, 12));
         QVERIFY(dialog.todayActive());
@@ -154,7 +169,6 @@ private slots:
         QVERIFY(!dialog.customDay().isValid()); // the chip shows it, not the calendar chip
         QCOMPARE(dialog.resolvedReminder(), local(2024, 6, 13, 18, 0));
 
-        // The month grid: another day becomes the custom day; the popovers exclude each other.
         dialog.openListPicker();
         dialog.openDatePicker();
         QVERIFY(!dialog.listPickerOpen());
@@ -165,7 +179,6 @@ private slots:
         QCOMPARE(dialog.customDay(), local(2024, 7, 1));
         QCOMPARE(dialog.gridMonth(), local(2024, 7, 1));
 
-        // Clearing the time keeps the day; clearing the day keeps the time.
         dialog.clearTime();
         QCOMPARE(dialog.day(), local(2024, 7, 1));
         QVERIFY(!dialog.resolvedReminder().isValid());
@@ -185,14 +198,12 @@ private slots:
         QCOMPARE(dialog.time(), local(2024, 6, 20, 9, 0));
         QCOMPARE(dialog.chosenListId(), idOf(*m_work));
 
-        // Another task replaces the draft at once, unsaved changes and all.
         dialog.setTitle("改了一半");
         dialog.setEditingTask(&second);
         QCOMPARE(dialog.title(), QStringLiteral("买菜"));
         QVERIFY(!dialog.day().isValid());
         QCOMPARE(dialog.chosenListId(), QString());
 
-        // Losing the task changes nothing by itself; the next action is in create mode.
         dialog.setEditingTask(nullptr);
         QVERIFY(dialog.isOpen());
         dialog.trash();
@@ -205,7 +216,6 @@ private slots:
         QCOMPARE(ended.count(), 1);
         QVERIFY(!dialog.isOpen());
 
-        // A task destroyed while open leaves the card in create mode.
         auto doomed = std::make_unique<TaskItem>("临时", 1, kNow);
         dialog.setEditingTask(doomed.get());
         doomed.reset();
@@ -222,23 +232,17 @@ private slots:
         dialog.setTitle("写一半");
         dialog.setTitleFocused(false);
         dialog.newTaskShortcut();
-        // An open card only takes the focus back to its title.
         QVERIFY(dialog.titleFocused());
         QCOMPARE(dialog.title(), QStringLiteral("写一半"));
 
-        // Cancelled, the draft is gone at the next opening.
         dialog.toggleTomorrow();
         dialog.closePanel();
         dialog.openPanel();
         QCOMPARE(dialog.title(), QString());
         QVERIFY(!dialog.day().isValid());
-    }
 
-    // A chosen list that goes away reads as no list, and keeps its id.
-    void chosenListThatGoesAway() {
-        TaskDialogController dialog(&m_uiClock);
+        // A chosen list that goes away shows as none, and keeps its id.
         dialog.setCategories(m_categories.get());
-        dialog.openPanel();
         dialog.chooseList(idOf(*m_home));
         QCOMPARE(dialog.chosenListName(), QStringLiteral("家"));
         m_categories->removeCategory(m_home.get());
@@ -247,18 +251,168 @@ private slots:
         QCOMPARE(dialog.chosenListId(), idOf(*m_home));
     }
 
-private:
-    static void rows(const char* key) {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("dialog-drafts.json", key))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
+    void gridShape_data() { TestData::addRows("calendar-grid.json", "shapes"); }
+
+    void gridShape() {
+        QFETCH(QJsonObject, row);
+        const auto date = [&](const char* key) {
+            return QDate::fromString(row[QLatin1String(key)].toString(), Qt::ISODate);
+        };
+        const QDate month = date("month");
+        const QDate firstCell = date("first");
+        const int leading = row["leading"].toInt();
+        const int rows = row["rows"].toInt();
+        CalendarGridModel grid(&m_uiClock);
+        QAbstractItemModelTester tester(&grid,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        grid.setFirstDayOfWeek(row["firstDay"].toInt());
+        grid.setMonthStart(local(month.year(), month.month(), 17, 13, 45));
+        QCOMPARE(grid.monthStart(), local(month.year(), month.month(), 1));
+        QCOMPARE(grid.leadingDays(), leading);
+        QCOMPARE(grid.rows(), rows);
+        QCOMPARE(grid.rowCount(), rows * 7);
+        QCOMPARE(cellDay(grid, 0), firstCell);
+        QCOMPARE(cellDay(grid, grid.rowCount() - 1), date("last"));
+        QCOMPARE(cellDay(grid, leading), month);
+
+        const IsoCalendar calendar;
+        for (int row = 0; row < grid.rowCount(); ++row) {
+            const QDateTime cell = grid.index(row).data(CalendarGridModel::DateRole).toDateTime();
+            QCOMPARE(cell, calendar.startOfDay(firstCell.addDays(row)));
+        }
     }
 
+    void gridFlags() {
+        CalendarGridModel grid(&m_uiClock);
+        QAbstractItemModelTester tester(&grid,
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        grid.setFirstDayOfWeek(Qt::Sunday);
+        grid.setMonthStart(local(2024, 6, 1));
+        grid.setMinDay(local(2024, 6, 12));
+        grid.setSelected(local(2024, 6, 20));
+
+        using R = CalendarGridModel;
+        const auto is = [&](QDate day, R::Role role) { return flag(grid, day, role) == true; };
+        const auto isNot = [&](QDate day, R::Role role) { return flag(grid, day, role) == false; };
+        QVERIFY(isNot(QDate(2024, 5, 26), R::InMonthRole));
+        QVERIFY(is(QDate(2024, 5, 26), R::BeforeMinRole));
+        QVERIFY(is(QDate(2024, 6, 11), R::BeforeMinRole));
+        QVERIFY(isNot(QDate(2024, 6, 12), R::BeforeMinRole));
+        QVERIFY(is(QDate(2024, 6, 12), R::IsTodayRole));
+        QVERIFY(is(QDate(2024, 6, 20), R::IsSelectedRole));
+        QVERIFY(isNot(QDate(2024, 7, 6), R::InMonthRole));
+        QVERIFY(isNot(QDate(2024, 7, 6), R::BeforeMinRole));
+
+        QSignalSpy changed(&grid, &QAbstractItemModel::dataChanged);
+        QSignalSpy reset(&grid, &QAbstractItemModel::modelReset);
+        grid.setSelected(local(2024, 6, 21, 18, 0));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(reset.count(), 0);
+        QVERIFY(is(QDate(2024, 6, 21), R::IsSelectedRole));
+        QVERIFY(isNot(QDate(2024, 6, 20), R::IsSelectedRole));
+
+        grid.page(-2);
+        QCOMPARE(grid.rowCount() % 7, 0);
+        for (int row = 0; row < grid.rowCount(); ++row)
+            QVERIFY(grid.index(row).data(R::BeforeMinRole).toBool());
+    }
+
+    void timeSlotsAcrossDaylightSaving() {
+        // Spring forward and fall back in Europe, then in North America.
+        for (const QDate day :
+             {QDate(2024, 3, 31), QDate(2024, 10, 27), QDate(2024, 3, 10), QDate(2024, 11, 3)}) {
+            TimeListModel list;
+            list.setInitial(QDateTime(day, QTime(12, 0), Qt::LocalTime));
+            const bool skipsAnHour = !QDateTime(day, QTime(2, 30), Qt::LocalTime).isValid();
+            QCOMPARE(list.rowCount(), skipsAnHour ? 92 : 96);
+            QStringList labels;
+            for (int row = 0; row < list.rowCount(); ++row) {
+                labels.append(label(list, row));
+                if (row > 0)
+                    QVERIFY(list.slotAt(row - 1) < list.slotAt(row));
+                QCOMPARE(list.slotAt(row).toLocalTime().date(), day);
+            }
+            QCOMPARE(labels.contains(QStringLiteral("02:30")), !skipsAnHour);
+            QCOMPARE(labels.last(), QStringLiteral("23:45"));
+            QCOMPARE(labels.removeDuplicates(), 0);
+        }
+    }
+
+    void timeAnchor_data() { TestData::addRows("time-list.json", "anchors"); }
+
+    void timeAnchor() {
+        QFETCH(QJsonObject, row);
+        TimeListModel list;
+        list.setInitial(at(row["initial"]));
+        list.setSelected(at(row["selected"]));
+        QCOMPARE(label(list, list.anchorIndex()), row["anchor"].toString());
+    }
+
+    void popoverReminderToggle_data() { TestData::addRows("time-list.json", "proposals"); }
+
+    void popoverReminderToggle() {
+        QFETCH(QJsonObject, row);
+        m_clock.setNow(at(row["now"]));
+        SchedulePopoverController popover(&m_uiClock);
+        popover.seed({}, {});
+        QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
+        popover.setReminderEnabled(true);
+        QCOMPARE(reported.count(), 1);
+        QCOMPARE(reported.first().at(0).toDateTime(), local(2024, 6, 12));
+        QCOMPARE(reported.first().at(1).toDateTime(), at(row["reminder"]));
+        QCOMPARE(popover.reminderPassed(), row["passed"].toBool());
+        QVERIFY(popover.todayActive());
+    }
+
+    void popoverRules() {
+        m_clock.setNow(local(2024, 6, 12, 14, 10));
+        SchedulePopoverController popover(&m_uiClock);
+        popover.seed({}, {});
+        QSignalSpy reported(&popover, &SchedulePopoverController::scheduleChanged);
+        const auto last = [&] { return reported.last(); };
+
+        popover.chooseTomorrow();
+        QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 13));
+        QVERIFY(!last().at(1).toDateTime().isValid());
+        QVERIFY(!popover.reminderPassed());
+
+        popover.chooseTomorrow();
+        QCOMPARE(reported.count(), 2);
+        QVERIFY(popover.tomorrowActive());
+
+        popover.chooseTime(local(2024, 1, 1, 7, 45));
+        QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 13, 7, 45));
+        popover.chooseDate(local(2024, 6, 28, 19, 0));
+        QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 28));
+        QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 28, 7, 45));
+
+        popover.chooseToday();
+        QCOMPARE(last().at(1).toDateTime(), local(2024, 6, 12, 7, 45));
+        QVERIFY(popover.reminderPassed());
+        popover.chooseTime(local(2024, 6, 12, 14, 10));
+        QVERIFY(popover.reminderPassed());
+        m_clock.setNow(local(2024, 6, 12, 14, 9, 59));
+        QVERIFY(!popover.reminderPassed());
+
+        popover.setReminderEnabled(false);
+        QCOMPARE(last().at(0).toDateTime(), local(2024, 6, 12));
+        QVERIFY(!last().at(1).toDateTime().isValid());
+        QVERIFY(popover.showClear());
+        QCOMPARE(popover.timeFieldValue(), local(2024, 6, 12, 14, 30));
+
+        popover.setReminderEnabled(true);
+        popover.clear();
+        QVERIFY(!last().at(0).toDateTime().isValid());
+        QVERIFY(!last().at(1).toDateTime().isValid());
+        QVERIFY(!popover.showClear());
+        QVERIFY(!popover.hasTime());
+    }
+
+private:
     static QDateTime at(const QJsonValue& value) {
         return QDateTime::fromString(value.toString(), Qt::ISODate);
     }
 
-    // Types a row's edits into the card, in the order a person would make them.
     void apply(TaskDialogController& dialog, const QJsonObject& row) const {
         const auto texts = [](const QJsonValue& value) {
             return value.isArray() ? value.toVariant().toStringList()

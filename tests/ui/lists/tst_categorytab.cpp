@@ -1,5 +1,5 @@
-// A list tab's look from its list, the selection and a drag over it.
 #include "TestData.h"
+#include "lists/CategoryPalette.h"
 #include "lists/CategoryTabController.h"
 
 #include <QTest>
@@ -8,11 +8,7 @@ class TestCategoryTab : public QObject {
     Q_OBJECT
 
 private slots:
-    void tabState_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("list-tabs.json", "tabs"))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-    }
+    void tabState_data() { TestData::addRows("list-tabs.json", "tabs"); }
 
     void tabState() {
         QFETCH(QJsonObject, row);
@@ -24,6 +20,16 @@ private slots:
         QCOMPARE(tab.swatchFilled(), row["filled"].toBool());
         QCOMPARE(tab.showsHotCapsule(), row["capsule"].toBool());
         QCOMPARE(tab.horizontalPadding(), row["padding"].toInt());
+    }
+
+    void colorFromHex_data() { TestData::addRows("list-colours.json", "colours"); }
+
+    void colorFromHex() {
+        QFETCH(QJsonObject, row);
+        const QColor color = CategoryPalette::color(row["hex"].toString());
+        QVERIFY(color.isValid());
+        QCOMPARE(color.alpha(), 255);
+        QCOMPARE(color.name(QColor::HexRgb), row["drawn"].toString());
     }
 };
 

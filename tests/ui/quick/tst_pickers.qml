@@ -3,8 +3,6 @@ import QtTest
 import TavikUi
 import TavikTest
 
-// View wiring of the schedule pickers: which controls show for which draft, and what a click
-// reports. The rules themselves are tested in C++ (tst_pickers, tst_taskdialogcontroller).
 Item {
     id: root
     width: 600
@@ -75,12 +73,10 @@ Item {
             verify(part(popover, "notificationHint").visible)
             const reminder = reports.signalArguments[1][1]
             verify(!isNone(reminder))
-            // The reported day is the reminder's own day.
             const day = new Date(reminder.getTime())
             day.setHours(0, 0, 0, 0)
             compare(reports.signalArguments[1][0].getTime(), day.getTime())
 
-            // Today at midnight has passed: the warning shows.
             popover.draft.chooseToday()
             popover.draft.chooseTime(startOfToday())
             verify(part(popover, "passedWarning").visible)
@@ -107,7 +103,6 @@ Item {
             verify(!before.enabled)
             mouseClick(before)
             compare(picks.count, 0)
-            // A neighbouring month's day after minDay stays pickable.
             verify(part(picker, "cell_2024-07-06").enabled)
             mouseClick(part(picker, "cell_2024-06-20"))
             compare(picks.signalArguments[0][0].getTime(), new Date(2024, 5, 20).getTime())

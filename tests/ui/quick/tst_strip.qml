@@ -15,13 +15,6 @@ Item {
         id: lists
     }
 
-    function fillLists() {
-        lists.clear();
-        lists.append({ categoryId: work, name: "工作", colorHex: "E5484D" });
-        lists.append({ categoryId: home, name: "家", colorHex: "#46a758" });
-        lists.append({ categoryId: odd, name: "杂项", colorHex: "not hex" });
-    }
-
     Component {
         id: stripComponent
         CompactCategoryStrip {
@@ -72,7 +65,10 @@ Item {
         }
 
         function init() {
-            fillLists();
+            lists.clear();
+            lists.append({ categoryId: work, name: "工作", colorHex: "E5484D" });
+            lists.append({ categoryId: home, name: "家", colorHex: "#46a758" });
+            lists.append({ categoryId: odd, name: "杂项", colorHex: "not hex" });
         }
 
         function test_pressing_a_tab_reports_it_and_moves_nothing_by_itself() {
@@ -81,13 +77,11 @@ Item {
             mouseClick(tab(strip, home));
             compare(selects.count, 1);
             compare(selects.signalArguments[0][0], home);
-            // The board answers by changing the selection; until then the pill stays.
             verify(tab(strip, "").isSelected);
             strip.selectedCategoryId = home;
             mouseClick(tab(strip, ""));
             compare(selects.count, 2);
             compare(selects.signalArguments[1][0], "");
-            // A right click is not a selection.
             mouseClick(tab(strip, work), undefined, undefined, Qt.RightButton);
             compare(selects.count, 2);
             tab(strip, work).menu.close();
@@ -109,7 +103,6 @@ Item {
             const popover = openCreatePopover(strip);
             verify(strip.creating);
 
-            // Blanks alone: nothing happens and the popover stays.
             typeText("   ");
             verify(!popover.createButton.enabled);
             keyClick(Qt.Key_Return);
@@ -122,7 +115,6 @@ Item {
             tryCompare(popover.colorPopover, "opened", true);
             mouseClick(findChild(popover.colorPopover.contentItem, "colorChoice3"));
             tryCompare(popover.colorPopover, "visible", false);
-            // Typing goes on where it left off.
             tryVerify(() => popover.nameField.activeFocus, 1000);
 
             keyClick(Qt.Key_Return);

@@ -1,5 +1,7 @@
 #include "QuickWindowTestSupport.h"
+#include "TestData.h"
 #include "settings/SettingsWindowController.h"
+#include "settings/UpdateDialogController.h"
 
 #include <QDesktopServices>
 #include <QGuiApplication>
@@ -34,7 +36,6 @@ QQuickItem* find(const SettingsWindowController& controller, const char* objectN
     return findItem(controller.window()->contentItem(), QString::fromLatin1(objectName));
 }
 
-// The view the window built for a tab, or null.
 QQuickItem* tabView(const SettingsWindowController& controller, const QString& id) {
     QQuickItem* loader = findItem(controller.window()->contentItem(), "settingsTab." + id);
     return loader ? loader->property("item").value<QQuickItem*>() : nullptr;
@@ -44,7 +45,6 @@ QPoint screenCentre() {
     return QGuiApplication::primaryScreen()->availableGeometry().center();
 }
 
-// The About tab's height follows its content: the lowest item ends 24 above the bottom.
 int aboutContentBottom(const SettingsWindowController& controller) {
     QQuickItem* view = tabView(controller, QStringLiteral("about"));
     QQuickItem* follow = findItem(view, QStringLiteral("followButton"));
@@ -53,6 +53,16 @@ int aboutContentBottom(const SettingsWindowController& controller) {
     const qreal headerBottom = header->mapToItem(view, QPointF(0, header->height())).y();
     return qCeil(qMax(followBottom, headerBottom));
 }
+
+QQuickItem* find(const UpdateDialogController& dialog, const char* objectName) {
+    QQuickItem* item =
+        QuickWindowTest::findItem(dialog.window()->contentItem(), QString::fromLatin1(objectName));
+    if (!item)
+        qFatal("the update dialog has no item %s", objectName);
+    return item;
+}
+
+const QUrl downloadUrl(QStringLiteral("https://example.org/tavik-1.2.0.tar.gz"));
 
 } // namespace
 
@@ -64,7 +74,6 @@ private slots:
     void init() { m_engine = QuickWindowTest::engine(); }
     void cleanup() { m_engine.reset(); }
 
-    // The list drives the window: a button and a view for each tab, reporting its size.
     void constructionBuildsEveryTabOnce() {
         SettingsWindowController controller(m_engine.get());
         QVERIFY(controller.window() && !controller.window()->isVisible());
@@ -77,10 +86,14 @@ private slots:
             QCOMPARE(controller.contentSize(t.id).width(), SettingsWindowController::tabWidthValue);
         }
         QCOMPARE(views.size(), SettingsWindowController::tabs().size());
-        // Without a sync monitor the General form is empty.
         QQuickItem* form =
             findItem(tabView(controller, QStringLiteral("general")), QStringLiteral("generalForm"));
         QVERIFY(form && form->childItems().isEmpty());
+
+        QQuickItem* version =
+            findItem(tabView(controller, QStringLiteral("about")), QStringLiteral("aboutVersion"));
+        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
+        QCOMPARE(version->property("text").toString(), QStringLiteral("版本 0.1.0（42）"));
     }
 
     void selectFitsTheTabAndKeepsTheCorner_data() {
@@ -89,8 +102,6 @@ private slots:
         QTest::newRow("shown") << true;
     }
 
-    // Back and forth between the tabs: the window fits the selected view, keeps its top-left
-    // corner through every step, and animates only when it is on the screen.
     void selectFitsTheTabAndKeepsTheCorner() {
         QFETCH(bool, shown);
         SettingsWindowController controller(m_engine.get());
@@ -121,7 +132,6 @@ private slots:
             QCOMPARE(window->size(), QSize(SettingsWindowController::tabWidthValue,
                                            SettingsWindowController::toolbarHeightValue + content));
             QCOMPARE(window->position(), corner);
-            // Fixed size: the desktop cannot resize it.
             QCOMPARE(window->minimumSize(), window->size());
             QCOMPARE(window->maximumSize(), window->size());
             for (const auto& t : SettingsWindowController::tabs())
@@ -129,12 +139,10 @@ private slots:
         }
         for (const QPoint& p : std::as_const(corners))
             QCOMPARE(p, corner);
-        // The About tab is shorter than the default box, and its text is not clipped.
         QVERIFY(window->height() < SettingsWindowController::toolbarHeightValue +
                                        SettingsWindowController::initialContentHeight);
         QVERIFY(aboutContentBottom(controller) > 56 + 22);
 
-        // An id that is no tab, a tab's label among them, changes nothing.
         const QRect geometry = window->geometry();
         QSignalSpy tabSpy(&controller, &SettingsWindowController::currentTabChanged);
         controller.select(QString());
@@ -143,7 +151,6 @@ private slots:
         QCOMPARE(window->geometry(), geometry);
     }
 
-    // The window follows the selected view's reported size, not another view's.
     void theHeightFollowsTheSelectedContent() {
         SettingsWindowController controller(m_engine.get());
         QQuickWindow* window = controller.window();
@@ -165,26 +172,14 @@ private slots:
         QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue + 400);
     }
 
-    // A line set after the tab was built reaches it.
-    void aboutShowsTheVersionLine() {
-        SettingsWindowController controller(m_engine.get());
-        controller.setVersionLine(QStringLiteral("版本 —（—）"));
-        QQuickItem* version =
-            findItem(tabView(controller, QStringLiteral("about")), QStringLiteral("aboutVersion"));
-        controller.setVersionLine(QStringLiteral("版本 0.1.0（42）"));
-        QCOMPARE(version->property("text").toString(), QStringLiteral("版本 0.1.0（42）"));
-    }
-
     void openingAgainReturnsToGeneralCentred_data() {
-        QTest::addColumn<bool>("closeFirst");
-        QTest::addColumn<bool>("interruptResize");
-        QTest::newRow("closed on About, moved away") << true << false;
-        QTest::newRow("opened again while the resize runs") << false << true;
+        QTest::addColumn<bool>("closeFirst"); // else opened again while the resize runs
+        QTest::newRow("closed on About, moved away") << true;
+        QTest::newRow("opened again while the resize runs") << false;
     }
 
     void openingAgainReturnsToGeneralCentred() {
         QFETCH(bool, closeFirst);
-        QFETCH(bool, interruptResize);
         SettingsWindowController controller(m_engine.get());
         QQuickWindow* window = controller.window();
         controller.openGeneral();
@@ -193,11 +188,9 @@ private slots:
 
         click(window, find(controller, "toolbarItem.about"));
         QCOMPARE(controller.currentTab(), QStringLiteral("about"));
-        if (!interruptResize) {
+        if (closeFirst) {
             QTRY_VERIFY(!controller.isResizing());
             window->setPosition(5, 9);
-        }
-        if (closeFirst) {
             window->close();
             QTRY_VERIFY(!window->isVisible());
         }
@@ -208,7 +201,6 @@ private slots:
         QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue +
                                        SettingsWindowController::generalHeightValue);
         QCOMPARE(window->geometry().center(), screenCentre());
-        // Nothing left running moves it off the centre afterwards.
         QTest::qWait(SettingsWindowController::resizeDurationMs + 100);
         QCOMPARE(window->geometry().center(), screenCentre());
     }
@@ -231,6 +223,70 @@ private slots:
         click(window, findItem(about, QStringLiteral("followButton")));
         QCOMPARE(catcher.urls, QList<QUrl>{SettingsWindowController::followUrl()});
         QCOMPARE(checkSpy.count(), 1);
+        QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+    }
+
+    void updateDialogSizing() {
+        UpdateDialogController dialog(m_engine.get());
+        QQuickWindow* window = dialog.window();
+        dialog.showChecking();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+        window->setPosition(30, 40);
+        const int checkingHeight = window->height();
+
+        dialog.showUpdateFound(QStringLiteral("1.2.0"), QStringLiteral("42"),
+                               QStringLiteral("一\n二\n三\n四"), downloadUrl);
+        QCOMPARE(window->position(), QPoint(30, 40));
+        QVERIFY(window->height() > checkingHeight);
+        QCOMPARE(window->height(), qCeil(find(dialog, "dialogContent")->implicitHeight()) + 40);
+
+        QString notes;
+        for (int i = 0; i < 200; ++i)
+            notes += QStringLiteral("第 %1 条改进\n").arg(i);
+        dialog.showUpdateFound(QStringLiteral("3.0"), {}, notes, downloadUrl);
+        QTRY_VERIFY(find(dialog, "notes")->height() > 1000);
+        QVERIFY(window->height() < 400);
+    }
+
+    void updateDialogClosing_data() { TestData::addRows("update-dialog.json", "closing"); }
+
+    void updateDialogClosing() {
+        QFETCH(QJsonObject, row);
+        const QString kind = row["kind"].toString();
+        const QString how = row["how"].toString();
+
+        UrlCatcher catcher;
+        QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "open");
+        UpdateDialogController dialog(m_engine.get());
+        QSignalSpy cancelSpy(&dialog, &UpdateDialogController::cancelRequested);
+        if (kind == QLatin1String("checking"))
+            dialog.showChecking();
+        else if (kind == QLatin1String("found"))
+            dialog.showUpdateFound(QStringLiteral("1.2.0"), {}, {}, downloadUrl);
+        else
+            dialog.showUpToDate(QString());
+        QQuickWindow* window = dialog.window();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+
+        if (how == QLatin1String("button")) {
+            const bool ok = kind == QLatin1String("upToDate");
+            QuickWindowTest::click(window, find(dialog, ok ? "okButton" : "cancelButton"));
+        } else if (how == QLatin1String("download")) {
+            QuickWindowTest::click(window, find(dialog, "downloadButton"));
+        } else if (how == QLatin1String("titleBar")) {
+            window->close();
+        } else if (how == QLatin1String("escape")) {
+            QTest::keyClick(window, Qt::Key_Escape);
+        } else if (how == QLatin1String("return")) {
+            QTest::keyClick(window, Qt::Key_Return);
+        } else {
+            dialog.dismiss();
+        }
+        QTRY_VERIFY(!window->isVisible());
+        QCOMPARE(cancelSpy.count(), row["cancels"].toInt());
+        const bool downloads = kind == QLatin1String("found") &&
+                               (how == QLatin1String("download") || how == QLatin1String("return"));
+        QCOMPARE(catcher.urls, downloads ? QList<QUrl>{downloadUrl} : QList<QUrl>());
         QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
     }
 

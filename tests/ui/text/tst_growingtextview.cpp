@@ -1,5 +1,3 @@
-// GrowingTextView in a real window, typed into the way an input method types Chinese:
-// preedit (marked) text first, then a commit.
 #include "TestData.h"
 
 #include <QInputMethodEvent>
@@ -18,8 +16,6 @@ Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
 
 namespace {
 
-// A parent that holds the field's state the way the task dialog does: the field reports,
-// the parent writes its own state, and that flows back into the field.
 const char* const kHost = R"(
 import QtQuick
 import TavikUi
@@ -107,24 +103,23 @@ private slots:
         sendPreedit(editor(), QStringLiteral("ni'hao"));
         QVERIFY(field()->property("composing").toBool());
         QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
-        // The marked text is on screen but not in the content.
         QCOMPARE(m_host->property("model").toString(), QString());
         QCOMPARE(edited.count(), 0);
 
-        // A refresh from the parent does not disturb the composition.
         m_host->setProperty("model", QStringLiteral("外面改的"));
         QCOMPARE(editor()->property("preeditText").toString(), QStringLiteral("ni'hao"));
         QCOMPARE(editor()->property("text").toString(), QString());
         QVERIFY(field()->property("composing").toBool());
 
-        // The commit is content, and wins over the parent's value that waited meanwhile.
         sendCommit(editor(), QStringLiteral("你好"));
         QVERIFY(!field()->property("composing").toBool());
         QCOMPARE(m_host->property("model").toString(), QStringLiteral("你好"));
         QCOMPARE(editor()->property("text").toString(), QStringLiteral("你好"));
     }
 
-    void keyDuringCompositionBelongsToTheInputMethod_data() { rows("composingKeys"); }
+    void keyDuringCompositionBelongsToTheInputMethod_data() {
+        TestData::addRows("text-field.json", "composingKeys");
+    }
 
     void keyDuringCompositionBelongsToTheInputMethod() {
         QFETCH(QJsonObject, row);
@@ -139,7 +134,6 @@ private slots:
         QCOMPARE(m_host->property(counter).toInt(), 0);
         QCOMPARE(m_host->property("model").toString(), QString());
 
-        // Right after the commit the same key acts, and changes nothing in the text.
         sendCommit(editor(), QStringLiteral("买"));
         QTest::keyClick(m_window.get(), key.key());
         QCOMPARE(m_host->property(counter).toInt(), 1);
@@ -152,14 +146,12 @@ private slots:
         QTRY_VERIFY(m_host->property("reportedHeight").toReal() > 0);
         const qreal oneLine = m_host->property("reportedHeight").toReal();
 
-        // Several syllables of marked text that need more than one line at this width.
         sendPreedit(editor(), QStringLiteral("zhe shi yi ge hen chang de ju zi"));
         QTRY_VERIFY(m_host->property("reportedHeight").toReal() > oneLine * 1.5);
         QCOMPARE(m_host->property("model").toString(), QString());
 
         const qreal composing = m_host->property("reportedHeight").toReal();
 
-        // After the commit the field shrinks back to the one line that the committed text takes.
         sendCommit(editor(), QStringLiteral("这"));
         QTRY_VERIFY(m_host->property("reportedHeight").toReal() < composing);
         QCOMPARE(m_host->property("reportedHeight").toReal(),
@@ -167,7 +159,7 @@ private slots:
         QCOMPARE(editor()->property("lineCount").toInt(), 1);
     }
 
-    void returnRules_data() { rows("returns"); }
+    void returnRules_data() { TestData::addRows("text-field.json", "returns"); }
 
     void returnRules() {
         QFETCH(QJsonObject, row);
@@ -181,10 +173,8 @@ private slots:
                         row["shift"].toBool() ? Qt::ShiftModifier : Qt::NoModifier);
 
         QCOMPARE(m_host->property("submits").toInt(), submits ? 1 : 0);
-        // A line break goes in at the caret, as a plain "\n".
         QCOMPARE(m_host->property("model").toString(),
                  submits ? QStringLiteral("ab") : QStringLiteral("a\nb"));
-        // The break is one undo step of its own.
         if (!submits) {
             QTest::keyClick(m_window.get(), Qt::Key_Z, Qt::ControlModifier);
             QCOMPARE(m_host->property("model").toString(), QStringLiteral("ab"));
@@ -192,12 +182,6 @@ private slots:
     }
 
 private:
-    static void rows(const char* key) {
-        QTest::addColumn<QJsonObject>("row");
-        for (const QJsonValue& row : TestData::cases("text-field.json", key))
-            QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-    }
-
     QQuickItem* field() const { return m_host->findChild<QQuickItem*>(QStringLiteral("field")); }
 
     QQuickItem* editor() const { return field()->property("editor").value<QQuickItem*>(); }

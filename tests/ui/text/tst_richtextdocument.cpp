@@ -30,7 +30,6 @@ RichText fromJson(const QByteArray& json) {
     return text;
 }
 
-// The editor as the drawer builds it: a rich-text TextEdit with the helper attached.
 const QByteArray editorQml = R"(
 import QtQuick
 import TavikUi
@@ -78,7 +77,7 @@ private slots:
     void roundTrip_data() {
         QTest::addColumn<QByteArray>("json");
         for (const QJsonValue& row : TestData::cases("richtext.json", "roundTrips"))
-            QTest::newRow(qPrintable(row["tag"].toString())) << TestData::compact(row["note"]);
+            TestData::newRow(row.toObject()) << TestData::compact(row["note"]);
     }
 
     void roundTrip() {
@@ -100,36 +99,25 @@ private slots:
                                        R"({"text":"三","bullet":true}]})");
         QTextDocument document;
         RichTextDocument::write(text, &document);
-        // Nothing but the attributes: the editor's own font must show through.
         const QTextCharFormat format = document.begin().begin().fragment().charFormat();
         QVERIFY(format.fontItalic());
         QVERIFY(!format.hasProperty(QTextFormat::FontFamilies));
         QVERIFY(!format.hasProperty(QTextFormat::FontPixelSize));
-        // Bullets broken by a plain line are two lists.
         const QTextBlock one = document.begin().next();
         QCOMPARE(one.textList()->format().style(), QTextListFormat::ListDisc);
         QVERIFY(one.next().next().textList() != one.textList());
-    }
 
-    // Loading a task's note is not an edit: Ctrl+Z must not bring back the previous task's.
-    void loadIsNotUndoable() {
-        QTextDocument document;
-        RichTextDocument helper;
+        RichTextDocument helper; // loading a note is not an edit to undo
         helper.setDocument(&document);
-        helper.load(fromJson(R"({"runs":[{"text":"旧"}]})"));
         helper.load(fromJson(R"({"runs":[{"text":"新","bold":true}]})"));
         QVERIFY(!document.isUndoAvailable());
         QCOMPARE(helper.plainText(), QStringLiteral("新"));
     }
 
-    // A selection or a caret, then steps: "type:" types its text, "paste:" pastes its text as
-    // plain text, "ime:" commits its text through an input method; anything else is a key.
     void editing_data() {
-        QTest::addColumn<QJsonObject>("row");
-        for (const char* key : {"selection keys", "typing"}) {
-            for (const QJsonValue& row : TestData::cases("richtext.json", key))
-                QTest::newRow(qPrintable(row["tag"].toString())) << row.toObject();
-        }
+        TestData::addRows("richtext.json", "selection keys");
+        for (const QJsonValue& row : TestData::cases("richtext.json", "typing"))
+            TestData::newRow(row.toObject()) << row.toObject();
     }
 
     void editing() {
@@ -151,7 +139,6 @@ private slots:
                 QGuiApplication::clipboard()->setText(step.mid(6));
                 QTest::keyClick(m_view.get(), Qt::Key_V, Qt::ControlModifier);
             } else if (step.startsWith(QLatin1String("ime:"))) {
-                // A composition first, then its commit, as a Chinese input method sends them.
                 QInputMethodEvent compose(QStringLiteral("hen hao"), {});
                 QCoreApplication::sendEvent(m_edit, &compose);
                 QCOMPARE(m_helper->plainText(), initial.plainText());
@@ -178,8 +165,6 @@ private slots:
         QCOMPARE(m_helper->richText(),
                  fromJson(R"({"runs":[{"text":"a"},{"text":"粗","bold":true},{"text":"大\n"},)"
                           R"({"text":"项b","bullet":true}]})"));
-        // The pasted size and colour never reach the document, not even for the session, and a
-        // numbered list arrives as bullets.
         for (QTextBlock block = m_helper->document()->begin(); block.isValid();
              block = block.next()) {
             for (auto it = block.begin(); !it.atEnd(); ++it) {

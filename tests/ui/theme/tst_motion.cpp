@@ -1,5 +1,3 @@
-// The spring helper against the oscillator it stands for: Qt's SpringAnimation, run with the
-// helper's values, must overshoot as far as the oscillator and come to rest on the target.
 #include "theme/Motion.h"
 
 #include <QTest>
@@ -17,7 +15,6 @@ private slots:
         const double damping = Motion::damping(response, z);
         QVERIFY(damping > 0 && damping < 1); // SpringAnimation stops dead at 1
 
-        // SpringAnimation's own loop: one step per 16 ms, mass 1, towards 1 from rest at 0.
         double x = 0;
         double v = 0;
         double peak = 0;
