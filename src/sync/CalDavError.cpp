@@ -2,6 +2,7 @@
 
 #include <QDateTime>
 #include <QLocale>
+#include <QTimeZone>
 
 QString CalDavError::userText() const {
     switch (kind) {
@@ -74,7 +75,6 @@ int CalDavError::parseRetryAfter(const QByteArray& value, const QDateTime& now) 
                                                  QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
     if (!at.isValid() || !trimmed.endsWith("GMT"))
         return -1;
-    QDateTime utc = at;
-    utc.setTimeSpec(Qt::UTC);
+    const QDateTime utc(at.date(), at.time(), QTimeZone::utc());
     return static_cast<int>(qMax<qint64>(0, now.secsTo(utc)));
 }
