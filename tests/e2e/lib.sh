@@ -21,6 +21,8 @@ export XDG_RUNTIME_DIR=$WORK/run XDG_CACHE_HOME=$WORK/cache
 mkdir -p "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
 export TZ=${TZ:-Europe/Berlin} QT_QPA_PLATFORM=xcb
 export TAVIK
+# A board that crashes leaves a core beside its log (core_pattern "core", cwd $WORK).
+ulimit -c unlimited 2>/dev/null || true
 
 passed=0
 failed=0
@@ -52,6 +54,13 @@ e2e_cleanup() {
     kill "$XVFB" 2>/dev/null || true
     # Only our own children: a bare `wait` would also wait for the display-number reader.
     wait "${E2E_PIDS[@]}" "$XVFB" 2>/dev/null || true
+    # A failed run keeps what the boards said, and any core they left, for the post-mortem.
+    if [ "$failed" -ne 0 ]; then
+        local kept="$ARTIFACTS/$(basename "$0" .sh)-$$"
+        mkdir -p "$kept"
+        cp "$WORK"/*.log "$WORK"/core* "$kept"/ 2>/dev/null || true
+        echo "logs of the failed run: $kept"
+    fi
     rm -rf "$WORK"
 }
 trap e2e_cleanup EXIT
@@ -118,7 +127,7 @@ refocus_board() {
 spawn() {
     local log=$1
     shift
-    "$@" >"$log" 2>&1 &
+    (cd "$WORK" && exec "$@") >"$log" 2>&1 &
     PID=$!
     E2E_PIDS+=("$PID")
 }
@@ -132,7 +141,12 @@ stop() { # stop PID: ends a process of ours and waits for it
 start_board() {
     spawn "${BOARD_LOG:-$WORK/tavik.log}" "$TAVIK" "$@"
     APP=$PID
-    check "the board window appears" wait_for 20 board_shown
+    if wait_for 20 board_shown; then
+        check "the board window appears" true
+    else
+        check "the board window appears" false
+        tail -n 20 "${BOARD_LOG:-$WORK/tavik.log}"
+    fi
     focus_board
     eval "$(xdotool getwindowgeometry --shell "$WIN")"
     sleep 1
