@@ -68,11 +68,12 @@ settings_window() {
     id=$(xdotool search --onlyvisible --name '^Tavik 通用$' 2>/dev/null | head -n1)
     [ -n "$id" ] && echo "$id"
 }
+settings_shown() { settings_window >/dev/null; }
 settings_shot() { import -window "$(settings_window)" "$ARTIFACTS/sync-$1.png"; }
 open_settings() {
     focus_board
     key ctrl+comma
-    check "the settings window opens on 通用" wait_for 10 settings_window
+    check "the settings window opens on 通用" wait_for 10 settings_shown
     xdotool windowfocus --sync "$(settings_window)" 2>/dev/null || true
     sleep 1
 }
@@ -98,8 +99,8 @@ check "the first sync makes the board's collection" wait_for 30 bash -c \
     "/usr/bin/python3 -c \"import caldav,sys; c=caldav.DAVClient('$SERVER',username='alice',password=sys.argv[1]); sys.exit(not any(x.url.path.rstrip('/').endswith('tavik') for x in c.principal().calendars()))\" \"\$PASSWORD\""
 sleep 1
 settings_shot active
-xdotool key --window "$(settings_window)" ctrl+w
-sleep 0.5
+key ctrl+w
+check "Ctrl+W closes the settings" wait_for 5 bash -c '! xdotool search --onlyvisible --name "^Tavik 通用$" >/dev/null' 
 
 # A task made on the board goes up a few seconds after its save.
 focus_board

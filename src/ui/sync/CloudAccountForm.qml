@@ -102,18 +102,17 @@ ColumnLayout {
     }
 
     // The stored account fills the fields; the password never comes back from the key store.
+    function showStoredAccount() {
+        serverField.text = account ? account.serverUrl : ""
+        userField.text = account ? account.username : ""
+        passwordField.text = ""
+    }
+    onAccountChanged: showStoredAccount()
+    Component.onCompleted: showStoredAccount()
     Connections {
         target: form.account
         function onAccountChanged() {
-            serverField.text = form.account.serverUrl
-            userField.text = form.account.username
-            passwordField.text = ""
-        }
-    }
-    Component.onCompleted: {
-        if (account) {
-            serverField.text = account.serverUrl
-            userField.text = account.username
+            form.showStoredAccount()
         }
     }
 
@@ -168,7 +167,7 @@ ColumnLayout {
                 FormField {
                     id: passwordField
                     objectName: "syncPasswordField"
-                    placeholder: form.configured ? "已保存在钥匙串中" : "必填"
+                    placeholder: !form.configured ? "必填" : form.account.messageIsError ? "" : "已保存在钥匙串中"
                     enabled: !form.configured && !form.busy
                     echoMode: TextInput.Password
                     inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
