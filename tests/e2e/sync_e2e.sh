@@ -144,6 +144,22 @@ server_put 命令行同步来的任务 || true
 "$TAVIK" --sync >"$WORK/sync.out" 2>"$WORK/sync.err"
 check "tavik --sync sums up what came down" grep -q "down 1 tasks" "$WORK/sync.out"
 check "and the task is on the board" on_board 命令行同步来的任务
+# The self-test runs each CalDAV step the mirror needs against the account, one line each,
+# and leaves no probe behind.
+export TAVIK_CK_SELFTEST=1
+spawn "$WORK/selftest.log" "$TAVIK" --background
+unset TAVIK_CK_SELFTEST
+SELFTEST=$PID
+selftest_done() { grep -q 'zoneChanges ' "$WORK/selftest.log" && grep -q 'recordSave ' "$WORK/selftest.log"; }
+check "the self-test reports every step" wait_for 30 selftest_done
+for step in 'accountStatus=1 error=nil' 'userRecordID=/alice/ error=nil' 'zoneSave OK' \
+    'recordSave OK' 'dbChanges OK' 'zoneChanges OK' 'subscriptionSave OK (no CalDAV'; do
+    check "self-test: $step" grep -qF "[CK-SELFTEST] $step" "$WORK/selftest.log"
+done
+check "the self-test's sync is logged as events" wait_for 20 grep -q 'EVENT type=2 ok=true' "$WORK/selftest.log"
+stop "$SELFTEST"
+cp "$WORK/selftest.log" "$ARTIFACTS/sync-selftest.log"
+check "no probe is left on the server" bash -c 'titles=$(server_titles) && ! grep -qx probe <<<"$titles"'
 printf 'wrong\n' | "$TAVIK" --connect "$SERVER" alice >"$WORK/wrong.log" 2>&1 && wrong=0 || wrong=$?
 check "a wrong password is refused with exit 1" [ "$wrong" = 1 ]
 check "and leaves the stored password alone" \
