@@ -460,6 +460,12 @@ void AppDelegate::handleLaunch(const LaunchOptions& options) {
         m_env.cloudSync.syncNow();
         return;
     }
+    // `tavik --connect` or `--disconnect` changed the account under the running board.
+    if (options.commands.contains(QStringLiteral("--connect")) ||
+        options.commands.contains(QStringLiteral("--disconnect"))) {
+        m_env.cloudAccount.reload();
+        return;
+    }
     if (options.quickAdd)
         showQuickEntry();
     else if (options.toggle)

@@ -103,9 +103,10 @@ int connectOrDisconnect(const QString& command, const LaunchOptions& options) {
     if (!ok)
         return failed(account.message());
     print(stdout, account.message() + u'\n');
-    if (boardIsRunning())
-        print(stderr, QStringLiteral("tavik: the running board takes the change when it is "
-                                     "restarted, or at once through its settings window\n"));
+    // The running board follows at once.
+    if (boardIsRunning() && !SingleInstance::forward({QStringLiteral("tavik"), command}))
+        print(stderr, QStringLiteral("tavik: the running board did not answer; it takes the "
+                                     "change at its next start\n"));
     return account.messageIsError() ? 1 : 0;
 }
 

@@ -152,6 +152,21 @@ void CloudAccount::disconnectAccount() {
     emit disconnected();
 }
 
+void CloudAccount::reload() {
+    m_preferences.settings().sync();
+    emit accountChanged();
+    if (!isConfigured()) {
+        setMessage({}, false);
+        emit disconnected();
+        return;
+    }
+    loadAccount(this, [this](const CalDavClient::Account& account, const QString& problem) {
+        setMessage(problem, !problem.isEmpty());
+        if (problem.isEmpty())
+            emit connected(account);
+    });
+}
+
 void CloudAccount::setProblem(const QString& text) {
     setMessage(text, !text.isEmpty());
 }

@@ -48,6 +48,9 @@ public:
     Q_INVOKABLE void connectAccount(const QString& serverUrl, const QString& username,
                                     const QString& password);
     Q_INVOKABLE void disconnectAccount();
+    // The account as another process (the command line) just stored or removed it: the
+    // running app connects or disconnects to match.
+    void reload();
     // Shown by the section when the account could not be attached at launch.
     void setProblem(const QString& text);
 

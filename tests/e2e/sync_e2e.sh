@@ -128,19 +128,23 @@ quit_board
 
 # No password in the keyring at launch: the board opens local and says why; the account stays.
 secret-tool clear user caldav_password server dev.orlen.tavik
+check "Radicale comes back" start_radicale
 start_board
 open_settings
 settings_shot unavailable
 check "a missing password at launch leaves the account in place" grep -qF "serverUrl=$SERVER" "$ini"
 check "the board is still there" on_board 买火车票
-quit_board
 
-# The command line: with the server back, --connect stores the account as the form does and
-# --sync runs one sync itself when no board is running.
-check "Radicale comes back" start_radicale
+# --connect from a terminal stores the account as the form does, and the running board
+# follows at once: it connects and fetches what the server holds.
+server_put 连接后来的任务
 printf '%s\n' "$PASSWORD" | "$TAVIK" --connect "$SERVER" alice >"$WORK/connect.log" 2>&1
 check "tavik --connect finds the calendars" grep -q "已连接" "$WORK/connect.log"
-server_put 命令行同步来的任务 || true
+check "the running board connects at once" wait_for 30 on_board 连接后来的任务
+quit_board
+
+# Without a board, --sync runs one sync itself.
+check "python3-caldav puts another task" server_put 命令行同步来的任务
 "$TAVIK" --sync >"$WORK/sync.out" 2>"$WORK/sync.err"
 check "tavik --sync sums up what came down" grep -q "down 1 tasks" "$WORK/sync.out"
 check "and the task is on the board" on_board 命令行同步来的任务
