@@ -73,7 +73,6 @@ void CloudAccount::connectAccount(const QString& serverUrl, const QString& usern
     setMessage(QStringLiteral("正在连接…"), false);
     const CalDavClient::Account account{url, username.trimmed(), password};
     auto* probe = new CalDavClient(m_network, this);
-    m_probe = probe;
     probe->setTimeout(20000);
     probe->setAccount(account);
     QPointer<CloudAccount> self(this);

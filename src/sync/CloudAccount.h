@@ -72,7 +72,6 @@ private:
     Preferences& m_preferences;
     KeychainStore& m_keys;
     QNetworkAccessManager* m_network;
-    QPointer<CalDavClient> m_probe;
     bool m_busy = false;
     QString m_message;
     bool m_messageIsError = false;
