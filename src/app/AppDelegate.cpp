@@ -3,6 +3,8 @@
 #include "AppVersion.h"
 #include "BoardModel.h"
 #include "Clock.h"
+#include "CloudAccount.h"
+#include "CloudSync.h"
 #include "DayChangeWatcher.h"
 #include "DemoData.h"
 #include "GlobalHotKey.h"
@@ -45,7 +47,8 @@ const QString kFrameGroup = QStringLiteral("TavikBoard");
 AppDelegate::AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent)
     : QObject(parent)
     , m_env(environment)
-    , m_options(std::move(options)) {
+    , m_options(std::move(options))
+    , m_systemBus(QDBusConnection::systemBus()) {
     m_frameSaver.setSingleShot(true);
     m_frameSaver.setInterval(400);
     connect(&m_frameSaver, &QTimer::timeout, this, &AppDelegate::saveFrame);
@@ -83,7 +86,20 @@ void AppDelegate::applicationDidFinishLaunching() {
     // 4. The reminder category and its actions.
     m_env.reminders.registerCategories();
 
-    // 5-6. The sync monitor and its self-test join with the CalDAV mirror.
+    // 5. The sync monitor and the mirror's schedule. A finished import has posted
+    // tavikTasksChanged; its reminders follow here. Connecting or disconnecting in the settings
+    // window rebuilds the mirror at once.
+    m_env.cloudSync.start(context, m_env.syncAvailability, &m_systemBus);
+    connect(&m_env.cloudSync, &CloudSync::importFinished, this,
+            [this] { m_env.reminders.syncAll(m_env.container.mainContext()); });
+    connect(&m_env.cloudAccount, &CloudAccount::connected, &m_env.cloudSync,
+            &CloudSync::connectAccount);
+    connect(&m_env.cloudAccount, &CloudAccount::disconnected, &m_env.cloudSync,
+            &CloudSync::disconnectAccount);
+
+    // 6. The cloud self-test, when asked for.
+    if (m_env.cloudSelfTest)
+        m_env.cloudSelfTest();
 
     // 7. One pending reminder per task, and none for tasks that are gone.
     m_env.reminders.syncAll(context);
@@ -359,6 +375,7 @@ void AppDelegate::openSettings() {
             AppVersion::versionLine(AppVersion::shortVersion(), AppVersion::buildNumber()));
         connect(m_settings.get(), &SettingsWindowController::checkForUpdatesRequested,
                 &m_env.updater, &UpdaterController::checkForUpdates);
+        m_settings->setCloudSync(&m_env.cloudSync, &m_env.cloudAccount);
     }
     // Each opening comes back to General, centred.
     m_settings->openGeneral();
@@ -438,6 +455,17 @@ void AppDelegate::hideQuickEntry() {
 }
 
 void AppDelegate::handleLaunch(const LaunchOptions& options) {
+    // `tavik --sync` while the board runs: the board syncs, and its window stays as it is.
+    if (options.commands.contains(QStringLiteral("--sync"))) {
+        m_env.cloudSync.syncNow();
+        return;
+    }
+    // `tavik --connect` or `--disconnect` changed the account under the running board.
+    if (options.commands.contains(QStringLiteral("--connect")) ||
+        options.commands.contains(QStringLiteral("--disconnect"))) {
+        m_env.cloudAccount.reload();
+        return;
+    }
     if (options.quickAdd)
         showQuickEntry();
     else if (options.toggle)

@@ -1,18 +1,23 @@
 #pragma once
 
 #include "LaunchOptions.h"
+#include "TavikContainer.h"
 
+#include <QDBusConnection>
 #include <QObject>
 #include <QPointer>
 #include <QQuickWindow>
 #include <QStringList>
 #include <QTimer>
+#include <functional>
 #include <memory>
 
 class AIConfig;
 class BoardController;
 class BoardModel;
 class Clock;
+class CloudAccount;
+class CloudSync;
 class DayChangeWatcher;
 class GeminiClient;
 class GlobalHotKey;
@@ -58,6 +63,12 @@ public:
         UpdaterController& updater;
         AIConfig& aiConfig;
         GeminiClient& gemini;
+        CloudSync& cloudSync;
+        CloudAccount& cloudAccount;
+        // What became of the mirror when the store opened.
+        TavikContainer::SyncAvailability syncAvailability;
+        // The cloud self-test, which does nothing unless its variable asks for it.
+        std::function<void()> cloudSelfTest;
     };
 
     AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent = nullptr);
@@ -102,6 +113,7 @@ private:
 
     Environment m_env;
     LaunchOptions m_options;
+    QDBusConnection m_systemBus;
 
     std::unique_ptr<UpdateDialogController> m_updateDialog;
     std::unique_ptr<SettingsWindowController> m_settings;

@@ -11,6 +11,7 @@
 #include "Notifications.h"
 #include "Preferences.h"
 #include "RichText.h"
+#include "SyncCommands.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TavikContainer.h"
@@ -281,7 +282,7 @@ int run(const LaunchOptions& options, const Clock& clock) {
         return usageError(options.error);
 
     if (options.help) {
-        print(stdout, helpText());
+        print(stdout, helpText() + SyncCommands::helpText());
         return success;
     }
 
@@ -295,6 +296,8 @@ int run(const LaunchOptions& options, const Clock& clock) {
         return usageError(
             QStringLiteral("no command given (--list, --count-today, --export or --import)"));
     const QString& command = commands.first();
+    if (SyncCommands::handles(command))
+        return SyncCommands::run(command, options, clock);
     const QStringList& positional = options.positional;
     const bool demo = options.seedDemo;
 

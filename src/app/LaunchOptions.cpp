@@ -9,6 +9,9 @@ const QString kJson = QStringLiteral("json");
 const QString kCountToday = QStringLiteral("count-today");
 const QString kExport = QStringLiteral("export");
 const QString kImport = QStringLiteral("import");
+const QString kConnect = QStringLiteral("connect");
+const QString kDisconnect = QStringLiteral("disconnect");
+const QString kSync = QStringLiteral("sync");
 const QString kAt = QStringLiteral("at");
 const QString kHelp = QStringLiteral("help");
 const QString kSeedDemo = QStringLiteral("seed-demo");
@@ -30,6 +33,9 @@ LaunchOptions LaunchOptions::parse(const QStringList& arguments) {
         {kCountToday, {}},
         {kExport, {}},
         {kImport, {}},
+        {kConnect, {}},
+        {kDisconnect, {}},
+        {kSync, {}},
         {kAt, {}, QStringLiteral("moment")},
         {{QStringLiteral("h"), kHelp}, {}},
         {kSeedDemo, {}},
@@ -44,7 +50,8 @@ LaunchOptions LaunchOptions::parse(const QStringList& arguments) {
     LaunchOptions options;
     if (!parser.parse(arguments))
         options.error = parser.errorText();
-    for (const QString& name : {kList, kCountToday, kExport, kImport}) {
+    for (const QString& name :
+         {kList, kCountToday, kExport, kImport, kConnect, kDisconnect, kSync}) {
         if (parser.isSet(name))
             options.commands << QStringLiteral("--") + name;
     }

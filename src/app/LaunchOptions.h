@@ -18,7 +18,8 @@ struct LaunchOptions {
 
     QString error; // the parser's complaint; empty when the arguments parse
 
-    // Commands, as given ("--list", "--count-today", "--export", "--import"); more than one is
+    // Commands, as given ("--list", "--count-today", "--export", "--import", "--connect",
+    // "--disconnect", "--sync"); more than one is
     // wrong usage.
     QStringList commands;
     QStringList positional;

@@ -1,6 +1,9 @@
 #include "AIConfig.h"
 #include "AppDelegate.h"
 #include "Clock.h"
+#include "CloudAccount.h"
+#include "CloudSelfTest.h"
+#include "CloudSync.h"
 #include "CommandLine.h"
 #include "FilePrivacy.h"
 #include "GeminiClient.h"
@@ -9,6 +12,7 @@
 #include "ModelContainer.h"
 #include "NotificationCenter.h"
 #include "Notifications.h"
+#include "PowerProfile.h"
 #include "Preferences.h"
 #include "QuitSignals.h"
 #include "ReminderResponseRouter.h"
@@ -20,8 +24,10 @@
 #include "UpdaterController.h"
 
 #include <QApplication>
+#include <QDBusConnection>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QFontDatabase>
 #include <QNetworkAccessManager>
@@ -99,6 +105,9 @@ public:
     Q_DISABLE_COPY_MOVE(SharedInstall)
 };
 
+// How long launch waits for the Secret Service to hand over the sync password.
+constexpr int secretServiceWaitMs = 10000;
+
 // The board: the tray process with its window. Every long-lived object is made here, in
 // dependency order, and handed to the delegate, which keeps the launch order.
 int runBoard(int argc, char* argv[], const LaunchOptions& options) {
@@ -138,18 +147,51 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     Preferences preferences;
     NotificationHub hub;
 
-    // The CalDAV mirror's attacher is passed here once the mirror exists; until then the
-    // store opens local only.
+    // One network access and one key store for everything: sync, AI and updates.
+    QNetworkAccessManager network;
+    KeychainStore keys;
+    PowerProfile power(QDBusConnection::systemBus());
+    CloudAccount cloudAccount(preferences, keys, &network);
+    CloudSync cloudSync({&network, clock, hub, &power}, SyncScheduler::Timing{});
+
+    // The account's password is read before the store opens, since attaching the mirror needs
+    // it; the Secret Service is local, so this waits on no network. A keyring that does not
+    // answer in time leaves the board local for this run and the account as it is.
+    const bool cloudSyncAsked = !options.seedDemo && cloudAccount.isConfigured();
+    CalDavClient::Account account;
+    QString passwordProblem;
+    if (cloudSyncAsked) {
+        QEventLoop waiting;
+        passwordProblem = QStringLiteral("钥匙串没有及时回应，本次仅使用本机数据");
+        QTimer::singleShot(secretServiceWaitMs, &waiting, &QEventLoop::quit);
+        cloudAccount.loadAccount(&waiting,
+                                 [&](const CalDavClient::Account& loaded, const QString& problem) {
+                                     account = loaded;
+                                     passwordProblem = problem;
+                                     waiting.quit();
+                                 });
+        waiting.exec();
+    }
+    const auto attachMirror = [&](ModelContainer& opened, QString* reason) {
+        if (!passwordProblem.isEmpty()) {
+            *reason = passwordProblem;
+            return false;
+        }
+        return cloudSync.attach(opened.mainContext(), account, reason);
+    };
+
     QString error;
-    std::unique_ptr<ModelContainer> container =
-        options.seedDemo ? TavikContainer::createDemo(&error).container
-                         : TavikContainer::create(/*cloudSync=*/false, {}, &error).container;
+    TavikContainer::Opened opened =
+        options.seedDemo ? TavikContainer::createDemo(&error)
+                         : TavikContainer::create(cloudSyncAsked, attachMirror, &error);
+    std::unique_ptr<ModelContainer> container = std::move(opened.container);
     if (!container) {
         std::fprintf(stderr, "Failed to create ModelContainer: %s\n", qUtf8Printable(error));
         return 1;
     }
+    if (opened.sync.kind == TavikContainer::SyncAvailability::Kind::unavailable)
+        cloudAccount.setProblem(opened.sync.reason);
 
-    QNetworkAccessManager network;
     NotificationCenter notificationCenter(clock);
     ReminderScheduler reminders(notificationCenter, clock);
     ReminderResponseRouter responses(
@@ -160,7 +202,6 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     const SharedInstall<UpdaterController> sharedUpdater(updater);
     // AI: the key from the Secret Service, the switch and the model from the preferences, and
     // the one client, on the same network access as everything else.
-    KeychainStore keys;
     AIConfig aiConfig(preferences, keys);
     const SharedInstall<AIConfig> sharedAIConfig(aiConfig);
     GeminiClient gemini(&network, GeminiClient::Options{});
@@ -169,10 +210,15 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     QFontDatabase::addApplicationFont(QStringLiteral(
         "/usr/share/fonts/truetype/materialdesignicons-webfont/materialdesignicons-webfont.ttf"));
 
-    AppDelegate delegate(AppDelegate::Environment{clock, preferences, hub, *container,
-                                                  notificationCenter, reminders, responses, sounds,
-                                                  updater, aiConfig, gemini},
-                         options);
+    AppDelegate delegate(
+        AppDelegate::Environment{clock, preferences, hub, *container, notificationCenter, reminders,
+                                 responses, sounds, updater, aiConfig, gemini, cloudSync,
+                                 cloudAccount, opened.sync,
+                                 [&] {
+                                     CloudSelfTest::runIfRequested(account, passwordProblem,
+                                                                   &network, cloudSync.mirror());
+                                 }},
+        options);
     // A second launch hands over its arguments; they are read with the same parser.
     QObject::connect(&instance, &SingleInstance::argumentsReceived, &delegate,
                      [&delegate](const QStringList& arguments) {
@@ -183,7 +229,9 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     QObject::connect(&quitSignals, &QuitSignals::received, &app, &QCoreApplication::quit);
     delegate.applicationDidFinishLaunching();
     reportFirstFrame(delegate, sinceStart);
-    return app.exec();
+    const int status = app.exec();
+    cloudSync.detach();
+    return status;
 }
 
 } // namespace

@@ -1,26 +1,44 @@
 import QtQuick
+import QtQuick.Layouts
 import TavikUi
 
-// The General tab: a grouped form of fixed size. Its only section is the cloud sync status,
-// shown when the app hands over a sync monitor; without one the form stays empty, at the
-// same size.
+// The General tab: the cloud sync status and, under it, the sync account. The pane grows to
+// fit its content, and the window with it.
 Item {
     id: pane
 
     required property SettingsWindowController controller
-    // The cloud sync monitor; null while the app has none.
-    property QtObject syncMonitor: null
+    readonly property CloudSync cloudSync: controller.cloudSync
 
     implicitWidth: controller.tabWidth
-    implicitHeight: controller.generalHeight
+    implicitHeight: Math.max(controller.generalHeight, form.implicitHeight + 2 * 20)
 
-    Column {
+    onVisibleChanged: {
+        if (visible)
+            accountForm.focusFirstField()
+    }
+
+    ColumnLayout {
         id: form
         objectName: "generalForm"
         anchors.fill: parent
         anchors.margins: 20
         spacing: 10
 
-        // The sync status section goes here, fed with pane.syncMonitor.
+        CloudSyncStatusSection {
+            objectName: "cloudSyncStatusSection"
+            Layout.fillWidth: true
+            monitor: pane.cloudSync ? pane.cloudSync.monitor : null
+        }
+        CloudAccountForm {
+            id: accountForm
+            objectName: "cloudAccountForm"
+            Layout.fillWidth: true
+            visible: pane.controller.cloudAccount !== null
+            account: pane.controller.cloudAccount
+        }
+        Item {
+            Layout.fillHeight: true
+        }
     }
 }

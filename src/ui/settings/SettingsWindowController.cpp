@@ -91,6 +91,12 @@ QQuickWindow* SettingsWindowController::window() const {
     return m_window.get();
 }
 
+void SettingsWindowController::setCloudSync(CloudSync* cloudSync, CloudAccount* account) {
+    m_cloudSync = cloudSync;
+    m_cloudAccount = account;
+    emit cloudSyncChanged();
+}
+
 void SettingsWindowController::setVersionLine(const QString& line) {
     if (line == m_versionLine)
         return;

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "CloudAccount.h"
+#include "CloudSync.h"
 #include "settings/SettingsTab.h"
 
 #include <QHash>
 #include <QObject>
+#include <QPointer>
 #include <QQmlEngine>
 #include <QRect>
 #include <QSize>
@@ -29,6 +32,9 @@ class SettingsWindowController : public QObject {
     QML_UNCREATABLE("The app makes the settings window")
     Q_PROPERTY(QString currentTab READ currentTab NOTIFY currentTabChanged)
     Q_PROPERTY(QString versionLine READ versionLine WRITE setVersionLine NOTIFY versionLineChanged)
+    // The sync section's state and the account form; null while the app has none.
+    Q_PROPERTY(CloudSync* cloudSync READ cloudSync NOTIFY cloudSyncChanged)
+    Q_PROPERTY(CloudAccount* cloudAccount READ cloudAccount NOTIFY cloudSyncChanged)
     // settingsTab values, in toolbar order.
     Q_PROPERTY(QVariantList tabs READ tabValues CONSTANT)
     Q_PROPERTY(int tabWidth READ tabWidth CONSTANT)
@@ -37,7 +43,7 @@ class SettingsWindowController : public QObject {
 
 public:
     static constexpr int tabWidthValue = 480;
-    // The General tab is a fixed box, with or without the sync section inside.
+    // The General tab's least height; the sync section and the account form make it taller.
     static constexpr int generalHeightValue = 170;
     // The band of tab buttons above the content; the desktop draws the title bar itself.
     static constexpr int toolbarHeightValue = 56;
@@ -59,6 +65,9 @@ public:
     [[nodiscard]] QString currentTab() const { return m_currentTab; }
     [[nodiscard]] QString versionLine() const { return m_versionLine; }
     void setVersionLine(const QString& line);
+    [[nodiscard]] CloudSync* cloudSync() const { return m_cloudSync; }
+    [[nodiscard]] CloudAccount* cloudAccount() const { return m_cloudAccount; }
+    void setCloudSync(CloudSync* cloudSync, CloudAccount* account);
     [[nodiscard]] QVariantList tabValues() const;
     [[nodiscard]] int tabWidth() const { return tabWidthValue; }
     [[nodiscard]] int generalHeight() const { return generalHeightValue; }
@@ -84,6 +93,7 @@ public:
 signals:
     void currentTabChanged();
     void versionLineChanged();
+    void cloudSyncChanged();
     // The app connects this to UpdaterController::checkForUpdates.
     void checkForUpdatesRequested();
 
@@ -98,6 +108,8 @@ private:
     QHash<QString, QSize> m_contentSizes;
     QString m_currentTab;
     QString m_versionLine;
+    QPointer<CloudSync> m_cloudSync;
+    QPointer<CloudAccount> m_cloudAccount;
     QVariantAnimation m_resize;
     bool m_fitting = false;
 };

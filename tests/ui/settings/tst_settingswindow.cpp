@@ -1,3 +1,5 @@
+#include "KeychainStore.h"
+#include "Preferences.h"
 #include "QuickWindowTestSupport.h"
 #include "TestData.h"
 #include "settings/SettingsWindowController.h"
@@ -5,6 +7,7 @@
 
 #include <QDesktopServices>
 #include <QGuiApplication>
+#include <QNetworkAccessManager>
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -12,6 +15,7 @@
 #include <QSet>
 #include <QSignalSpy>
 #include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 
@@ -86,9 +90,23 @@ private slots:
             QCOMPARE(controller.contentSize(t.id).width(), SettingsWindowController::tabWidthValue);
         }
         QCOMPARE(views.size(), SettingsWindowController::tabs().size());
+        // The sync state always shows; the account form joins it once the app hands one over,
+        // and the tab grows to fit.
         QQuickItem* form =
             findItem(tabView(controller, QStringLiteral("general")), QStringLiteral("generalForm"));
-        QVERIFY(form && form->childItems().isEmpty());
+        QVERIFY(form && findItem(form, QStringLiteral("cloudSyncStatusSection")));
+        QCOMPARE(controller.contentSize(QStringLiteral("general")).height(),
+                 SettingsWindowController::generalHeightValue);
+        QTemporaryDir dir;
+        Preferences preferences(dir.filePath(QStringLiteral("tavik.ini")));
+        KeychainStore keys;
+        QNetworkAccessManager network;
+        CloudAccount account(preferences, keys, &network);
+        controller.setCloudSync(nullptr, &account);
+        controller.select(QStringLiteral("general"));
+        QTRY_VERIFY(controller.contentSize(QStringLiteral("general")).height() >
+                    SettingsWindowController::generalHeightValue + 100);
+        controller.setCloudSync(nullptr, nullptr);
 
         QQuickItem* version =
             findItem(tabView(controller, QStringLiteral("about")), QStringLiteral("aboutVersion"));

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+
+class Clock;
+struct LaunchOptions;
+
+// The command line's account and sync commands: --connect URL USER (the password on
+// standard input), --disconnect and --sync. They store the account as the settings form does,
+// and a sync with the board running is asked of the board rather than opening the store twice.
+namespace SyncCommands {
+
+[[nodiscard]] bool handles(const QString& command);
+// The exit code: 0 on success, 1 on failure (with the reason on standard error), 2 for wrong
+// usage. Needs a QCoreApplication.
+[[nodiscard]] int run(const QString& command, const LaunchOptions& options, const Clock& clock);
+[[nodiscard]] QString helpText();
+
+} // namespace SyncCommands
