@@ -654,6 +654,34 @@ QList<RecordChange> ModelContext::pendingChanges() const {
     return changes;
 }
 
+bool ModelContext::requeueAll() {
+    QSqlDatabase& db = d->db;
+    if (!db.transaction())
+        return false;
+    QSqlQuery log(db);
+    log.prepare(QStringLiteral("INSERT OR REPLACE INTO pending_changes (record_id, kind, deleted,"
+                               " seq) VALUES (?, ?, 0, ?)"));
+    qint64 seq = d->lastChangeSeq;
+    bool ok = true;
+    const auto requeue = [&](const QUuid& id, RecordChange::Kind kind) {
+        log.addBindValue(idText(id));
+        log.addBindValue(static_cast<int>(kind));
+        log.addBindValue(++seq);
+        ok = ok && log.exec();
+    };
+    // Lists first, so that a task's list exists on the server before the task names it.
+    for (const TaskCategory* category : categories())
+        requeue(category->id(), RecordChange::Kind::category);
+    for (const TaskItem* task : tasks())
+        requeue(task->id(), RecordChange::Kind::task);
+    if (!ok || !db.commit()) {
+        db.rollback();
+        return false;
+    }
+    d->lastChangeSeq = seq;
+    return true;
+}
+
 bool ModelContext::acknowledgeChanges(qint64 upToSeq) {
     // The highest number handed out stays on disk in a row with no record id, so that numbering
     // carries on after a reopen even when every change was acknowledged: a number used twice

@@ -84,6 +84,9 @@ public:
     // `setRecordingChanges(false)` (the mirror applying the server's changes) are not listed.
     [[nodiscard]] QList<RecordChange> pendingChanges() const;
     bool acknowledgeChanges(qint64 upToSeq);
+    // Lists every list and task as changed, for a mirror that starts over on another server:
+    // what the old one took must still reach the new one.
+    bool requeueAll();
     void setRecordingChanges(bool recording) { m_recordingChanges = recording; }
 
 signals:

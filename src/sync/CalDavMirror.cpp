@@ -132,6 +132,8 @@ void CalDavMirror::setup() {
         m_store.clear();
         m_store.setValue(accountKey, accountName);
         m_store.commit();
+        // A board the last account already took still has to reach this one.
+        m_context.requeueAll();
     }
     QPointer<CalDavMirror> self(this);
     const auto list = [this, self](const QUrl& home) {
