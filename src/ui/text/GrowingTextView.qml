@@ -120,6 +120,15 @@ Item {
         Qt.callLater(syncFocus)
     }
 
+    // A press below the last line puts the caret at the end, as a press in the text would.
+    MouseArea {
+        anchors.fill: parent
+        onPressed: {
+            edit.forceActiveFocus(Qt.MouseFocusReason)
+            edit.cursorPosition = edit.length
+        }
+    }
+
     Flickable {
         id: scroller
 
@@ -142,8 +151,6 @@ Item {
             id: edit
 
             width: scroller.width
-            // A press anywhere below the last line still lands in the editor.
-            height: Math.max(implicitHeight, scroller.height)
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
             font.pixelSize: field.fontSize
