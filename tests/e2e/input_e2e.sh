@@ -36,6 +36,14 @@ sweep() {
     done
     sleep 0.5
 }
+# 详情 in the row menu of 预约牙医.
+open_drawer() {
+    xdotool mousemove --window "$WIN" 470 103 click 3
+    sleep 0.6
+    xdotool mousemove_relative 40 50 click 1
+    sleep 0.8
+}
+press() { xdotool mousemove "$1" "$2" click 1; sleep 0.5; }
 # The pointer leaves the window so that hover does not differ between shots.
 pointer_away() { xdotool mousemove 1395 895; sleep 0.4; }
 
@@ -57,9 +65,104 @@ echo "card at $left,$top .. $right,$bottom"
 sweep 1 "$left" "$top" "$right" "$bottom" 6 60 150 -6
 sweep 3 "$left" "$top" "$right" "$bottom" 60 150
 shot input-card-swept
+# Its popovers: the list's and the reminder's, pressed along their rims.
+for popover in list time; do
+    # Opened and closed once first, so that the shots differ by the popover alone.
+    for shown in closed open; do
+        if [ $popover = list ]; then press $((right - 52)) $((bottom - 86)); else
+            press $((right - 38)) $((bottom - 135)); fi
+        [ $shown = closed ] && key Escape
+        pointer_away
+        shot input-$popover-$shown
+    done
+    read -r pl pt pr pb < <(opened_box input-$popover-closed input-$popover-open)
+    echo "$popover popover at $pl,$pt .. $pr,$pb"
+    sweep 1 "$pl" "$pt" "$pr" "$pb" 2 -2
+    shot input-$popover-swept
+    key Escape
+done
 key ctrl+Return
 check "the draft survives presses all over the card" \
     wait_for 5 field_is demo 草稿 note '"备注"'
 check "no task behind the card changed" same_others "$before" 草稿
+
+# 2. The drawer of 预约牙医 (top of 本周), from its row's menu: presses on its margins, its
+# title and its note stay on it; the note typed afterwards is the drawer's.
+before=$(others 预约牙医)
+open_drawer
+shot input-drawer
+# The card is 520 by 400, centred, for a short note.
+left=$((X + (WIDTH - 520) / 2)) top=$((Y + (HEIGHT - 400) / 2))
+right=$((left + 519)) bottom=$((top + 399))
+sweep 1 "$left" "$top" "$right" "$bottom" 4 60 -4
+sweep 3 "$left" "$top" "$right" "$bottom" 60
+press $(((left + right) / 2)) $(((top + bottom) / 2))
+xdotool type --delay 150 "备注"
+shot input-drawer-swept
+key Escape
+check "the note typed after the presses is the drawer's" \
+    wait_for 5 field_is demo 预约牙医 note '"备注"'
+check "no task behind the drawer changed" same_others "$before" 预约牙医
+
+# The card's ClearDot on the reminder of 健身房练背, opened from its row, then 保存.
+click_at 852 262
+card_right=$((X + WIDTH - 18)) card_bottom=$((Y + HEIGHT - 16))
+press $((card_right - 32)) $((card_bottom - 132))
+shot input-card-cleared
+key ctrl+Return
+check "the card's ClearDot leaves no reminder" \
+    wait_for 5 field_is demo 健身房练背 reminderAt null
+
+# 3. The drawer's schedule popover, where each way of clearing must stay cleared.
+open_drawer
+# The popover centres on the schedule button, which widens with its label: measured anew at
+# each opening, against the same card without it. The button's right edge stays put.
+open_schedule() {
+    pointer_away
+    shot input-schedule-closed
+    press $((left + 456)) $((top + 30))
+    pointer_away
+    shot input-schedule-$1
+    read -r pl pt pr pb < <(opened_box input-schedule-closed input-schedule-$1)
+}
+reminder_on() {
+    open_schedule day
+    press $((pl + 38)) $((pt + 63)) # 今天
+    press $((pr - 29)) $((pt + 152)) # the switch
+    key Escape
+    open_schedule on
+}
+reminder_is() { field_is demo 预约牙医 reminderAt "$1"; }
+local_time() { # local_time TITLE: the reminder as HH:MM here
+    task_field demo "$1" reminderAt | python3 -c '
+import json, sys
+from datetime import datetime
+print(datetime.fromisoformat(json.load(sys.stdin).replace("Z", "+00:00")).astimezone().strftime("%H:%M"))'
+}
+export -f local_time
+
+# 清除 once the 时间 field was clicked, then Escape.
+reminder_on
+press $((pr - 44)) $((pt + 187)) # 时间
+press $((pl + 42)) $((pt + 279)) # 清除
+key Escape
+sleep 1
+check "清除 after a click in 时间 leaves no reminder" reminder_is null
+check "清除 leaves no day" field_is demo 预约牙医 dueDate null
+
+# A time typed over the whole selection is taken; the switch then turns it off for good.
+reminder_on
+press $((pr - 44)) $((pt + 187))
+key ctrl+a
+xdotool type --delay 200 "2215"
+sleep 0.5
+shot input-time-typed
+check "a time typed over the selection is taken" \
+    wait_for 5 bash -c '[ "$(local_time 预约牙医)" = 22:15 ]'
+press $((pr - 29)) $((pt + 152))
+key Escape
+sleep 1
+check "the switch turned off leaves no reminder" reminder_is null
+key Escape
 
 e2e_finish
