@@ -61,7 +61,6 @@ xdotool type --delay 150 "备注"
 pointer_away
 shot input-card
 read -r left top right bottom < <(opened_box input-board input-card)
-echo "card at $left,$top .. $right,$bottom"
 sweep 1 "$left" "$top" "$right" "$bottom" 6 60 150 -6
 sweep 3 "$left" "$top" "$right" "$bottom" 60 150
 shot input-card-swept
@@ -76,7 +75,6 @@ for popover in list time; do
         shot input-$popover-$shown
     done
     read -r pl pt pr pb < <(opened_box input-$popover-closed input-$popover-open)
-    echo "$popover popover at $pl,$pt .. $pr,$pb"
     sweep 1 "$pl" "$pt" "$pr" "$pb" 2 -2
     shot input-$popover-swept
     key Escape
@@ -133,8 +131,8 @@ reminder_on() {
     open_schedule on
 }
 reminder_is() { field_is demo 预约牙医 reminderAt "$1"; }
-local_time() { # local_time TITLE: the reminder as HH:MM here
-    task_field demo "$1" reminderAt | python3 -c '
+local_time() { # the reminder of 预约牙医 as HH:MM here
+    task_field demo 预约牙医 reminderAt | python3 -c '
 import json, sys
 from datetime import datetime
 print(datetime.fromisoformat(json.load(sys.stdin).replace("Z", "+00:00")).astimezone().strftime("%H:%M"))'
@@ -158,7 +156,7 @@ xdotool type --delay 200 "2215"
 sleep 0.5
 shot input-time-typed
 check "a time typed over the selection is taken" \
-    wait_for 5 bash -c '[ "$(local_time 预约牙医)" = 22:15 ]'
+    wait_for 5 bash -c '[ "$(local_time)" = 22:15 ]'
 press $((pr - 29)) $((pt + 152))
 key Escape
 sleep 1
