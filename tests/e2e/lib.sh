@@ -65,7 +65,19 @@ e2e_cleanup() {
 }
 trap e2e_cleanup EXIT
 
+# Every log a board of this run wrote; any QML warning in one fails the run.
+BOARD_LOGS=()
+qml_quiet() {
+    local log found=0
+    for log in "${BOARD_LOGS[@]}"; do
+        [ -f "$log" ] || continue
+        if grep -E '\.qml:[0-9]+|Binding loop' "$log"; then found=1; fi
+    done
+    [ "$found" -eq 0 ]
+}
+
 e2e_finish() {
+    check "no QML warning in the board's log" qml_quiet
     echo "$passed passed, $failed failed"
     [ "$failed" -eq 0 ]
 }
@@ -127,6 +139,7 @@ refocus_board() {
 spawn() {
     local log=$1
     shift
+    [ "$1" = "$TAVIK" ] && BOARD_LOGS+=("$log")
     (cd "$WORK" && exec "$@") >"$log" 2>&1 &
     PID=$!
     E2E_PIDS+=("$PID")

@@ -143,6 +143,13 @@ Item {
             border.color: Radix.sandA4
             clip: true
 
+            // A press on the card's gaps and margins must not reach the row behind it.
+            MouseArea {
+                anchors.fill: parent
+                acceptedButtons: Qt.AllButtons
+                onWheel: wheel => wheel.accepted = true
+            }
+
             T.AbstractButton {
                 id: fab
 
@@ -192,11 +199,12 @@ Item {
                 component EditorFrame: Rectangle {
                     id: frame
                     required property GrowingTextView field
-                    required property real minHeight
-                    required property real maxHeight
+                    required property int minLines
+                    required property int maxLines
                     property bool hovered: hover.hovered
 
-                    height: Math.max(minHeight, Math.min(maxHeight, field.textHeight)) + 16
+                    height: Math.max(minLines * field.lineHeight,
+                                     Math.min(maxLines * field.lineHeight, field.textHeight)) + 16
                     radius: 8
                     color: Qt.rgba(Radix.primaryText.r, Radix.primaryText.g, Radix.primaryText.b,
                                    field.focused ? 0.06 : frame.hovered ? 0.04 : 0)
@@ -214,8 +222,8 @@ Item {
                 EditorFrame {
                     width: card.width - card.leftPadding - card.rightPadding
                     field: titleField
-                    minHeight: 17
-                    maxHeight: 51
+                    minLines: 1
+                    maxLines: 3
 
                     GrowingTextView {
                         id: titleField
@@ -231,14 +239,18 @@ Item {
                         onFocusReported: focused => dialog.titleFocused = focused
                         onSubmitted: dialog.submit()
                         onEscapePressed: dialog.closePanel()
+                        onTabPressed: backward => {
+                            if (!backward)
+                                dialog.noteFocused = true
+                        }
                     }
                 }
 
                 EditorFrame {
                     width: card.width - card.leftPadding - card.rightPadding
                     field: noteField
-                    minHeight: 51
-                    maxHeight: 102
+                    minLines: 3
+                    maxLines: 6
 
                     GrowingTextView {
                         id: noteField

@@ -3,8 +3,8 @@ import QtQuick.Templates as T
 import TavikUi
 
 // A popover attached to the bounds of its parent control: centred above it, kept inside the
-// window, on a raised rounded surface. It closes on Escape and on a press outside both
-// itself and its control (a press on the control leaves it to the control's action).
+// window, on a raised rounded surface. It closes on Escape and on any press outside it; that
+// press does nothing else, so a row behind the popover's rim is never opened by it.
 T.Popup {
     id: popover
 
@@ -29,10 +29,10 @@ T.Popup {
     }
     margins: 8
     padding: 0
-    modal: false
+    modal: true
     dim: false
     focus: true
-    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutsideParent
+    closePolicy: T.Popup.CloseOnEscape | T.Popup.CloseOnPressOutside
     implicitWidth: implicitContentWidth + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
 

@@ -130,7 +130,8 @@ FocusScope {
                 id: titleField
 
                 width: header.width - scheduleButton.width - closeButton.width - 2 * header.spacing
-                height: controller.titleFrameHeight(drawer.titleHeight)
+                // One to three lines.
+                height: Math.max(lineHeight, Math.min(3 * lineHeight, drawer.titleHeight))
                 text: controller.title
                 focused: drawer.titleFocused
                 placeholder: "标题"
@@ -144,6 +145,10 @@ FocusScope {
                 // Return makes no line and does nothing else.
                 onSubmitted: {}
                 onEscapePressed: drawer.closeRequested()
+                onTabPressed: backward => {
+                    if (!backward)
+                        noteEditor.forceActiveFocus(Qt.TabFocusReason)
+                }
             }
 
             GlassButton {

@@ -149,10 +149,6 @@ qreal TaskDrawerController::cardHeightFor(qreal noteTextHeight, qreal maxHeight)
     return std::min(wanted, limit);
 }
 
-qreal TaskDrawerController::titleFrameHeight(qreal titleHeight) {
-    return std::clamp(titleHeight, minTitleHeight, maxTitleHeight);
-}
-
 QString TaskDrawerController::title() const {
     return m_task ? m_task->title() : QString();
 }

@@ -66,8 +66,6 @@ public:
     static constexpr qreal noteFontPixelSize = 14;
     // Quiet time in the note editor after which the note is written to the task.
     static constexpr int noteWriteDelayMs = 500;
-    static constexpr qreal minTitleHeight = 18;
-    static constexpr qreal maxTitleHeight = 54;
 
     explicit TaskDrawerController(QObject* parent = nullptr);
     // Writes the note if the card never said it disappeared.
@@ -96,8 +94,6 @@ public:
     [[nodiscard]] qreal cardHeight() const { return cardHeightFor(m_noteTextHeight, m_maxHeight); }
     // Grows with the note from 400 up to the host's limit, and never below 400.
     [[nodiscard]] static qreal cardHeightFor(qreal noteTextHeight, qreal maxHeight);
-    // The title field's frame: its reported height within 18 and 54.
-    Q_INVOKABLE [[nodiscard]] static qreal titleFrameHeight(qreal titleHeight);
 
     [[nodiscard]] QString title() const;
     void setTitle(const QString& title);

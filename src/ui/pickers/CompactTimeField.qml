@@ -39,17 +39,25 @@ Rectangle {
         font.pixelSize: 14
         color: Radix.primaryText
         selectByMouse: true
+        // No validator: it would refuse the half-typed "2_:__" that typing over a selection
+        // passes through. A complete time is checked below.
         inputMask: "99:99"
-        validator: RegularExpressionValidator {
-            regularExpression: /^([01]\d|2[0-3]):[0-5]\d$/
-        }
         Accessible.name: "时间"
 
-        onEditingFinished: {
-            if (!acceptableInput)
+        // Only what the user types is picked, at once. Losing the focus picks nothing, so a
+        // field hidden by 清除 cannot bring back the time it showed.
+        onTextEdited: {
+            const match = /^([01]\d|2[0-3]):([0-5]\d)$/.exec(text)
+            if (!match)
                 return
-            const parts = text.split(":")
-            field.pickMinutes(Number(parts[0]) * 60 + Number(parts[1]))
+            const minutes = Number(match[1]) * 60 + Number(match[2])
+            if (minutes !== field.currentMinutes())
+                field.pickMinutes(minutes)
+        }
+        // A time left half typed goes back to the last one picked.
+        onActiveFocusChanged: {
+            if (!activeFocus)
+                text = Qt.binding(() => field.text(field.value))
         }
         Keys.onUpPressed: field.pickMinutes(field.currentMinutes() + 1)
         Keys.onDownPressed: field.pickMinutes(field.currentMinutes() - 1)

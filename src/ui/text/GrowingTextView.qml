@@ -26,6 +26,9 @@ Item {
 
     // Height of the laid-out text, preedit included; the last value reported.
     property real textHeight: 0
+    // Height of one line as laid out. A line of Chinese takes the fallback CJK font's taller
+    // ascent and descent, so it is measured on a Chinese sample, never taken as a constant.
+    readonly property real lineHeight: Math.ceil(Math.max(lineMetrics.height, cjkLine.height))
     readonly property bool composing: edit.inputMethodComposing
     readonly property alias editor: edit
 
@@ -34,12 +37,24 @@ Item {
     signal heightReported(real height)
     signal submitted
     signal escapePressed
+    // Tab in a field without newlines: the parent moves the focus on.
+    signal tabPressed(bool backward)
 
     implicitHeight: textHeight
     clip: true
 
     GrowingTextController {
         id: rules
+    }
+
+    FontMetrics {
+        id: lineMetrics
+        font: edit.font
+    }
+    TextMetrics {
+        id: cjkLine
+        font: edit.font
+        text: "国"
     }
 
     // TextEdit leaves the preedit out of its contentHeight, though it lays it out; a hidden
@@ -105,6 +120,15 @@ Item {
         Qt.callLater(syncFocus)
     }
 
+    // A press below the last line puts the caret at the end, as a press in the text would.
+    MouseArea {
+        anchors.fill: parent
+        onPressed: {
+            edit.forceActiveFocus(Qt.MouseFocusReason)
+            edit.cursorPosition = edit.length
+        }
+    }
+
     Flickable {
         id: scroller
 
@@ -151,7 +175,13 @@ Item {
             onActiveFocusChanged: Qt.callLater(field.reportFocus)
 
             Keys.onPressed: event => {
-                if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                if ((event.key === Qt.Key_Tab || event.key === Qt.Key_Backtab)
+                        && !rules.allowsNewlines) {
+                    // A title holds no tab: Tab moves on, as in any form.
+                    event.accepted = true
+                    field.tabPressed(event.key === Qt.Key_Backtab
+                                     || (event.modifiers & Qt.ShiftModifier))
+                } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
                     event.accepted = true
                     const action = rules.returnAction(edit.inputMethodComposing, event.modifiers)
                     if (action === GrowingTextController.LeaveToInputMethod)
