@@ -53,6 +53,13 @@ FocusScope {
     function pressReachesColumns(point) {
         if (boardView.childAt(point.x, point.y) !== columnsRow)
             return false
+        // A column's header and the band above it are not the rows'.
+        for (let i = 0; i < columnRepeater.count; ++i) {
+            const column = columnRepeater.itemAt(i).columnView
+            const at = boardView.mapToItem(column, point.x, point.y)
+            if (at.x >= 0 && at.x < column.width && at.y >= 0 && at.y < column.chromeBottom)
+                return false
+        }
         const overlay = boardView.Overlay.overlay
         if (!overlay)
             return true
@@ -71,6 +78,8 @@ FocusScope {
                 column.headerAccessoryItem.reportFrames(drag, boardView)
         }
     }
+
+    ToolTipStyle {}
 
     // The window's backdrop: opaque where nothing blurs behind it, the scrim over both.
     Rectangle {

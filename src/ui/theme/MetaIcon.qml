@@ -49,8 +49,16 @@ Item {
         topPadding: 8
         bottomPadding: 8
 
-        contentItem: Loader {
-            sourceComponent: metaIcon.detail
+        // The detail keeps the size it gives itself; a Loader as the content item would be
+        // squeezed to whatever width the popup had before the detail arrived.
+        contentItem: Item {
+            implicitWidth: detailLoader.item ? detailLoader.item.width : 0
+            implicitHeight: detailLoader.item ? detailLoader.item.height : 0
+
+            Loader {
+                id: detailLoader
+                sourceComponent: metaIcon.detail
+            }
         }
         background: Rectangle {
             radius: 8

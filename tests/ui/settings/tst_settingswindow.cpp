@@ -246,6 +246,12 @@ private slots:
         dialog.showUpdateFound(QStringLiteral("3.0"), {}, notes, downloadUrl);
         QTRY_VERIFY(find(dialog, "notes")->height() > 1000);
         QVERIFY(window->height() < 400);
+
+        // Back to a short state: the window follows its content down and stays fixed there.
+        dialog.showNotOffered();
+        QCOMPARE(window->height(), qCeil(find(dialog, "dialogContent")->implicitHeight()) + 40);
+        QCOMPARE(window->minimumHeight(), window->height());
+        QCOMPARE(window->maximumHeight(), window->height());
     }
 
     void updateDialogClosing_data() { TestData::addRows("update-dialog.json", "closing"); }
