@@ -389,7 +389,9 @@ FocusScope {
                 readonly property int arrowHeight: 8
 
                 y: doneButton.height + arrowHeight
-                x: doneButton.width - width
+                // From the list's fixed width, not the popup's: that one is still 0 when a
+                // popup open from launch places itself.
+                x: doneButton.width - doneList.listWidth
                 padding: 0
                 // Takes the keyboard while open, so that Escape closes it.
                 focus: true
@@ -398,6 +400,8 @@ FocusScope {
                 onClosed: boardView.controller.showDone = false
 
                 contentItem: DoneListView {
+                    id: doneList
+
                     tasks: boardView.controller.doneModel
                     onToggleRequested: task => boardView.controller.toggle(task)
                     onDeleteRequested: task => boardView.controller.deleteTask(task)

@@ -33,8 +33,9 @@ MenuItem {
         Text {
             id: label
             anchors.verticalCenter: parent.verticalCenter
-            // Long list names end in an ellipsis rather than widen the menu without end.
-            width: Math.min(implicitWidth, 260)
+            // Long list names end in an ellipsis at the menu's edge; the symbol and the
+            // submenu arrow take 24 and 16.
+            width: Math.min(implicitWidth, item.availableWidth - 24 - (item.subMenu ? 16 : 0))
             text: item.text
             elide: Text.ElideRight
             font.pixelSize: 14

@@ -42,6 +42,8 @@ Item {
         id: pop
         visible: metaIcon.showPop
         closePolicy: Popup.NoAutoClose
+        // Icons sit at the right edge of a row: the popover shifts to stay inside the window.
+        margins: 8
         x: (metaIcon.width - width) / 2
         y: metaIcon.height + 6
         leftPadding: 12

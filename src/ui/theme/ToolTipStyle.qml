@@ -5,10 +5,13 @@ import TavikUi
 // Every control shares one tooltip (the attached ToolTip). This dresses it once in the app's
 // rounded surface and colours instead of the style's square box.
 Item {
+    // Made inside the tooltip's own popup item, where the style's parts live, so that they
+    // last exactly as long as the tooltip does.
     Component.onCompleted: {
         const tip = ToolTip.toolTip
-        tip.background = surface.createObject(tip)
-        tip.contentItem = label.createObject(tip, {
+        const host = tip.background.parent
+        tip.background = surface.createObject(host)
+        tip.contentItem = label.createObject(host, {
             "tip": tip
         })
         tip.padding = 6
