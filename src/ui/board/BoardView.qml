@@ -57,7 +57,7 @@ FocusScope {
         for (let i = 0; i < columnRepeater.count; ++i) {
             const column = columnRepeater.itemAt(i).columnView
             const at = boardView.mapToItem(column, point.x, point.y)
-            if (at.x >= 0 && at.x < column.width && at.y >= 0 && at.y < column.chromeBottom)
+            if (at.x >= 0 && at.x < column.width && at.y >= 0 && at.y < column.rowsTop)
                 return false
         }
         const overlay = boardView.Overlay.overlay

@@ -24,10 +24,10 @@ Item {
     property bool dragActive: false
 
     readonly property int headerTopInset: 44
-    // The chrome frosts over while rows pass under it.
     readonly property real chromeBottom: chrome.height
-    readonly property real contentTop: listClip.y + list.y + list.originY - list.contentY
-    readonly property bool frosted: contentTop < chromeBottom - 1
+    // Scrolled rows are cut here, a little below the header so that no half line of text
+    // touches it; at rest the first row starts below this line.
+    readonly property real rowsTop: chromeBottom + 8
     readonly property alias listView: list
     readonly property alias headerAccessoryItem: accessory.item
 
@@ -72,7 +72,7 @@ Item {
             return
         const top = item.y - list.contentY
         const bottom = top + item.height
-        const minTop = column.chromeBottom + 12
+        const minTop = column.rowsTop + 4
         const maxBottom = list.height - list.bottomMargin
         let contentY = list.contentY
         if (bottom > maxBottom)
@@ -85,12 +85,11 @@ Item {
         list.contentY = Math.min(most, Math.max(least, contentY))
     }
 
-    // Rows end at the chrome's lower edge: nothing scrolled up shows through the header or
-    // the band above it.
+    // Nothing scrolled up shows through the header or the band above it.
     Item {
         id: listClip
 
-        y: column.chromeBottom
+        y: column.rowsTop
         width: parent.width
         height: parent.height - y
         clip: true
@@ -208,41 +207,11 @@ Item {
         // Presses and hovers on the header are the header's: none reach a row under it, and
         // the board's drag cannot take one over.
         MouseArea {
-            anchors.fill: parent
+            width: parent.width
+            height: column.rowsTop
             acceptedButtons: Qt.AllButtons
             hoverEnabled: true
             preventStealing: true
-        }
-
-        // Stands in for a blur: opaque over the chrome, fading out over the 24 below it.
-        Rectangle {
-            width: parent.width
-            height: chrome.height + 24
-            opacity: column.frosted ? 1 : 0
-            gradient: Gradient {
-                GradientStop {
-                    position: 0
-                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
-                                   Radix.appBackground.b, 0.9)
-                }
-                GradientStop {
-                    position: chrome.height / (chrome.height + 24)
-                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
-                                   Radix.appBackground.b, 0.9)
-                }
-                GradientStop {
-                    position: 1
-                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
-                                   Radix.appBackground.b, 0)
-                }
-            }
-
-            Behavior on opacity {
-                NumberAnimation {
-                    duration: 150
-                    easing.type: Easing.OutQuad
-                }
-            }
         }
 
         Item {
