@@ -1,6 +1,5 @@
 // Shows the update dialog in the state named on each line of standard input and answers with
-// the height the dialog asked for and the lowest edge of its visible buttons, so that a script
-// can hold them against the window the window manager actually made.
+// the height the dialog asked for and the lowest edge of its visible buttons.
 #include "settings/UpdateDialogController.h"
 
 #include <QFile>
@@ -20,8 +19,6 @@ int main(int argc, char* argv[]) {
     QQmlEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
     UpdateDialogController dialog(&engine);
-    dialog.setCurrentVersion(QStringLiteral("1.0.0"));
-    const QUrl page(QStringLiteral("https://example.org/download"));
 
     QFile input;
     input.open(stdin, QIODevice::ReadOnly);
@@ -32,7 +29,7 @@ int main(int argc, char* argv[]) {
             dialog.showChecking();
         else if (state == "found")
             dialog.showUpdateFound(QStringLiteral("2.0.0"), QStringLiteral("7"),
-                                   QStringLiteral("新的看板\n更快的启动\n修复了提醒"), page);
+                                   QStringLiteral("新的看板\n更快的启动\n修复了提醒"), {});
         else if (state == "uptodate")
             dialog.showUpToDate();
         else if (state == "failed")
