@@ -18,7 +18,7 @@ packages=(
     fonts-materialdesignicons-webfont fonts-noto-cjk
     # headless desktop for tests: X server, input, session bus, mocks, keyring, tray
     xvfb xauth xdotool dbus dbus-x11 python3-dbusmock gnome-keyring libsecret-tools
-    dunst tint2 imagemagick
+    dunst tint2 imagemagick openbox
     # CalDAV servers the sync tests run on loopback
     radicale xandikos
     # looking into a store by hand

@@ -25,6 +25,7 @@
 #include "board/BoardController.h"
 #include "settings/SettingsWindowController.h"
 #include "settings/UpdateDialogController.h"
+#include "theme/ThemePalette.h"
 
 #include <QApplication>
 #include <QCursor>
@@ -200,6 +201,9 @@ void AppDelegate::showUpdateResult(const UpdateCheckResult& result) {
     case UpdateCheckResult::Kind::Failed:
         m_updateDialog->showFailed(result.message);
         break;
+    case UpdateCheckResult::Kind::NotOffered:
+        m_updateDialog->showNotOffered();
+        break;
     case UpdateCheckResult::Kind::Cancelled:
         m_updateDialog->dismiss();
         break;
@@ -282,6 +286,7 @@ void AppDelegate::ensureEngine() {
         return;
     m_engine = std::make_unique<QQmlApplicationEngine>();
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    new ThemePalette(m_engine.get());
 }
 
 void AppDelegate::buildWindow() {

@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QCursor>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QKeySequence>
 #include <QMenu>
@@ -26,38 +27,69 @@ QString StatusItem::titleForCount(int count) {
     return count < 1 ? QString() : QStringLiteral(" %1").arg(count);
 }
 
+namespace {
+
+// The largest bold size up to `pixels` at which `text` fits `width`.
+QFont fittedFont(QFont font, const QString& text, int pixels, qreal width) {
+    font.setBold(true);
+    for (; pixels > 6; --pixels) {
+        font.setPixelSize(pixels);
+        if (QFontMetricsF(font).horizontalAdvance(text) <= width)
+            break;
+    }
+    return font;
+}
+
+} // namespace
+
 QIcon StatusItem::iconForCount(int count) {
+    // Panels come light and dark: a mid-tone accent tile with a pale rim reads on both.
+    const QColor tile(0x0A, 0x84, 0xFF);
+    const QColor rim(255, 255, 255, 110);
+    const QColor badgeColour(0xE5, 0x48, 0x4D);
+    const QString text = count > 99 ? QStringLiteral("99+") : QString::number(count);
     QIcon icon;
     for (int size : {16, 22, 24, 32, 48, 64}) {
         QPixmap pixmap(size, size);
         pixmap.fill(Qt::transparent);
         QPainter painter(&pixmap);
         painter.setRenderHint(QPainter::Antialiasing);
+        painter.setRenderHint(QPainter::TextAntialiasing);
         const qreal s = size;
-        // The logo: a rounded square holding a tick.
         const QRectF body(s * 0.06, s * 0.06, s * 0.88, s * 0.88);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(QColor(0x21, 0x20, 0x1C));
+        painter.setPen(QPen(rim, qMax(1.0, s / 24)));
+        painter.setBrush(tile);
         painter.drawRoundedRect(body, s * 0.24, s * 0.24);
+
+        if (count > 0 && size < 32) {
+            // Too small for a badge beside the logo: the tile itself carries the count, red.
+            painter.setPen(QPen(rim, qMax(1.0, s / 24)));
+            painter.setBrush(badgeColour);
+            painter.drawRoundedRect(body, s * 0.24, s * 0.24);
+            // "99+" cannot be read at 16: "9+" still says "many" and can.
+            const QString shown = size < 22 && text.size() > 2 ? QStringLiteral("9+") : text;
+            painter.setFont(fittedFont(painter.font(), shown, qRound(s * 0.72), body.width() - 2));
+            painter.setPen(Qt::white);
+            painter.drawText(body, Qt::AlignCenter, shown);
+            painter.end();
+            icon.addPixmap(pixmap);
+            continue;
+        }
+
         QPainterPath tick;
         tick.moveTo(s * 0.28, s * 0.52);
         tick.lineTo(s * 0.44, s * 0.68);
         tick.lineTo(s * 0.74, s * 0.34);
-        painter.setPen(
-            QPen(QColor(0xF6, 0xF4, 0xF0), s * 0.11, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter.setPen(QPen(Qt::white, s * 0.11, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         painter.setBrush(Qt::NoBrush);
         painter.drawPath(tick);
         if (count > 0) {
-            const QString text = count > 99 ? QStringLiteral("99+") : QString::number(count);
-            const qreal badge = s * (text.size() > 1 ? 0.62 : 0.52);
+            const qreal badge = s * (text.size() > 1 ? 0.66 : 0.56);
             const QRectF circle(s - badge, 0, badge, badge);
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(QColor(0xE5, 0x48, 0x4D));
+            painter.setPen(QPen(Qt::white, qMax(1.0, s / 32)));
+            painter.setBrush(badgeColour);
             painter.drawRoundedRect(circle, badge / 2, badge / 2);
-            QFont font = painter.font();
-            font.setPixelSize(qMax(7, int(badge * (text.size() > 2 ? 0.5 : 0.72))));
-            font.setBold(true);
-            painter.setFont(font);
+            painter.setFont(fittedFont(painter.font(), text, qRound(badge * 0.64), badge - 3));
             painter.setPen(Qt::white);
             painter.drawText(circle, Qt::AlignCenter, text);
         }

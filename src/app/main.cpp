@@ -117,7 +117,7 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
 
     QApplication app(argc, argv);
     QGuiApplication::setDesktopFileName(QStringLiteral("dev.orlen.tavik"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tavik"));
+    // No display name: on X11 Qt would append " — Tavik" to every window title.
     // Closing the board leaves Tavik in the tray.
     QApplication::setQuitOnLastWindowClosed(false);
 

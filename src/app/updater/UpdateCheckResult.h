@@ -20,6 +20,7 @@ public:
         UpToDate,    // message is "已是最新版本"
         Failed,      // message says why, in the user's words
         Cancelled,   // the check was called off; there is nothing to show
+        NotOffered,  // this build has no release feed, so nothing was asked
     };
     Q_ENUM(Kind)
 

@@ -110,9 +110,13 @@ void UpdaterController::checkForUpdates() {
         QMetaObject::invokeMethod(
             this,
             [this] {
-                if (m_interactive && !m_reply)
-                    finishWithError(UpdateCheckResult::Kind::Failed,
-                                    QStringLiteral("此版本没有配置更新地址"));
+                if (!m_interactive || m_reply)
+                    return;
+                qCInfo(lcUpdater, "Tavik[updater]: no release feed configured, nothing to check");
+                UpdateCheckResult result;
+                result.kind = UpdateCheckResult::Kind::NotOffered;
+                result.message = QStringLiteral("此版本不检查更新");
+                finish(result);
             },
             Qt::QueuedConnection);
         return;

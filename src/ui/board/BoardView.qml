@@ -53,6 +53,13 @@ FocusScope {
     function pressReachesColumns(point) {
         if (boardView.childAt(point.x, point.y) !== columnsRow)
             return false
+        // A column's header and the band above it are not the rows'.
+        for (let i = 0; i < columnRepeater.count; ++i) {
+            const column = columnRepeater.itemAt(i).columnView
+            const at = boardView.mapToItem(column, point.x, point.y)
+            if (at.x >= 0 && at.x < column.width && at.y >= 0 && at.y < column.rowsTop)
+                return false
+        }
         const overlay = boardView.Overlay.overlay
         if (!overlay)
             return true
@@ -71,6 +78,8 @@ FocusScope {
                 column.headerAccessoryItem.reportFrames(drag, boardView)
         }
     }
+
+    ToolTipStyle {}
 
     // The window's backdrop: opaque where nothing blurs behind it, the scrim over both.
     Rectangle {
@@ -380,7 +389,9 @@ FocusScope {
                 readonly property int arrowHeight: 8
 
                 y: doneButton.height + arrowHeight
-                x: doneButton.width - width
+                // From the list's fixed width, not the popup's: that one is still 0 when a
+                // popup open from launch places itself.
+                x: doneButton.width - doneList.listWidth
                 padding: 0
                 // Takes the keyboard while open, so that Escape closes it.
                 focus: true
@@ -389,6 +400,8 @@ FocusScope {
                 onClosed: boardView.controller.showDone = false
 
                 contentItem: DoneListView {
+                    id: doneList
+
                     tasks: boardView.controller.doneModel
                     onToggleRequested: task => boardView.controller.toggle(task)
                     onDeleteRequested: task => boardView.controller.deleteTask(task)

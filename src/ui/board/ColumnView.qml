@@ -24,10 +24,10 @@ Item {
     property bool dragActive: false
 
     readonly property int headerTopInset: 44
-    // The chrome frosts over while rows pass under it.
     readonly property real chromeBottom: chrome.height
-    readonly property real contentTop: list.y + list.originY - list.contentY
-    readonly property bool frosted: contentTop < chromeBottom - 1
+    // Scrolled rows are cut here, a little below the header so that no half line of text
+    // touches it; at rest the first row starts below this line.
+    readonly property real rowsTop: chromeBottom + 8
     readonly property alias listView: list
     readonly property alias headerAccessoryItem: accessory.item
 
@@ -60,87 +60,121 @@ Item {
     onFocusedTaskIdChanged: {
         const row = tasks.indexOfId(focusedTaskId)
         if (row >= 0)
-            list.positionViewAtIndex(row, ListView.Contain)
+            reveal(row)
     }
 
-    ListView {
-        id: list
+    // Brings a row into the part of the list that nothing covers: below the chrome and above
+    // the band the round button of the task dialog takes at the bottom.
+    function reveal(row) {
+        list.positionViewAtIndex(row, ListView.Contain)
+        const item = list.itemAtIndex(row)
+        if (!item)
+            return
+        const top = item.y - list.contentY
+        const bottom = top + item.height
+        const minTop = column.rowsTop + 4
+        const maxBottom = list.height - list.bottomMargin
+        let contentY = list.contentY
+        if (bottom > maxBottom)
+            contentY += bottom - maxBottom
+        else if (top < minTop)
+            contentY -= minTop - top
+        const least = list.originY - list.topMargin
+        const most = Math.max(least, list.originY + list.contentHeight + list.bottomMargin
+                              - list.height)
+        list.contentY = Math.min(most, Math.max(least, contentY))
+    }
 
-        anchors.fill: parent
-        topMargin: column.chromeBottom + 12
-        bottomMargin: 82
-        interactive: false
-        boundsBehavior: Flickable.StopAtBounds
-        model: column.tasks
+    // Nothing scrolled up shows through the header or the band above it.
+    Item {
+        id: listClip
 
-        delegate: TaskRow {
-            width: ListView.view.width
-            transformOrigin: Item.TopLeft
-            isEditing: !isGhost && taskId === column.editingTaskId
-            focused: !isGhost && taskId === column.focusedTaskId
-            dragActive: column.dragActive || isGhost
-            compact: column.compact
-            categories: isGhost ? null : column.categories
-            now: column.now
-            onToggleRequested: column.toggleRequested(task)
-            onDeleteRequested: column.deleteRequested(task)
-            onAssignRequested: categoryId => column.assignRequested(task, categoryId)
-            onEditRequested: column.editRequested(task)
-            onDetailsRequested: column.detailsRequested(task)
-        }
+        y: column.rowsTop
+        width: parent.width
+        height: parent.height - y
+        clip: true
 
-        // Rows come in by opacity, leave shrinking to 0.96 about their top left corner and
-        // fading, and the others make room on a spring.
-        add: Transition {
-            SpringMotion {
-                property: "opacity"
-                from: 0
-                to: 1
-                response: 0.28
-                epsilon: 0.005
-            }
-        }
-        remove: Transition {
-            SpringMotion {
-                property: "opacity"
-                to: 0
-                response: 0.28
-                epsilon: 0.005
-            }
-            SpringMotion {
-                property: "scale"
-                to: 0.96
-                response: 0.28
-                epsilon: 0.005
-            }
-        }
-        // While a drag is on, the rows make way for the placeholder on a quicker spring.
-        displaced: Transition {
-            SpringMotion {
-                property: "y"
-                response: column.dragActive ? 0.18 : 0.28
-                dampingFraction: column.dragActive ? 0.85 : 1.0
-                epsilon: 0.25
-            }
-            // A row caught by a removal half-way must still end up whole.
-            NumberAnimation {
-                properties: "opacity,scale"
-                to: 1
-                duration: 0
-            }
-        }
-        move: Transition {
-            SpringMotion {
-                property: "y"
-                response: column.dragActive ? 0.18 : 0.28
-                dampingFraction: column.dragActive ? 0.85 : 1.0
-                epsilon: 0.25
-            }
-        }
+        ListView {
+            id: list
 
-        WheelScroller {
-            flickable: list
-            enabled: !column.dragActive
+            y: -listClip.y
+            width: parent.width
+            height: column.height
+            topMargin: column.chromeBottom + 12
+            bottomMargin: 82
+            interactive: false
+            boundsBehavior: Flickable.StopAtBounds
+            model: column.tasks
+
+            delegate: TaskRow {
+                width: ListView.view.width
+                transformOrigin: Item.TopLeft
+                isEditing: !isGhost && taskId === column.editingTaskId
+                focused: !isGhost && taskId === column.focusedTaskId
+                dragActive: column.dragActive || isGhost
+                compact: column.compact
+                categories: isGhost ? null : column.categories
+                now: column.now
+                onToggleRequested: column.toggleRequested(task)
+                onDeleteRequested: column.deleteRequested(task)
+                onAssignRequested: categoryId => column.assignRequested(task, categoryId)
+                onEditRequested: column.editRequested(task)
+                onDetailsRequested: column.detailsRequested(task)
+            }
+
+            // Rows come in by opacity, leave shrinking to 0.96 about their top left corner and
+            // fading, and the others make room on a spring.
+            add: Transition {
+                SpringMotion {
+                    property: "opacity"
+                    from: 0
+                    to: 1
+                    response: 0.28
+                    epsilon: 0.005
+                }
+            }
+            remove: Transition {
+                SpringMotion {
+                    property: "opacity"
+                    to: 0
+                    response: 0.28
+                    epsilon: 0.005
+                }
+                SpringMotion {
+                    property: "scale"
+                    to: 0.96
+                    response: 0.28
+                    epsilon: 0.005
+                }
+            }
+            // While a drag is on, the rows make way for the placeholder on a quicker spring.
+            displaced: Transition {
+                SpringMotion {
+                    property: "y"
+                    response: column.dragActive ? 0.18 : 0.28
+                    dampingFraction: column.dragActive ? 0.85 : 1.0
+                    epsilon: 0.25
+                }
+                // A row caught by a removal half-way must still end up whole.
+                NumberAnimation {
+                    properties: "opacity,scale"
+                    to: 1
+                    duration: 0
+                }
+            }
+            move: Transition {
+                SpringMotion {
+                    property: "y"
+                    response: column.dragActive ? 0.18 : 0.28
+                    dampingFraction: column.dragActive ? 0.85 : 1.0
+                    epsilon: 0.25
+                }
+            }
+
+            WheelScroller {
+                flickable: list
+                enabled: !column.dragActive
+            }
         }
     }
 
@@ -170,35 +204,14 @@ Item {
         width: parent.width
         height: column.headerTopInset + header.height
 
-        // Stands in for a blur: opaque over the chrome, fading out over the 24 below it.
-        Rectangle {
+        // Presses and hovers on the header are the header's: none reach a row under it, and
+        // the board's drag cannot take one over.
+        MouseArea {
             width: parent.width
-            height: chrome.height + 24
-            opacity: column.frosted ? 1 : 0
-            gradient: Gradient {
-                GradientStop {
-                    position: 0
-                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
-                                   Radix.appBackground.b, 0.9)
-                }
-                GradientStop {
-                    position: chrome.height / (chrome.height + 24)
-                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
-                                   Radix.appBackground.b, 0.9)
-                }
-                GradientStop {
-                    position: 1
-                    color: Qt.rgba(Radix.appBackground.r, Radix.appBackground.g,
-                                   Radix.appBackground.b, 0)
-                }
-            }
-
-            Behavior on opacity {
-                NumberAnimation {
-                    duration: 150
-                    easing.type: Easing.OutQuad
-                }
-            }
+            height: column.rowsTop
+            acceptedButtons: Qt.AllButtons
+            hoverEnabled: true
+            preventStealing: true
         }
 
         Item {
@@ -240,6 +253,13 @@ Item {
                 height: 20
                 active: column.headerAccessory !== null
                 sourceComponent: column.headerAccessory
+            }
+            // The accessory learns the room it has, so it can shorten what it shows.
+            Binding {
+                target: accessory.item
+                property: "availableWidth"
+                value: header.width - titleRow.width - 8
+                when: accessory.item !== null
             }
         }
     }

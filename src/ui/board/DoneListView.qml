@@ -12,11 +12,14 @@ Column {
     signal toggleRequested(TaskItem task)
     signal deleteRequested(TaskItem task)
 
-    width: 300
+    // The parts take this width, not the column's: the popover sizes the column from them.
+    readonly property int listWidth: 300
+
+    width: listWidth
     spacing: 0
 
     Item {
-        width: parent.width
+        width: done.listWidth
         height: headerTitle.implicitHeight + 20
 
         Text {
@@ -39,14 +42,14 @@ Column {
     }
 
     Rectangle {
-        width: parent.width
+        width: done.listWidth
         height: 1
         color: Radix.sandA4
     }
 
     Text {
         visible: done.tasks.count === 0
-        width: parent.width
+        width: done.listWidth
         topPadding: 30
         bottomPadding: 30
         horizontalAlignment: Text.AlignHCenter
@@ -59,7 +62,7 @@ Column {
         id: list
 
         visible: done.tasks.count > 0
-        width: parent.width
+        width: done.listWidth
         height: Math.min(contentHeight, 340)
         interactive: false
         clip: true
@@ -104,7 +107,7 @@ Column {
                 elide: Text.ElideRight
             }
 
-            Menu {
+            SymbolMenu {
                 id: lineMenu
 
                 SymbolMenuItem {

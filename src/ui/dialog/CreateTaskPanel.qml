@@ -138,7 +138,7 @@ Item {
             id: glass
             anchors.fill: parent
             radius: surface.radius
-            color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 0.94) : Qt.rgba(1, 1, 1, 0.9)
+            color: Radix.dark ? Qt.rgba(0.16, 0.16, 0.15, 1) : Qt.rgba(1, 1, 1, 1)
             border.width: 1
             border.color: Radix.sandA4
             clip: true

@@ -15,6 +15,8 @@ Item {
     property string selectedCategoryId: ""
     property bool hot: false
     property bool reduceMotion: false
+    // The selected tab's name ends in an ellipsis past this width.
+    property real maximumTitleWidth: Infinity
     // 全部 cannot be deleted, so it has no context menu.
     readonly property bool deletable: categoryId !== ""
     readonly property alias isSelected: tabState.isSelected
@@ -82,7 +84,9 @@ Item {
             objectName: "title"
             anchors.verticalCenter: parent.verticalCenter
             visible: tabState.isSelected
+            width: Math.min(implicitWidth, Math.max(24, tab.maximumTitleWidth))
             text: tab.name
+            elide: Text.ElideRight
             font.pixelSize: 14
             font.weight: Font.Medium
             color: Radix.sand12
@@ -103,7 +107,7 @@ Item {
         }
     }
 
-    Menu {
+    SymbolMenu {
         id: menu
         objectName: "tabMenu"
 

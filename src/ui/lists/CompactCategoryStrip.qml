@@ -13,6 +13,8 @@ Item {
     // The board's BoardDragState; tabs light up under a dragged task (null: never).
     property BoardDragState dragState: null
     property bool reduceMotion: false
+    // The width the header leaves for the strip; the selected tab's name gives way to fit.
+    property real availableWidth: Infinity
 
     signal selectRequested(string categoryId)
     signal createRequested(string name, string colorHex)
@@ -30,6 +32,19 @@ Item {
                 return children[i];
         }
         return null;
+    }
+
+    // What is left for the selected tab's name once every other tab, the plus button and the
+    // selected tab's own padding, swatch and spacing (36) are placed.
+    readonly property real titleRoom: {
+        let others = 0;
+        const children = row.children;
+        for (let i = 0; i < children.length; ++i) {
+            const child = children[i];
+            if (child !== selectedTab && child.visible && child.width > 0)
+                others += child.width + row.spacing;
+        }
+        return availableWidth + 6 - others - 36;
     }
 
     // Whether a dragged task would land on this tab's list.
@@ -101,6 +116,7 @@ Item {
             categoryId: ""
             name: "全部"
             colorHex: ""
+            maximumTitleWidth: strip.titleRoom
             selectedCategoryId: strip.selectedCategoryId
             hot: strip.isHot("")
             reduceMotion: strip.reduceMotion
@@ -114,6 +130,7 @@ Item {
                 objectName: "tab_" + categoryId
                 anchors.verticalCenter: parent ? parent.verticalCenter : undefined
                 selectedCategoryId: strip.selectedCategoryId
+                maximumTitleWidth: strip.titleRoom
                 hot: strip.isHot(categoryId)
                 reduceMotion: strip.reduceMotion
                 onSelectRequested: id => strip.selectRequested(id)

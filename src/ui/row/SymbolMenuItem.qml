@@ -10,6 +10,10 @@ MenuItem {
     property string symbol: subMenu && subMenu.symbol !== undefined ? subMenu.symbol : ""
     property bool destructive: false
 
+    implicitHeight: 28
+    leftPadding: 8
+    rightPadding: 8
+
     contentItem: Row {
         spacing: 8
 
@@ -29,11 +33,28 @@ MenuItem {
         Text {
             id: label
             anchors.verticalCenter: parent.verticalCenter
+            // Long list names end in an ellipsis at the menu's edge; the symbol and the
+            // submenu arrow take 24 and 16.
+            width: Math.min(implicitWidth, item.availableWidth - 24 - (item.subMenu ? 16 : 0))
             text: item.text
+            elide: Text.ElideRight
             font.pixelSize: 14
-            color: item.destructive ? Radix.red11
-                                    : item.highlighted ? item.palette.highlightedText
-                                                       : Radix.primaryText
+            color: item.highlighted ? "white" : item.destructive ? Radix.red11 : Radix.primaryText
         }
+    }
+
+    arrow: SymbolIcon {
+        x: item.width - width - item.rightPadding
+        anchors.verticalCenter: parent.verticalCenter
+        visible: item.subMenu !== null
+        name: "chevron.right"
+        size: 13
+        color: label.color
+    }
+
+    background: Rectangle {
+        implicitWidth: 170
+        radius: 5
+        color: !item.highlighted ? "transparent" : item.destructive ? Radix.redA9 : Radix.accent
     }
 }

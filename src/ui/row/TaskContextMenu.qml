@@ -3,7 +3,7 @@ import QtQuick.Controls
 import TavikUi
 
 // The context menu of a task row: edit, details, file under a list, delete.
-Menu {
+SymbolMenu {
     // Not `menu`: inside an entry that name is the entry's own MenuItem.menu, which for the
     // list submenu's entries is the submenu.
     id: contextMenu
@@ -17,8 +17,6 @@ Menu {
     signal assignRequested(string categoryId)
     signal deleteRequested
 
-    delegate: SymbolMenuItem {}
-
     SymbolMenuItem {
         text: "编辑"
         symbol: "pencil"
@@ -29,21 +27,20 @@ Menu {
         symbol: "info.circle"
         onTriggered: contextMenu.detailsRequested()
     }
-    MenuSeparator {}
-    Menu {
+    MenuRule {}
+    SymbolMenu {
         id: listMenu
 
         property string symbol: "tag"
 
         title: "清单"
-        delegate: SymbolMenuItem {}
 
         SymbolMenuItem {
             text: "无"
             symbol: contextMenu.categoryId === "" ? "checkmark" : ""
             onTriggered: contextMenu.assignRequested("")
         }
-        MenuSeparator {
+        MenuRule {
             visible: listEntries.count > 0
             height: visible ? implicitHeight : 0
         }
@@ -62,7 +59,7 @@ Menu {
             onObjectRemoved: (index, object) => listMenu.removeItem(object)
         }
     }
-    MenuSeparator {}
+    MenuRule {}
     SymbolMenuItem {
         text: "删除"
         symbol: "trash"

@@ -8,6 +8,8 @@ Row {
 
     required property TaskItem task
     property date now: new Date()
+    // The list chip's name gives way so that the line ends here.
+    property real maximumWidth: Infinity
 
     // One chip: an optional symbol and a text, or any content, on a rimmed fill.
     component Chip: Rectangle {
@@ -151,7 +153,9 @@ Row {
                 }
                 Text {
                     anchors.verticalCenter: parent.verticalCenter
+                    width: Math.min(implicitWidth, 240)
                     text: icons.task && icons.task.category ? icons.task.category.name : ""
+                    elide: Text.ElideRight
                     font.pixelSize: 12
                     color: Radix.primaryText
                 }
@@ -193,6 +197,8 @@ Row {
         }
     }
     Chip {
+        id: listChip
+
         visible: meta.hasCategory
         completed: chips.task ? chips.task.completed : false
 
@@ -208,7 +214,10 @@ Row {
             }
             Text {
                 anchors.verticalCenter: parent.verticalCenter
+                // The chip's own padding and the swatch take 29.
+                width: Math.min(implicitWidth, Math.max(24, chips.maximumWidth - listChip.x - 29))
                 text: chips.task && chips.task.category ? chips.task.category.name : ""
+                elide: Text.ElideRight
                 font.pixelSize: 12
                 color: Radix.sand11
             }

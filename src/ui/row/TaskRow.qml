@@ -149,6 +149,7 @@ Item {
             TaskMetaChips {
                 task: row.task
                 now: row.now
+                maximumWidth: parent.width - 12
             }
         }
 

@@ -14,12 +14,12 @@ Window {
     readonly property bool checking: controller.state === UpdateDialogController.Checking
     readonly property bool found: controller.state === UpdateDialogController.UpdateFound
 
+    // The height the content asks for; the controller sizes the window to it.
+    readonly property int fittedHeight: Math.ceil(content.implicitHeight) + 2 * 20
+
     width: 440
-    height: content.implicitHeight + 2 * 20
     minimumWidth: width
     maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
     color: Radix.appBackground
 
     Shortcut {
@@ -73,6 +73,7 @@ Window {
                     font.pixelSize: 13
                     color: dialog.controller.state === UpdateDialogController.Failed
                            ? Radix.red11 : Radix.secondaryText
+                    textFormat: Text.PlainText
                     wrapMode: Text.Wrap
                 }
                 ProgressBar {

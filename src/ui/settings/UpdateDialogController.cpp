@@ -14,6 +14,9 @@
 
 namespace {
 
+// Qt's own limit for a side of a window.
+const int unlimitedHeight = (1 << 24) - 1;
+
 const QUrl dialogSource(QStringLiteral("qrc:/qt/qml/TavikUi/settings/UpdateDialog.qml"));
 
 QString displayVersion(const QString& version, const QString& build) {
@@ -88,6 +91,11 @@ void UpdateDialogController::showFailed(const QString& message) {
             message.trimmed().isEmpty() ? QStringLiteral("未知错误") : message.trimmed());
 }
 
+void UpdateDialogController::showNotOffered() {
+    present(State::NotOffered, QStringLiteral("此版本不检查更新"),
+            QStringLiteral("这个版本没有设置更新来源，新版本请从安装它的地方获取。"));
+}
+
 void UpdateDialogController::dismiss() {
     if (m_window)
         m_window->hide();
@@ -115,6 +123,27 @@ bool UpdateDialogController::eventFilter(QObject* watched, QEvent* event) {
     return QObject::eventFilter(watched, event);
 }
 
+void UpdateDialogController::fitHeight() {
+    // Wrapped text learns its width from one polish pass and its height from the next.
+    int fitted = 0;
+    for (int pass = 0; pass < 4; ++pass) {
+        polishTree(m_window->contentItem());
+        const int now = m_window->property("fittedHeight").toInt();
+        if (now == fitted)
+            break;
+        fitted = now;
+    }
+    if (fitted <= 0 || (m_window->height() == fitted && m_window->minimumHeight() == fitted))
+        return;
+    // A window manager holds a window to the size limits it knows when the resize arrives:
+    // free the height first, resize, then fix it again.
+    m_window->setMinimumHeight(0);
+    m_window->setMaximumHeight(unlimitedHeight);
+    m_window->resize(m_window->width(), fitted);
+    m_window->setMinimumHeight(fitted);
+    m_window->setMaximumHeight(fitted);
+}
+
 void UpdateDialogController::present(State state, const QString& headline, const QString& detail,
                                      const QString& notes, const QUrl& downloadUrl) {
     m_state = state;
@@ -126,14 +155,7 @@ void UpdateDialogController::present(State state, const QString& headline, const
     if (!m_window)
         return;
 
-    // The window's height follows its content; settle it now rather than at the next frame.
-    // Wrapped text learns its width from one pass and its height from the next.
-    for (int pass = 0; pass < 4; ++pass) {
-        const int before = m_window->height();
-        polishTree(m_window->contentItem());
-        if (pass > 0 && m_window->height() == before)
-            break;
-    }
+    fitHeight();
     if (!m_window->isVisible()) {
         QScreen* screen = QGuiApplication::screenAt(QCursor::pos());
         if (!screen)

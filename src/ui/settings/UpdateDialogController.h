@@ -26,7 +26,7 @@ class UpdateDialogController : public QObject {
     Q_PROPERTY(QUrl downloadUrl READ downloadUrl NOTIFY contentChanged)
 
 public:
-    enum class State { Checking, UpdateFound, UpToDate, Failed };
+    enum class State { Checking, UpdateFound, UpToDate, Failed, NotOffered };
     Q_ENUM(State)
 
     explicit UpdateDialogController(QQmlEngine* engine, QObject* parent = nullptr);
@@ -52,6 +52,8 @@ public:
     // `message` is the updater's wording; blank gives "已是最新版本".
     void showUpToDate(const QString& message = {});
     void showFailed(const QString& message);
+    // A build without a release feed: not a failure, the build simply does not look.
+    void showNotOffered();
     // Hides the dialog without a word, as after a cancelled check.
     void dismiss();
 
@@ -68,6 +70,7 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void fitHeight();
     void present(State state, const QString& headline, const QString& detail,
                  const QString& notes = {}, const QUrl& downloadUrl = {});
 

@@ -19,6 +19,7 @@ const QHash<QString, char16_t>& table() {
         {QStringLiteral("square.grid.2x2"), 0xF570},
         {QStringLiteral("chevron.down"), 0xF140},
         {QStringLiteral("chevron.up"), 0xF143},
+        {QStringLiteral("chevron.right"), 0xF142},
         {QStringLiteral("alarm"), 0xF020},
         {QStringLiteral("alarm.fill"), 0xF020},
         {QStringLiteral("calendar"), 0xF0ED},

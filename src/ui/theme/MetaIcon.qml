@@ -42,6 +42,8 @@ Item {
         id: pop
         visible: metaIcon.showPop
         closePolicy: Popup.NoAutoClose
+        // Icons sit at the right edge of a row: the popover shifts to stay inside the window.
+        margins: 8
         x: (metaIcon.width - width) / 2
         y: metaIcon.height + 6
         leftPadding: 12
@@ -49,8 +51,16 @@ Item {
         topPadding: 8
         bottomPadding: 8
 
-        contentItem: Loader {
-            sourceComponent: metaIcon.detail
+        // The detail keeps the size it gives itself; a Loader as the content item would be
+        // squeezed to whatever width the popup had before the detail arrived.
+        contentItem: Item {
+            implicitWidth: detailLoader.item ? detailLoader.item.width : 0
+            implicitHeight: detailLoader.item ? detailLoader.item.height : 0
+
+            Loader {
+                id: detailLoader
+                sourceComponent: metaIcon.detail
+            }
         }
         background: Rectangle {
             radius: 8

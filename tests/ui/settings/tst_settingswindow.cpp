@@ -264,6 +264,10 @@ private slots:
         dialog.showUpdateFound(QStringLiteral("3.0"), {}, notes, downloadUrl);
         QTRY_VERIFY(find(dialog, "notes")->height() > 1000);
         QVERIFY(window->height() < 400);
+
+        dialog.showNotOffered(); // shorter again: the window follows and stays fixed there
+        QCOMPARE(window->height(), qCeil(find(dialog, "dialogContent")->implicitHeight()) + 40);
+        QCOMPARE(window->maximumHeight(), window->height());
     }
 
     void updateDialogClosing_data() { TestData::addRows("update-dialog.json", "closing"); }
