@@ -9,8 +9,7 @@ spawn "$WORK/openbox.log" openbox --sm-disable
 check "openbox manages the display" wait_for 10 bash -c \
     'xprop -root _NET_SUPPORTING_WM_CHECK | grep -q "window id"'
 mkfifo "$WORK/in"
-# Held open both ways first, so that neither side's open waits for the other; not through
-# spawn, whose background job would read /dev/null.
+# Open both ways first so no open waits; not via spawn, whose job would read /dev/null.
 exec 3<>"$WORK/in"
 "$(readlink -f "$2")" <"$WORK/in" >"$WORK/driver.log" 2>"$WORK/driver.err" &
 E2E_PIDS+=($!)
@@ -21,9 +20,8 @@ for state in checking found uptodate found failed notoffered checking; do
     echo "$state" >&3
     wait_for 10 bash -c "[ \$(wc -l <'$WORK/driver.log') -ge $step ]" || break
     read -r _ fitted bottom < <(sed -n "${step}p" "$WORK/driver.log")
-    wait_for 10 bash -c "[ -n \"\$(xdotool search --onlyvisible --name '^软件更新$')\" ]" || true
+    wait_for 10 bash -c "xdotool search --onlyvisible --name '^软件更新$' >/dev/null" || true
     id=$(xdotool search --onlyvisible --name '^软件更新$' | head -n1)
-    # The window manager answers the resize in its own time.
     wait_for 5 bash -c "xwininfo -id $id | grep -q 'Height: $fitted\$'" || true
     read -r x y width height < <(xwininfo -id "$id" | awk '/Absolute upper-left X/ {x=$4}
         /Absolute upper-left Y/ {y=$4} /Width:/ {w=$2} /Height:/ {h=$2} END {print x, y, w, h}')
