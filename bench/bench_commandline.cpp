@@ -1,5 +1,8 @@
-// `tavik --count-today` as a whole process (start, open and load the store, classify, exit)
-// on a store of 10,000 tasks, with `--help` as the cost of starting the process alone.
+// `tavik --count-today` as a whole process (start, open the store, count, exit) on a store of
+// 10,000 tasks, beside taskwarrior's `task +TODAY count` on the same tasks (when `task` is
+// installed), run by turns so that both meet the same load. `--help` is the cost of
+// starting the process alone; `--list --json` prints the whole board. Each figure has the
+// process's peak resident memory (wait4's ru_maxrss).
 //
 //   bench_commandline [RUNS] [TASKS]
 
@@ -11,11 +14,20 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
+#include <QUuid>
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -67,95 +79,85 @@ bool fillStore(const QString& path, int taskCount) {
     return true;
 }
 
-// CPU time (user + system) of every child reaped so far.
-double childrenCpuMs() {
-    rusage usage{};
-    getrusage(RUSAGE_CHILDREN, &usage);
-    return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3 +
-           (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
-}
-
-struct Figures {
-    double cpuMedianMs = 0;
-    double minMs = 0;
-    double medianMs = 0;
-    double p90Ms = 0;
-    double maxMs = 0;
-    QByteArray lastOutput;
-};
-
-Figures measure(const QProcessEnvironment& env, const QStringList& arguments, int runs) {
-    QList<double> times;
-    QList<double> cpuTimes;
-    Figures figures;
-    for (int i = -3; i < runs; ++i) { // three warm-up runs fill the page cache
-        QProcess process;
-        process.setProcessEnvironment(env);
-        const double cpuBefore = childrenCpuMs();
-        QElapsedTimer timer;
-        timer.start();
-        process.start(QStringLiteral(TAVIK_BINARY), arguments);
-        process.waitForFinished(60000);
-        const double ms = timer.nsecsElapsed() / 1e6;
-        if (process.exitCode() != 0) {
-            std::fprintf(stderr, "tavik %s failed: %s\n", qPrintable(arguments.join(u' ')),
-                         process.readAllStandardError().constData());
-            std::exit(1);
+// The same tasks for taskwarrior: the days, the finished ones and the notes (annotations).
+bool fillTaskwarrior(const QString& dataDir, int taskCount) {
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    QJsonArray tasks;
+    for (int i = 0; i < taskCount; ++i) {
+        QJsonObject task{{"uuid", QUuid::createUuid().toString(QUuid::WithoutBraces)},
+                         {"description", QStringLiteral("任务 %1：整理本周的待办事项").arg(i)},
+                         {"entry", now.toString("yyyyMMdd'T'HHmmss'Z'")},
+                         {"status", i % 10 == 0 ? "completed" : "pending"}};
+        if (i % 10 == 0)
+            task.insert("end", now.toString("yyyyMMdd'T'HHmmss'Z'"));
+        if (i % 3 == 0) {
+            const QDateTime day = now.addDays((i % 21) - 10).toLocalTime().date().startOfDay();
+            task.insert("due", day.toUTC().toString("yyyyMMdd'T'HHmmss'Z'"));
         }
-        figures.lastOutput = process.readAllStandardOutput();
-        if (i >= 0) {
-            times << ms;
-            cpuTimes << childrenCpuMs() - cpuBefore;
-        }
+        if (i % 5 == 0)
+            task.insert("annotations",
+                        QJsonArray{QJsonObject{{"entry", now.toString("yyyyMMdd'T'HHmmss'Z'")},
+                                               {"description", "一段不太长的备注 第二行"}}});
+        tasks.append(task);
     }
-    std::sort(times.begin(), times.end());
-    std::sort(cpuTimes.begin(), cpuTimes.end());
-    figures.cpuMedianMs = cpuTimes.at(cpuTimes.size() / 2);
-    figures.minMs = times.first();
-    figures.medianMs = times.at(times.size() / 2);
-    figures.p90Ms = times.at(std::min<qsizetype>(times.size() - 1, times.size() * 9 / 10));
-    figures.maxMs = times.last();
-    return figures;
-}
-
-void report(const char* what, const Figures& figures) {
-    std::printf(
-        "%-34s wall median %6.1f ms  min %6.1f  p90 %6.1f  max %6.1f | CPU median %6.1f ms\n", what,
-        figures.medianMs, figures.minMs, figures.p90Ms, figures.maxMs, figures.cpuMedianMs);
-}
-
-} // namespace
-
-int main(int argc, char* argv[]) {
-    QCoreApplication app(argc, argv);
-    const QStringList args = app.arguments();
-    const int runs = args.size() > 1 ? args.at(1).toInt() : 30;
-    const int taskCount = args.size() > 2 ? args.at(2).toInt() : 10000;
-    if (runs < 1 || taskCount < 0) {
-        std::fprintf(stderr, "usage: bench_commandline [RUNS] [TASKS]\n");
-        return 2;
-    }
-
-    QTemporaryDir home;
-    const QString dataDir = home.filePath(QStringLiteral("share/tavik"));
-    QDir().mkpath(dataDir);
-    QElapsedTimer fillTimer;
-    fillTimer.start();
-    if (!fillStore(dataDir + QStringLiteral("/tavik.store"), taskCount))
-        return 1;
-    std::printf("store of %d tasks written in %lld ms; %d timed runs each\n", taskCount,
-                fillTimer.elapsed(), runs);
-
+    QFile file(dataDir + QStringLiteral("/import.json"));
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    file.write(QJsonDocument(tasks).toJson(QJsonDocument::Compact));
+    file.close();
+    QFile rc(dataDir + QStringLiteral("/taskrc"));
+    if (!rc.open(QIODevice::WriteOnly))
+        return false;
+    rc.write("data.location=" + dataDir.toUtf8() + "\nconfirmation=off\n");
+    rc.close();
+    QProcess import;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("HOME"), home.path());
     env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("share")));
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+    env.insert(QStringLiteral("TASKRC"), home.filePath(QStringLiteral("task/taskrc")));
+    QList<QByteArray> environment;
+    for (const QString& entry : env.toStringList())
+        environment << entry.toLocal8Bit();
 
-    report("tavik --help (process start only)", measure(env, {QStringLiteral("--help")}, runs));
-    const Figures count = measure(env, {QStringLiteral("--count-today")}, runs);
-    report("tavik --count-today", count);
-    report("tavik --list --json",
-           measure(env, {QStringLiteral("--list"), QStringLiteral("--json")}, runs));
-    std::printf("count printed: %s", count.lastOutput.constData());
+    const QByteArray tavik(TAVIK_BINARY);
+    std::vector<Command> commands{
+        {"tavik --count-today", tavik, {"--count-today"}, environment, {}},
+    };
+    const QString task = QStandardPaths::findExecutable(QStringLiteral("task"));
+    if (!task.isEmpty()) {
+        QDir().mkpath(home.filePath(QStringLiteral("task")));
+        if (!fillTaskwarrior(home.filePath(QStringLiteral("task")), taskCount)) {
+            std::fprintf(stderr, "taskwarrior import failed\n");
+            return 1;
+        }
+        commands.push_back({"task +TODAY count (taskwarrior)",
+                            task.toLocal8Bit(),
+                            {"+TODAY", "count"},
+                            environment,
+                            {}});
+    } else {
+        std::printf("taskwarrior is not installed (apt-get install taskwarrior): no peer\n");
+    }
+    measure(commands, runs);
+    for (const Command& command : commands)
+        report(command);
+    if (commands.size() > 1)
+        std::printf("ratio of medians tavik / taskwarrior: %.2f\n",
+                    figuresOf(commands[0].runs).medianMs / figuresOf(commands[1].runs).medianMs);
+    std::printf(
+        "counts printed: tavik %s, taskwarrior %s\n",
+        output(env, QString::fromLocal8Bit(tavik), {QStringLiteral("--count-today")}).constData(),
+        task.isEmpty()
+            ? "-"
+            : output(env, task, {QStringLiteral("+TODAY"), QStringLiteral("count")}).constData());
+
+    std::vector<Command> others{
+        {"tavik --help (process start only)", tavik, {"--help"}, environment, {}},
+        {"tavik --list --json", tavik, {"--list", "--json"}, environment, {}},
+    };
+    measure(others, runs);
+    for (const Command& command : others)
+        report(command);
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <QSqlDatabase>
 #include <QString>
 #include <QUuid>
+#include <functional>
 #include <memory>
 
 class TaskCategory;
@@ -41,6 +42,8 @@ public:
         readOnly,
         // A damaged store: read-only, and loads every record that can still be read.
         salvage,
+        // Commands that ask the tables themselves (StoreQuery): like readOnly, loads nothing.
+        query,
     };
 
     // Opens the store at `path` and loads every record. On failure returns null and sets
@@ -71,6 +74,19 @@ public:
     // without one.
     void remove(TaskItem* task);
     void remove(TaskCategory* category);
+
+    // Where writeThrough puts records; each write returns false when the store refused it.
+    class RecordSink {
+    public:
+        virtual ~RecordSink() = default;
+        virtual bool write(const TaskCategory& category) = 0;
+        virtual bool write(const TaskItem& task) = 0;
+    };
+    // Writes the records `produce` hands to the sink straight to disk, in one transaction,
+    // keeping none of them: restoring a backup of any size. `produce` returns false to give
+    // up, and then nothing is written (a sink's own failure sets `error`). Only with no
+    // pending change; the records are in tasks() once the store is opened again.
+    bool writeThrough(const std::function<bool(RecordSink&)>& produce, QString* error);
 
     [[nodiscard]] bool hasChanges() const;
     // Writes all pending changes in one transaction. Returns false with `error` set on

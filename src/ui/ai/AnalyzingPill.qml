@@ -24,6 +24,9 @@ Rectangle {
             height: 16
             padding: 0
             running: pill.visible
+            // The style draws with the palette's dark colour, which vanishes on the dark
+            // pill: the text's colour reads on both.
+            palette.dark: Radix.secondaryText
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter
