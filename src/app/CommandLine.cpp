@@ -212,7 +212,7 @@ private:
     const bool m_json;
     const QList<Bucket> m_columns;
     const QHash<Bucket, int> m_sizes;
-    const IsoCalendar m_calendar;
+    const IsoCalendar m_calendar{};
     qsizetype m_next = 0;
     std::optional<Bucket> m_current;
     int m_tasksInColumn = 0;

@@ -378,6 +378,8 @@ FocusScope {
                 id: donePopup
 
                 readonly property int arrowHeight: 8
+                // The list is made when the popover first opens, not for the board's first frame.
+                property bool listMade: false
 
                 y: doneButton.height + arrowHeight
                 x: doneButton.width - width
@@ -387,11 +389,15 @@ FocusScope {
                 visible: boardView.controller.showDone
                 closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
                 onClosed: boardView.controller.showDone = false
+                onAboutToShow: listMade = true
 
-                contentItem: DoneListView {
-                    tasks: boardView.controller.doneModel
-                    onToggleRequested: task => boardView.controller.toggle(task)
-                    onDeleteRequested: task => boardView.controller.deleteTask(task)
+                contentItem: Loader {
+                    active: donePopup.listMade
+                    sourceComponent: DoneListView {
+                        tasks: boardView.controller.doneModel
+                        onToggleRequested: task => boardView.controller.toggle(task)
+                        onDeleteRequested: task => boardView.controller.deleteTask(task)
+                    }
                 }
                 background: Item {
                     // A few widening, fading rings stand in for the popover's shadow.

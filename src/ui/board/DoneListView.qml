@@ -77,7 +77,8 @@ Column {
             MouseArea {
                 anchors.fill: parent
                 acceptedButtons: Qt.RightButton
-                onPressed: mouse => lineMenu.popup(line, mouse.x, mouse.y)
+                // Made on the press: a menu per line would be built with every line.
+                onPressed: mouse => lineMenu.createObject(line).popup(line, mouse.x, mouse.y)
             }
 
             TaskCheckbox {
@@ -104,14 +105,18 @@ Column {
                 elide: Text.ElideRight
             }
 
-            Menu {
+            Component {
                 id: lineMenu
 
-                SymbolMenuItem {
-                    text: "删除"
-                    symbol: "trash"
-                    destructive: true
-                    onTriggered: done.deleteRequested(line.task)
+                Menu {
+                    onClosed: destroy()
+
+                    SymbolMenuItem {
+                        text: "删除"
+                        symbol: "trash"
+                        destructive: true
+                        onTriggered: done.deleteRequested(line.task)
+                    }
                 }
             }
         }
