@@ -1,195 +1,16 @@
-#include "AIConfig.h"
-#include "AppDelegate.h"
 #include "Clock.h"
 #include "CommandLine.h"
 #include "FilePrivacy.h"
-#include "GeminiClient.h"
-#include "KeychainStore.h"
 #include "LaunchOptions.h"
-#include "ModelContainer.h"
-#include "NotificationCenter.h"
-#include "Notifications.h"
-#include "Preferences.h"
-#include "QuitSignals.h"
-#include "ReminderResponseRouter.h"
-#include "ReminderScheduler.h"
-#include "SingleInstance.h"
-#include "SoundPlayer.h"
-#include "StoreLock.h"
-#include "TavikContainer.h"
-#include "UpdaterController.h"
 
-#include <QApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
-#include <QFontDatabase>
-#include <QNetworkAccessManager>
-#include <QQuickWindow>
-#include <QStandardPaths>
-#include <QtQml/qqmlextensionplugin.h>
+#include <QCoreApplication>
 #include <cstdio>
-#include <ctime>
-#include <memory>
-#include <unistd.h>
-
-Q_IMPORT_QML_PLUGIN(TavikUiPlugin)
-
-namespace {
-
-// Milliseconds since the kernel started this process, so that loading the libraries before
-// main counts too. The start time in /proc is in clock ticks (10 ms) since boot. -1 if unknown.
-qint64 msSinceProcessStart() {
-    QFile file(QStringLiteral("/proc/self/stat"));
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    const QByteArray stat = file.readAll();
-    // The command name may hold spaces and parentheses; the fields after it do not. Field 22,
-    // starttime, is the 20th after the name.
-    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-    bool ok = false;
-    const qint64 startTicks = fields.value(19).toLongLong(&ok);
-    const long ticksPerSecond = sysconf(_SC_CLK_TCK);
-    timespec now{};
-    if (!ok || ticksPerSecond <= 0 || clock_gettime(CLOCK_BOOTTIME, &now) != 0)
-        return -1;
-    return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000 - startTicks * 1000 / ticksPerSecond;
-}
-
-// TAVIK_REPORT_FIRST_FRAME=1 prints "first-frame <ms>" (since the process started) when the
-// board is first drawn, for the start-up benchmark.
-void reportFirstFrame(const AppDelegate& delegate, const QElapsedTimer& sinceStart) {
-    if (qEnvironmentVariableIntValue("TAVIK_REPORT_FIRST_FRAME") != 1)
-        return;
-    QQuickWindow* window = delegate.window();
-    if (!window)
-        return;
-    auto connection = std::make_shared<QMetaObject::Connection>();
-    *connection = QObject::connect(
-        window, &QQuickWindow::frameSwapped, window,
-        [connection, sinceStart] {
-            QObject::disconnect(*connection);
-            const qint64 sinceProcess = msSinceProcessStart();
-            std::printf(
-                "first-frame %lld\n",
-                static_cast<long long>(sinceProcess >= 0 ? sinceProcess : sinceStart.elapsed()));
-            std::fflush(stdout);
-        },
-        Qt::DirectConnection);
-}
-
-// Without a GPU (no DRM render node: a plain VM, Xvfb) Mesa draws OpenGL with llvmpipe,
-// which costs about 100 MB and more time per frame than Qt Quick's own raster renderer.
-// The board needs no shaders, so it takes the raster renderer there unless told otherwise.
-void chooseSceneGraphBackend() {
-    if (!qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND") ||
-        !qEnvironmentVariableIsEmpty("QSG_RHI_BACKEND"))
-        return;
-    const QStringList renderNodes =
-        QDir(QStringLiteral("/dev/dri")).entryList({QStringLiteral("renderD*")}, QDir::System);
-    if (renderNodes.isEmpty())
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-}
-
-// Installs `instance` as its type's shared instance for as long as this lives.
-template <typename T> class SharedInstall {
-public:
-    explicit SharedInstall(T& instance) { T::setShared(&instance); }
-    ~SharedInstall() { T::setShared(nullptr); }
-    Q_DISABLE_COPY_MOVE(SharedInstall)
-};
-
-// The board: the tray process with its window. Every long-lived object is made here, in
-// dependency order, and handed to the delegate, which keeps the launch order.
-int runBoard(int argc, char* argv[], const LaunchOptions& options) {
-    QElapsedTimer sinceStart;
-    sinceStart.start();
-    chooseSceneGraphBackend();
-
-    QApplication app(argc, argv);
-    QGuiApplication::setDesktopFileName(QStringLiteral("dev.orlen.tavik"));
-    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tavik"));
-    // Closing the board leaves Tavik in the tray.
-    QApplication::setQuitOnLastWindowClosed(false);
-
-    SingleInstance instance;
-    if (!instance.claim()) {
-        if (SingleInstance::forward(app.arguments()))
-            return 0;
-        std::fprintf(stderr, "Tavik is already running but did not answer.\n");
-        return 1;
-    }
-
-    // One board per store, whatever the session: a second one (another desktop session of
-    // the same user) says where the first runs and touches nothing.
-    const QString storePath =
-        options.seedDemo ? TavikContainer::demoStorePath() : TavikContainer::realStorePath();
-    StoreLock storeLock(storePath);
-    if (QString reason; !storeLock.tryLock(&reason)) {
-        std::fprintf(stderr, "%s\n", qUtf8Printable(reason));
-        return 1;
-    }
-    // Files that were made before their modes were tightened.
-    FilePrivacy::restrictFolder(TavikContainer::storeDirectory());
-    FilePrivacy::restrictFolder(
-        QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation));
-
-    const SystemClock clock;
-    Preferences preferences;
-    NotificationHub hub;
-
-    // The CalDAV mirror's attacher is passed here once the mirror exists; until then the
-    // store opens local only.
-    QString error;
-    std::unique_ptr<ModelContainer> container =
-        options.seedDemo ? TavikContainer::createDemo(&error).container
-                         : TavikContainer::create(/*cloudSync=*/false, {}, &error).container;
-    if (!container) {
-        std::fprintf(stderr, "Failed to create ModelContainer: %s\n", qUtf8Printable(error));
-        return 1;
-    }
-
-    QNetworkAccessManager network;
-    NotificationCenter notificationCenter(clock);
-    ReminderScheduler reminders(notificationCenter, clock);
-    ReminderResponseRouter responses(
-        ReminderActions::Environment{container->mainContext(), reminders, hub, clock});
-    SoundPlayer sounds;
-    const SharedInstall<SoundPlayer> sharedSounds(sounds);
-    UpdaterController updater(&network, hub, UpdaterController::Options::fromBuild());
-    const SharedInstall<UpdaterController> sharedUpdater(updater);
-    // AI: the key from the Secret Service, the switch and the model from the preferences, and
-    // the one client, on the same network access as everything else.
-    KeychainStore keys;
-    AIConfig aiConfig(preferences, keys);
-    const SharedInstall<AIConfig> sharedAIConfig(aiConfig);
-    GeminiClient gemini(&network, GeminiClient::Options{});
-    const SharedInstall<GeminiClient> sharedGemini(gemini);
-
-    QFontDatabase::addApplicationFont(QStringLiteral(
-        "/usr/share/fonts/truetype/materialdesignicons-webfont/materialdesignicons-webfont.ttf"));
-
-    AppDelegate delegate(AppDelegate::Environment{clock, preferences, hub, *container,
-                                                  notificationCenter, reminders, responses, sounds,
-                                                  updater, aiConfig, gemini},
-                         options);
-    // A second launch hands over its arguments; they are read with the same parser.
-    QObject::connect(&instance, &SingleInstance::argumentsReceived, &delegate,
-                     [&delegate](const QStringList& arguments) {
-                         delegate.handleLaunch(LaunchOptions::parse(arguments));
-                     });
-    // A logout, a shutdown or a plain kill quits like the menu's Quit, with the last save.
-    QuitSignals quitSignals;
-    QObject::connect(&quitSignals, &QuitSignals::received, &app, &QCoreApplication::quit);
-    delegate.applicationDidFinishLaunching();
-    reportFirstFrame(delegate, sinceStart);
-    return app.exec();
-}
-
-} // namespace
+#include <dlfcn.h>
 
 // The composition root: the command line is read once; a command (print, count, export,
-// import) or wrong usage runs headless and exits, anything else runs the board.
+// import) or wrong usage runs headless and exits, anything else runs the board. The board
+// lives in a module of its own, loaded only then: a command, which a status bar may run every
+// few seconds, never loads Qt Quick, the widgets or the multimedia libraries.
 int main(int argc, char* argv[]) {
     QCoreApplication::setApplicationName(QStringLiteral("tavik"));
     FilePrivacy::restrictNewFiles();
@@ -204,5 +25,14 @@ int main(int argc, char* argv[]) {
         const SystemClock clock;
         return CommandLine::run(options, clock);
     }
-    return runBoard(argc, argv, options);
+
+    void* board = dlopen("libtavik_board.so", RTLD_NOW | RTLD_LOCAL);
+    using RunBoard = int (*)(int, char*[]);
+    const auto runBoard =
+        board ? reinterpret_cast<RunBoard>(dlsym(board, "tavikRunBoard")) : nullptr;
+    if (!runBoard) {
+        std::fprintf(stderr, "Tavik cannot start its board: %s\n", dlerror());
+        return 1;
+    }
+    return runBoard(argc, argv);
 }
