@@ -2,7 +2,7 @@
 // 10,000 tasks, beside taskwarrior's `task +TODAY count` on the same tasks (when `task` is
 // installed), run by turns so that both meet the same load. `--help` is the cost of
 // starting the process alone; `--list --json` prints the whole board. Each figure has the
-// process's peak resident memory (wait4's ru_maxrss).
+// process's peak resident memory. Needs /usr/bin/time (Debian package time).
 //
 //   bench_commandline [RUNS] [TASKS]
 
@@ -49,7 +49,7 @@ bool fillStore(const QString& path, int taskCount) {
     }
     for (int i = 0; i < taskCount; ++i) {
         auto* task = new TaskItem(QStringLiteral("任务 %1：整理本周的待办事项").arg(i), i, now);
-        const QDateTime day = now.addDays((i % 21) - 10);
+        const QDateTime day = now.addDays((i / 3) % 21 - 10);
         if (i % 3 == 0) {
             int weekYear = 0;
             const int week = day.toLocalTime().date().weekNumber(&weekYear);
@@ -91,7 +91,7 @@ bool fillTaskwarrior(const QString& dataDir, int taskCount) {
         if (i % 10 == 0)
             task.insert("end", now.toString("yyyyMMdd'T'HHmmss'Z'"));
         if (i % 3 == 0) {
-            const QDateTime day = now.addDays((i % 21) - 10).toLocalTime().date().startOfDay();
+            const QDateTime day = now.addDays((i / 3) % 21 - 10).toLocalTime().date().startOfDay();
             task.insert("due", day.toUTC().toString("yyyyMMdd'T'HHmmss'Z'"));
         }
         if (i % 5 == 0)
@@ -125,11 +125,15 @@ struct Run {
     double maxRssMiB = 0;
 };
 
-// One run of `program` with its output thrown away, timed by wait4 on that child alone.
+// One run of `program` with its output thrown away. Wall and CPU time come from wait4; the
+// peak resident memory from /usr/bin/time, whose own small process forks the program: the
+// bench's ru_maxrss would be counted in a child it spawned directly.
 Run runOnce(const QByteArray& program, const QList<QByteArray>& arguments,
-            const QList<QByteArray>& environment) {
-    std::vector<char*> argv{const_cast<char*>(program.constData())};
-    for (const QByteArray& argument : arguments)
+            const QList<QByteArray>& environment, const QByteArray& peakFile) {
+    QList<QByteArray> command{"/usr/bin/time", "-f", "%M", "-o", peakFile, program};
+    command += arguments;
+    std::vector<char*> argv;
+    for (const QByteArray& argument : command)
         argv.push_back(const_cast<char*>(argument.constData()));
     argv.push_back(nullptr);
     std::vector<char*> envp;
@@ -139,10 +143,11 @@ Run runOnce(const QByteArray& program, const QList<QByteArray>& arguments,
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
     QElapsedTimer timer;
     timer.start();
     pid_t pid = 0;
-    if (posix_spawn(&pid, program.constData(), &actions, nullptr, argv.data(), envp.data()) != 0) {
+    if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) != 0) {
         std::fprintf(stderr, "cannot start %s\n", program.constData());
         std::exit(1);
     }
@@ -155,11 +160,13 @@ Run runOnce(const QByteArray& program, const QList<QByteArray>& arguments,
         std::fprintf(stderr, "%s failed\n", program.constData());
         std::exit(1);
     }
+    QFile peak(QString::fromLocal8Bit(peakFile));
+    peak.open(QIODevice::ReadOnly);
     Run run;
     run.wallMs = wallMs;
     run.cpuMs = (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3 +
                 (usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
-    run.maxRssMiB = usage.ru_maxrss / 1024.0;
+    run.maxRssMiB = peak.readAll().trimmed().toDouble() / 1024.0;
     return run;
 }
 
@@ -172,9 +179,11 @@ struct Command {
 
 // Runs the commands by turns, three uncounted rounds first (they fill the page cache).
 void measure(std::vector<Command>& commands, const QList<QByteArray>& environment, int runs) {
+    const QTemporaryDir scratch;
+    const QByteArray peakFile = scratch.filePath(QStringLiteral("peak")).toLocal8Bit();
     for (int i = -3; i < runs; ++i) {
         for (Command& command : commands) {
-            const Run run = runOnce(command.program, command.arguments, environment);
+            const Run run = runOnce(command.program, command.arguments, environment, peakFile);
             if (i >= 0)
                 command.runs.push_back(run);
         }
