@@ -147,12 +147,8 @@ public:
         , m_columns(columns)
         , m_sizes(sizes) {}
 
-    void begin() {
-        if (m_json)
-            print(stdout, QStringLiteral("{\n    \"columns\": [\n"));
-    }
-
     void task(Bucket bucket, const TaskItem& task) {
+        begin();
         while (!m_current || *m_current != bucket)
             openNext();
         if (!m_json) {
@@ -169,6 +165,7 @@ public:
 
     // Columns after the last task's are listed empty.
     void end(const QDateTime& now) {
+        begin();
         while (m_next < m_columns.size())
             openNext();
         closeCurrent();
@@ -178,6 +175,16 @@ public:
     }
 
 private:
+    // Nothing is printed before the store has handed over its first row (SQLite has read
+    // every row to sort them by then): a store that cannot be read prints no partial board.
+    void begin() {
+        if (m_begun)
+            return;
+        m_begun = true;
+        if (m_json)
+            print(stdout, QStringLiteral("{\n    \"columns\": [\n"));
+    }
+
     static QString scalar(const QJsonValue& value) {
         const QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
         return QString::fromUtf8(text.mid(1, text.size() - 2));
@@ -216,30 +223,36 @@ private:
     qsizetype m_next = 0;
     std::optional<Bucket> m_current;
     int m_tasksInColumn = 0;
+    bool m_begun = false;
 };
 
-int listBoard(const QSqlDatabase& db, const QDateTime& now, std::optional<Bucket> only, bool json) {
+// A store whose tables cannot be read is damaged: the same stop, and advice, as at launch.
+int storeFailed(const ModelContext& context, const QString& detail) {
+    return containerFailed(ModelContext::damagedMessage(context.path(), detail));
+}
+
+int listBoard(const ModelContext& context, const QDateTime& now, std::optional<Bucket> only,
+              bool json) {
     // One snapshot for the sizes and the rows, whatever the running board saves meanwhile.
-    QSqlDatabase store = db;
+    QSqlDatabase store = QSqlDatabase::database(context.connectionName(), false);
     store.transaction();
     const StoreQuery query(store, now);
     QString error;
     const std::optional<QHash<Bucket, int>> sizes = query.columnSizes(&error);
     if (!sizes)
-        return failed(error);
+        return storeFailed(context, error);
     QList<Bucket> columns;
     for (Bucket bucket : BucketInfo::allCases) {
         if (!only || *only == bucket)
             columns.append(bucket);
     }
     Listing listing(json, columns, *sizes);
-    listing.begin();
     const bool read = query.forEachTask(
         only, [&listing](Bucket bucket, const TaskItem& task) { listing.task(bucket, task); },
         &error);
     store.rollback();
     if (!read)
-        return failed(error);
+        return storeFailed(context, error);
     listing.end(now);
     return success;
 }
@@ -413,14 +426,15 @@ int run(const LaunchOptions& options, const Clock& clock) {
         return containerFailed(store.error);
     ModelContext& context = store.container->mainContext();
 
-    const QSqlDatabase db = QSqlDatabase::database(context.connectionName(), false);
     if (command == kList)
-        return listBoard(db, now, column, options.json);
+        return listBoard(context, now, column, options.json);
     if (command == kCountToday) {
         QString error;
-        const std::optional<int> count = StoreQuery(db, now).todayOpenCount(&error);
+        const std::optional<int> count =
+            StoreQuery(QSqlDatabase::database(context.connectionName(), false), now)
+                .todayOpenCount(&error);
         if (!count)
-            return failed(error);
+            return storeFailed(context, error);
         print(stdout, QStringLiteral("%1\n").arg(*count));
         return success;
     }

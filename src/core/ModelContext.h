@@ -52,6 +52,9 @@ public:
     [[nodiscard]] static std::unique_ptr<ModelContext> open(const QString& path, QString* error,
                                                             OpenMode mode = OpenMode::readWrite);
 
+    // What a store that cannot be read whole is refused with, and what to do about it.
+    [[nodiscard]] static QString damagedMessage(const QString& path, const QString& detail);
+
     [[nodiscard]] bool isReadOnly() const { return m_mode != OpenMode::readWrite; }
     // Salvage only: what could not be read, or empty when the store read whole.
     [[nodiscard]] QString damage() const { return m_damage; }
@@ -123,7 +126,6 @@ private:
     bool loadTasks(QString* error);
     void salvageTasks();
     TaskItem* taskFromRow(const QSqlQuery& row);
-    [[nodiscard]] static QString damagedMessage(const QString& path, const QString& detail);
     void recordChanged(TaskItem* task);
     void recordChanged(TaskCategory* category);
 
