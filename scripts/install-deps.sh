@@ -23,6 +23,8 @@ packages=(
     radicale xandikos
     # looking into a store by hand
     sqlite3
+    # the command line benchmark's peer and its memory figures (bench_commandline)
+    taskwarrior time
 )
 
 missing=()

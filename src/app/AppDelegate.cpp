@@ -64,6 +64,8 @@ AppDelegate::AppDelegate(const Environment& environment, LaunchOptions options, 
 AppDelegate::~AppDelegate() {
     // Windows made by the engine go before it, and the views before the board they show.
     delete m_quickEntryWindow;
+    m_quickEntryIncubator.reset();
+    m_quickEntryComponent.reset();
     m_quickEntry.reset();
     m_settings.reset();
     m_updateDialog.reset();
@@ -285,6 +287,7 @@ void AppDelegate::ensureEngine() {
     if (m_engine)
         return;
     m_engine = std::make_unique<QQmlApplicationEngine>();
+    m_engine->setIncubationController(&m_incubation);
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
     new ThemePalette(m_engine.get());
 }
@@ -386,7 +389,30 @@ void AppDelegate::openSettings() {
     m_settings->openGeneral();
 }
 
+// The incubator of the quick-entry window: the window is built a slice at a time, and the
+// delegate takes it once it is whole.
+class AppDelegate::QuickEntryIncubator : public QQmlIncubator {
+public:
+    explicit QuickEntryIncubator(AppDelegate& delegate)
+        : QQmlIncubator(QQmlIncubator::Asynchronous)
+        , m_delegate(delegate) {}
+
+protected:
+    void statusChanged(Status status) override {
+        if (status == Ready || status == Error)
+            m_delegate.quickEntryBuilt();
+    }
+
+private:
+    AppDelegate& m_delegate;
+};
+
+// Built without stalling the board: the component loads on the engine's loader thread, then
+// the window is created a few milliseconds per turn of the event loop. Asked for before it is
+// whole, it is finished at once (showQuickEntry).
 void AppDelegate::buildQuickEntry() {
+    if (m_quickEntryWindow || m_quickEntryComponent)
+        return;
     ensureEngine();
     m_quickEntry =
         std::make_unique<QuickEntryController>(m_env.aiConfig, m_env.gemini, m_env.clock);
@@ -404,21 +430,47 @@ void AppDelegate::buildQuickEntry() {
     connect(m_quickEntry.get(), &QuickEntryController::leaveRequested, this,
             &AppDelegate::hideQuickEntry);
 
-    QQmlComponent component(m_engine.get(),
-                            QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/ai/QuickEntryWindow.qml")));
-    if (!component.isReady()) {
-        qCCritical(lcApp) << "the quick-entry window failed to load:" << component.errorString();
+    m_quickEntryComponent = std::make_unique<QQmlComponent>(
+        m_engine.get(), QUrl(QStringLiteral("qrc:/qt/qml/TavikUi/ai/QuickEntryWindow.qml")),
+        QQmlComponent::Asynchronous);
+    if (m_quickEntryComponent->isLoading())
+        connect(m_quickEntryComponent.get(), &QQmlComponent::statusChanged, this,
+                &AppDelegate::incubateQuickEntry);
+    else
+        incubateQuickEntry();
+}
+
+void AppDelegate::incubateQuickEntry() {
+    if (m_quickEntryIncubator || m_quickEntryComponent->isLoading())
+        return;
+    if (!m_quickEntryComponent->isReady()) {
+        qCCritical(lcApp) << "the quick-entry window failed to load:"
+                          << m_quickEntryComponent->errorString();
         return;
     }
-    QObject* object = component.createWithInitialProperties(
+    m_quickEntryIncubator = std::make_unique<QuickEntryIncubator>(*this);
+    m_quickEntryIncubator->setInitialProperties(
         {{QStringLiteral("entry"), QVariant::fromValue(m_quickEntry.get())}});
+    m_quickEntryComponent->create(*m_quickEntryIncubator);
+    if (m_showQuickEntryWhenBuilt)
+        m_quickEntryIncubator->forceCompletion();
+}
+
+void AppDelegate::quickEntryBuilt() {
+    QObject* object = m_quickEntryIncubator->object();
     m_quickEntryWindow = qobject_cast<QQuickWindow*>(object);
     if (!m_quickEntryWindow) {
-        qCCritical(lcApp) << "the quick-entry window failed to load:" << component.errorString();
+        qCCritical(lcApp) << "the quick-entry window failed to load:"
+                          << m_quickEntryIncubator->errors();
         delete object;
         return;
     }
     connect(m_quickEntryWindow, SIGNAL(leaveRequested()), this, SLOT(hideQuickEntry()));
+    if (m_showQuickEntryWhenBuilt) {
+        m_showQuickEntryWhenBuilt = false;
+        // After the incubator's own call, which must not see its object shown under it.
+        QMetaObject::invokeMethod(this, &AppDelegate::showQuickEntry, Qt::QueuedConnection);
+    }
 }
 
 void AppDelegate::placeQuickEntry() {
@@ -443,10 +495,14 @@ void AppDelegate::placeQuickEntry() {
 void AppDelegate::showQuickEntry() {
     if (!m_board)
         return;
-    if (!m_quickEntryWindow)
+    if (!m_quickEntryWindow) {
+        // Shown as soon as it is whole: at once when only its last slices were left.
+        m_showQuickEntryWhenBuilt = true;
         buildQuickEntry();
-    if (!m_quickEntryWindow)
+        if (m_quickEntryIncubator && m_quickEntryIncubator->isLoading())
+            m_quickEntryIncubator->forceCompletion();
         return;
+    }
     placeQuickEntry();
     m_quickEntry->windowShown();
     m_quickEntryWindow->show();

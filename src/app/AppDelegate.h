@@ -2,6 +2,7 @@
 
 #include "LaunchOptions.h"
 #include "TavikContainer.h"
+#include "types/SlicedIncubationController.h"
 
 #include <QDBusConnection>
 #include <QObject>
@@ -27,6 +28,7 @@ class NotificationHub;
 class QuickEntryController;
 class Preferences;
 class QQmlApplicationEngine;
+class QQmlComponent;
 class ReminderResponseRouter;
 class ReminderScheduler;
 class SettingsWindowController;
@@ -106,7 +108,10 @@ private:
     void observeTaskChanges();
     void saveBeforeLeaving();
     void buildWindow();
+    class QuickEntryIncubator;
     void buildQuickEntry();
+    void incubateQuickEntry();
+    void quickEntryBuilt();
     void placeQuickEntry();
     void restoreFrame();
     void saveFrame();
@@ -121,10 +126,15 @@ private:
     std::unique_ptr<GlobalHotKey> m_quickAddHotKey;
     std::unique_ptr<BoardModel> m_boardModel;
     std::unique_ptr<BoardController> m_board;
+    // Declared before the engine, which uses it until it is gone.
+    SlicedIncubationController m_incubation{std::chrono::milliseconds(4)};
     std::unique_ptr<QQmlApplicationEngine> m_engine;
     QPointer<QQuickWindow> m_window;
     std::unique_ptr<QuickEntryController> m_quickEntry;
+    std::unique_ptr<QQmlComponent> m_quickEntryComponent;
+    std::unique_ptr<QuickEntryIncubator> m_quickEntryIncubator;
     QPointer<QQuickWindow> m_quickEntryWindow;
+    bool m_showQuickEntryWhenBuilt = false;
     std::unique_ptr<StatusItem> m_statusItem;
     std::unique_ptr<DayChangeWatcher> m_dayWatcher;
     QTimer m_frameSaver;

@@ -1,21 +1,17 @@
 #include "CommandLine.h"
 
 #include "BoardArchive.h"
-#include "BoardModel.h"
 #include "Bucket.h"
 #include "Clock.h"
 #include "DemoData.h"
 #include "IsoCalendar.h"
 #include "LaunchOptions.h"
 #include "ModelContainer.h"
-#include "Notifications.h"
-#include "Preferences.h"
 #include "RichText.h"
-#include "SyncCommands.h"
+#include "StoreQuery.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TavikContainer.h"
-#include "TodayOpenCount.h"
 
 #include <QDir>
 #include <QFile>
@@ -24,6 +20,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
+#include <QSqlDatabase>
 #include <QStandardPaths>
 #include <cstdio>
 
@@ -140,45 +137,123 @@ QJsonObject taskJson(const TaskItem& task) {
     };
 }
 
-int listBoard(ModelContext& context, const QDateTime& now, std::optional<Bucket> only, bool json) {
-    const ManualClock boardClock(now);
-    NotificationHub hub;
-    Preferences preferences;
-    // The board's own grouping and order. `grouped` is not narrowed to the selected list,
-    // which is what a command line wants: it has no list strip.
-    const BoardModel board(context, preferences, boardClock, hub);
-    const IsoCalendar calendar;
+// Prints the listing as the store hands it over, one task at a time, so that a board of any
+// size costs the memory of one record. The JSON has the layout QJsonDocument::Indented gives
+// the whole document: keys in order, four spaces a level.
+class Listing {
+public:
+    Listing(bool json, const QList<Bucket>& columns, const QHash<Bucket, int>& sizes)
+        : m_json(json)
+        , m_columns(columns)
+        , m_sizes(sizes) {}
 
-    QString text;
-    QJsonArray columns;
-    for (Bucket bucket : BucketInfo::allCases) {
-        if (only && *only != bucket)
-            continue;
-        const QList<TaskItem*> tasks = board.grouped().value(bucket);
-        if (json) {
-            QJsonArray taskArray;
-            for (const TaskItem* task : tasks)
-                taskArray.append(taskJson(*task));
-            columns.append(QJsonObject{{QStringLiteral("column"), BucketInfo::rawValue(bucket)},
-                                       {QStringLiteral("title"), BucketInfo::title(bucket)},
-                                       {QStringLiteral("tasks"), taskArray}});
-            continue;
+    void task(Bucket bucket, const TaskItem& task) {
+        begin();
+        while (!m_current || *m_current != bucket)
+            openNext();
+        if (!m_json) {
+            print(stdout, taskLine(task, m_calendar));
+            return;
         }
-        if (!text.isEmpty())
-            text += QLatin1Char('\n');
-        text += QStringLiteral("%1 %2 (%3)\n")
-                    .arg(BucketInfo::rawValue(bucket), BucketInfo::title(bucket))
-                    .arg(tasks.size());
-        for (const TaskItem* task : tasks)
-            text += taskLine(*task, calendar);
+        QByteArray object = QJsonDocument(taskJson(task)).toJson(QJsonDocument::Indented);
+        object.chop(1); // the document's closing newline
+        object.replace("\n", "\n                ");
+        print(stdout, QString::fromUtf8(
+                          (m_tasksInColumn ? ",\n                " : "                ") + object));
+        ++m_tasksInColumn;
     }
-    if (json) {
-        const QJsonObject root{{QStringLiteral("now"), BoardArchive::momentValue(now)},
-                               {QStringLiteral("columns"), columns}};
-        print(stdout, QString::fromUtf8(QJsonDocument(root).toJson(QJsonDocument::Indented)));
-    } else {
-        print(stdout, text);
+
+    // Columns after the last task's are listed empty.
+    void end(const QDateTime& now) {
+        begin();
+        while (m_next < m_columns.size())
+            openNext();
+        closeCurrent();
+        if (m_json)
+            print(stdout, QStringLiteral("\n    ],\n    \"now\": %1\n}\n")
+                              .arg(scalar(BoardArchive::momentValue(now))));
     }
+
+private:
+    // Nothing is printed before the store has handed over its first row (SQLite has read
+    // every row to sort them by then): a store that cannot be read prints no partial board.
+    void begin() {
+        if (m_begun)
+            return;
+        m_begun = true;
+        if (m_json)
+            print(stdout, QStringLiteral("{\n    \"columns\": [\n"));
+    }
+
+    static QString scalar(const QJsonValue& value) {
+        const QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+        return QString::fromUtf8(text.mid(1, text.size() - 2));
+    }
+
+    void openNext() {
+        closeCurrent();
+        const Bucket bucket = m_columns.at(m_next++);
+        if (!m_json) {
+            print(stdout, QStringLiteral("%1%2 %3 (%4)\n")
+                              .arg(m_next > 1 ? QStringLiteral("\n") : QString(),
+                                   BucketInfo::rawValue(bucket), BucketInfo::title(bucket))
+                              .arg(m_sizes.value(bucket)));
+        } else {
+            print(stdout, QStringLiteral("%1        {\n            \"column\": %2,\n"
+                                         "            \"tasks\": [\n")
+                              .arg(m_next > 1 ? QStringLiteral(",\n") : QString(),
+                                   scalar(BucketInfo::rawValue(bucket))));
+        }
+        m_current = bucket;
+        m_tasksInColumn = 0;
+    }
+
+    void closeCurrent() {
+        if (m_current && m_json)
+            print(stdout, QStringLiteral("%1            ],\n            \"title\": %2\n        }")
+                              .arg(m_tasksInColumn ? QStringLiteral("\n") : QString(),
+                                   scalar(BucketInfo::title(*m_current))));
+        m_current.reset();
+    }
+
+    const bool m_json;
+    const QList<Bucket> m_columns;
+    const QHash<Bucket, int> m_sizes;
+    const IsoCalendar m_calendar{};
+    qsizetype m_next = 0;
+    std::optional<Bucket> m_current;
+    int m_tasksInColumn = 0;
+    bool m_begun = false;
+};
+
+// A store whose tables cannot be read is damaged: the same stop, and advice, as at launch.
+int storeFailed(const ModelContext& context, const QString& detail) {
+    return containerFailed(ModelContext::damagedMessage(context.path(), detail));
+}
+
+int listBoard(const ModelContext& context, const QDateTime& now, std::optional<Bucket> only,
+              bool json) {
+    // One snapshot for the sizes and the rows, whatever the running board saves meanwhile.
+    QSqlDatabase store = QSqlDatabase::database(context.connectionName(), false);
+    store.transaction();
+    const StoreQuery query(store, now);
+    QString error;
+    const std::optional<QHash<Bucket, int>> sizes = query.columnSizes(&error);
+    if (!sizes)
+        return storeFailed(context, error);
+    QList<Bucket> columns;
+    for (Bucket bucket : BucketInfo::allCases) {
+        if (!only || *only == bucket)
+            columns.append(bucket);
+    }
+    Listing listing(json, columns, *sizes);
+    const bool read = query.forEachTask(
+        only, [&listing](Bucket bucket, const TaskItem& task) { listing.task(bucket, task); },
+        &error);
+    store.rollback();
+    if (!read)
+        return storeFailed(context, error);
+    listing.end(now);
     return success;
 }
 
@@ -202,21 +277,19 @@ int importBoard(const QString& path) {
         return failed(QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
     QString error;
     // The whole file is checked before the store is even opened, so a bad file creates
-    // nothing.
-    std::optional<BoardArchive::Records> records = BoardArchive::read(file.readAll(), &error);
-    if (!records)
+    // nothing; then it is read again and written task by task, never held whole.
+    const std::optional<BoardArchive::Checked> checked = BoardArchive::check(file, &error);
+    if (!checked)
         return failed(QStringLiteral("%1 is not a Tavik backup: %2").arg(path, error));
 
     std::unique_ptr<ModelContainer> container = TavikContainer::create(false, {}, &error).container;
     if (!container)
         return containerFailed(error);
-    const auto lists = records->categories.size();
-    const auto tasks = records->tasks.size();
-    if (!BoardArchive::restore(container->mainContext(), std::move(*records), &error))
+    if (!BoardArchive::restore(container->mainContext(), file, *checked, &error))
         return failed(QStringLiteral("import refused: %1").arg(error));
     print(stdout, QStringLiteral("Imported %1 lists and %2 tasks into %3\n")
-                      .arg(lists)
-                      .arg(tasks)
+                      .arg(checked->categories.size())
+                      .arg(checked->taskCount)
                       .arg(container->path()));
     return success;
 }
@@ -270,6 +343,16 @@ QString helpText() {
         "  --at MOMENT               Take MOMENT (ISO 8601, e.g. 2026-11-24T09:00 or\n"
         "                            2026-11-24T09:00+01:00) as now instead of the clock.\n"
         "\n"
+        "Sync account (a CalDAV server: Nextcloud, Radicale, Fastmail, ...):\n"
+        "  --connect URL USER        Find the calendars at URL with USER and the password\n"
+        "                            read from standard input, then keep the account (the\n"
+        "                            password in the desktop's Secret Service).\n"
+        "  --disconnect              Forget the account; the board keeps every task.\n"
+        "  --sync                    Sync once: progress on standard error, a summary of\n"
+        "                            what went up and came down on standard output, exit 1\n"
+        "                            with the reason when it fails. With the board running,\n"
+        "                            the board is asked to sync.\n"
+        "\n"
         "--list, --count-today and --export only read the store; they never write it\n"
         "(--seed-demo does fill an empty demo store).\n"
         "\n"
@@ -282,7 +365,7 @@ int run(const LaunchOptions& options, const Clock& clock) {
         return usageError(options.error);
 
     if (options.help) {
-        print(stdout, helpText() + SyncCommands::helpText());
+        print(stdout, helpText());
         return success;
     }
 
@@ -296,8 +379,6 @@ int run(const LaunchOptions& options, const Clock& clock) {
         return usageError(
             QStringLiteral("no command given (--list, --count-today, --export or --import)"));
     const QString& command = commands.first();
-    if (SyncCommands::handles(command))
-        return SyncCommands::run(command, options, clock);
     const QStringList& positional = options.positional;
     const bool demo = options.seedDemo;
 
@@ -330,7 +411,10 @@ int run(const LaunchOptions& options, const Clock& clock) {
     if (command == kExport && positional.size() > 1)
         return usageError(QStringLiteral("--export takes at most one FILE"));
 
-    ReadStore store = openForReading(demo, now, ModelContext::OpenMode::readOnly);
+    // Listing and counting ask the tables themselves; only an export needs every record.
+    ReadStore store = openForReading(demo, now,
+                                     command == kExport ? ModelContext::OpenMode::readOnly
+                                                        : ModelContext::OpenMode::query);
     if (!store.container && command == kExport && !positional.isEmpty()) {
         // A damaged store: what can still be read goes to the named file, and the command
         // says that it is not the whole board.
@@ -355,7 +439,13 @@ int run(const LaunchOptions& options, const Clock& clock) {
     if (command == kList)
         return listBoard(context, now, column, options.json);
     if (command == kCountToday) {
-        print(stdout, QStringLiteral("%1\n").arg(todayOpenCount(context, now)));
+        QString error;
+        const std::optional<int> count =
+            StoreQuery(QSqlDatabase::database(context.connectionName(), false), now)
+                .todayOpenCount(&error);
+        if (!count)
+            return storeFailed(context, error);
+        print(stdout, QStringLiteral("%1\n").arg(*count));
         return success;
     }
     return exportBoard(context, positional.value(0));

@@ -73,3 +73,9 @@ LaunchOptions LaunchOptions::parse(const QStringList& arguments) {
 bool LaunchOptions::isCommand() const {
     return !commands.isEmpty() || help || json || at.has_value();
 }
+
+bool LaunchOptions::isSyncCommand() const {
+    static const QStringList sync{QStringLiteral("--connect"), QStringLiteral("--disconnect"),
+                                  QStringLiteral("--sync")};
+    return error.isEmpty() && !help && commands.size() == 1 && sync.contains(commands.first());
+}

@@ -15,12 +15,13 @@ struct LaunchOptions {
 
     // A headless command was asked for (or one of its options, or help): no board starts.
     [[nodiscard]] bool isCommand() const;
+    // Exactly one of --connect, --disconnect and --sync, well formed and without --help.
+    [[nodiscard]] bool isSyncCommand() const;
 
     QString error; // the parser's complaint; empty when the arguments parse
 
     // Commands, as given ("--list", "--count-today", "--export", "--import", "--connect",
-    // "--disconnect", "--sync"); more than one is
-    // wrong usage.
+    // "--disconnect", "--sync"); more than one is wrong usage.
     QStringList commands;
     QStringList positional;
     bool help = false;

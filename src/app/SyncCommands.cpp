@@ -217,10 +217,6 @@ int syncOnce(const Clock& clock) {
 
 } // namespace
 
-bool handles(const QString& command) {
-    return command == kConnect || command == kDisconnect || command == kSync;
-}
-
 int run(const QString& command, const LaunchOptions& options, const Clock& clock) {
     if (options.seedDemo || options.at)
         return usageError(QStringLiteral("%1 takes neither --seed-demo nor --at").arg(command));
@@ -230,20 +226,6 @@ int run(const QString& command, const LaunchOptions& options, const Clock& clock
         return syncOnce(clock);
     }
     return connectOrDisconnect(command, options);
-}
-
-QString helpText() {
-    return QStringLiteral(
-        "\n"
-        "Sync account (a CalDAV server: Nextcloud, Radicale, Fastmail, ...):\n"
-        "  --connect URL USER        Find the calendars at URL with USER and the password\n"
-        "                            read from standard input, then keep the account (the\n"
-        "                            password in the desktop's Secret Service).\n"
-        "  --disconnect              Forget the account; the board keeps every task.\n"
-        "  --sync                    Sync once: progress on standard error, a summary of\n"
-        "                            what went up and came down on standard output, exit 1\n"
-        "                            with the reason when it fails. With the board running,\n"
-        "                            the board is asked to sync.\n");
 }
 
 } // namespace SyncCommands

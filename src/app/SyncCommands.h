@@ -10,10 +10,8 @@ struct LaunchOptions;
 // and a sync with the board running is asked of the board rather than opening the store twice.
 namespace SyncCommands {
 
-[[nodiscard]] bool handles(const QString& command);
 // The exit code: 0 on success, 1 on failure (with the reason on standard error), 2 for wrong
 // usage. Needs a QCoreApplication.
 [[nodiscard]] int run(const QString& command, const LaunchOptions& options, const Clock& clock);
-[[nodiscard]] QString helpText();
 
 } // namespace SyncCommands

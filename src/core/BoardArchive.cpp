@@ -1,9 +1,11 @@
 #include "BoardArchive.h"
 
+#include "JsonStream.h"
 #include "ModelContext.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 
+#include <QBuffer>
 #include <QDateTime>
 #include <QHash>
 #include <QJsonArray>
@@ -333,87 +335,241 @@ QByteArray write(const ModelContext& context) {
     return QJsonDocument(root).toJson(QJsonDocument::Indented);
 }
 
+namespace {
+
+std::unique_ptr<TaskCategory> categoryFrom(const QHash<QString, Value>& fields) {
+    const auto field = [&](const char* name) { return fields.value(QLatin1String(name)); };
+    auto category = std::make_unique<TaskCategory>(field("id").id, field("createdAt").moment);
+    category->setName(field("name").text);
+    category->setColorHex(field("colorHex").text);
+    category->setSortIndex(*field("sortIndex").integer);
+    return category;
+}
+
+std::unique_ptr<TaskItem> taskFrom(const QHash<QString, Value>& fields, TaskCategory* category) {
+    const auto field = [&](const char* name) { return fields.value(QLatin1String(name)); };
+    auto task = std::make_unique<TaskItem>(field("id").id, field("createdAt").moment);
+    task->setTitle(field("title").text);
+    task->setNote(field("note").text);
+    task->setNoteData(field("noteData").bytes);
+    task->setCompleted(field("completed").flag);
+    task->setCompletedAt(field("completedAt").moment);
+    task->setDueDate(field("dueDate").moment);
+    task->setWeek(field("year").integer, field("week").integer);
+    task->setReminderAt(field("reminderAt").moment);
+    task->setScheduledExplicitly(field("scheduledExplicitly").flag);
+    task->setCategory(category);
+    task->setSortIndex(*field("sortIndex").integer);
+    task->setUpdatedAt(field("updatedAt").moment);
+    return task;
+}
+
+QString taskWhere(qsizetype index) {
+    return QStringLiteral("tasks[%1]").arg(index);
+}
+
+// The first pass: every record checked, the lists kept, of each task only its id (to find
+// a repeated one) and the list it names when that list was not read yet.
+bool checkDocument(QIODevice& device, Checked* checked, QString* error) {
+    JsonStream json(device);
+    if (!json.beginObject()) {
+        *error = json.error();
+        return false;
+    }
+    QJsonObject top; // format and version, and a stand-in for each array seen
+    QString unknown;
+    QString recordError;
+    QHash<QUuid, qsizetype> listIndex;
+    std::vector<std::pair<QUuid, qsizetype>> taskIds;
+    QHash<QUuid, qsizetype> namedBeforeRead; // list id -> first task naming it
+    QString key;
+    while (json.nextKey(&key)) {
+        const bool lists = key == kCategories;
+        if (!lists && key != kTasks) {
+            QJsonValue value;
+            if (!json.readValue(&value))
+                break;
+            if (key == kFormat || key == kVersion)
+                top.insert(key, value);
+            else if (unknown.isEmpty())
+                unknown = key;
+            continue;
+        }
+        if (!json.enterArray()) {
+            top.insert(key, QJsonValue::Null);
+            if (!json.skipValue())
+                break;
+            continue;
+        }
+        top.insert(key, QJsonArray());
+        QJsonValue element;
+        for (qsizetype i = 0; recordError.isEmpty() && json.nextElement(&element); ++i) {
+            const QString where = lists ? QStringLiteral("categories[%1]").arg(i) : taskWhere(i);
+            QHash<QString, Value> fields;
+            if (!(lists ? parseRecord(element, kCategoryFields, where, &fields, &recordError)
+                        : parseRecord(element, kTaskFields, where, &fields, &recordError)))
+                break;
+            const QUuid id = fields.value(QStringLiteral("id")).id;
+            if (lists) {
+                if (listIndex.contains(id)) {
+                    recordError =
+                        QStringLiteral("%1: the id %2 appears twice").arg(where, idText(id));
+                    break;
+                }
+                listIndex.insert(id, qsizetype(checked->categories.size()));
+                checked->categories.push_back(categoryFrom(fields));
+                continue;
+            }
+            taskIds.emplace_back(id, i);
+            const QUuid listId = fields.value(QStringLiteral("category")).id;
+            if (!listId.isNull() && !listIndex.contains(listId) &&
+                !namedBeforeRead.contains(listId))
+                namedBeforeRead.insert(listId, i);
+        }
+        if (!json.error().isEmpty())
+            break;
+        if (!json.atEnd() && !json.skipRestOfArray())
+            break;
+    }
+    if (!json.error().isEmpty() || !json.endDocument()) {
+        *error = json.error();
+        return false;
+    }
+
+    if (!unknown.isEmpty()) {
+        *error = QStringLiteral("unknown top-level field \"%1\"").arg(unknown);
+        return false;
+    }
+    if (!expectTopLevel(top, error))
+        return false;
+    if (!recordError.isEmpty()) {
+        *error = recordError;
+        return false;
+    }
+    for (auto it = namedBeforeRead.cbegin(); it != namedBeforeRead.cend(); ++it) {
+        if (!listIndex.contains(it.key())) {
+            *error = QStringLiteral("%1: its category %2 is not among the categories")
+                         .arg(taskWhere(it.value()), idText(it.key()));
+            return false;
+        }
+    }
+    // Ids are unique across the whole store, lists and tasks alike.
+    std::sort(taskIds.begin(), taskIds.end());
+    for (std::size_t i = 0; i < taskIds.size(); ++i) {
+        const auto& [id, index] = taskIds[i];
+        if (i > 0 && taskIds[i - 1].first == id) {
+            *error =
+                QStringLiteral("%1: the id %2 appears twice").arg(taskWhere(index), idText(id));
+            return false;
+        }
+        if (listIndex.contains(id)) {
+            *error = QStringLiteral("%1: the id %2 appears twice: categories[%3] has it too")
+                         .arg(taskWhere(index), idText(id))
+                         .arg(listIndex.value(id));
+            return false;
+        }
+    }
+    checked->taskCount = qsizetype(taskIds.size());
+    return true;
+}
+
+// The second pass, over a checked document: each task built, handed over and let go.
+bool forEachTask(QIODevice& device, const Checked& checked,
+                 const std::function<bool(std::unique_ptr<TaskItem>)>& visit, QString* error) {
+    if (!device.seek(0)) {
+        *error = device.errorString();
+        return false;
+    }
+    QHash<QUuid, TaskCategory*> lists;
+    for (const auto& category : checked.categories)
+        lists.insert(category->id(), category.get());
+    JsonStream json(device);
+    QString key;
+    bool ok = json.beginObject();
+    while (ok && json.nextKey(&key)) {
+        if (key != kTasks || !json.enterArray()) {
+            ok = json.skipValue();
+            continue;
+        }
+        QJsonValue element;
+        for (qsizetype i = 0; ok && json.nextElement(&element); ++i) {
+            QHash<QString, Value> fields;
+            // The file was checked whole; a failure here means it changed since.
+            if (!parseRecord(element, kTaskFields, taskWhere(i), &fields, error))
+                return false;
+            const QUuid listId = fields.value(QStringLiteral("category")).id;
+            ok = visit(taskFrom(fields, listId.isNull() ? nullptr : lists.value(listId)));
+            if (!ok)
+                return false;
+        }
+        ok = json.error().isEmpty();
+    }
+    if (!json.error().isEmpty()) {
+        *error = QStringLiteral("the file changed while it was read: %1").arg(json.error());
+        return false;
+    }
+    return ok;
+}
+
+} // namespace
+
+std::optional<Checked> check(QIODevice& device, QString* error) {
+    QString ignored;
+    Checked checked;
+    if (!checkDocument(device, &checked, error ? error : &ignored))
+        return std::nullopt;
+    return checked;
+}
+
 std::optional<Records> read(const QByteArray& json, QString* error) {
     QString ignored;
     QString& message = error ? *error : ignored;
-
-    QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(json, &parseError);
-    if (parseError.error != QJsonParseError::NoError) {
-        message = QStringLiteral("not valid JSON at offset %1: %2")
-                      .arg(parseError.offset)
-                      .arg(parseError.errorString());
+    QBuffer buffer;
+    buffer.setData(json);
+    buffer.open(QIODevice::ReadOnly);
+    Checked checked;
+    if (!checkDocument(buffer, &checked, &message))
         return std::nullopt;
-    }
-    if (!document.isObject()) {
-        message = QStringLiteral("not a Tavik board: the document is not a JSON object");
-        return std::nullopt;
-    }
-    const QJsonObject root = document.object();
-    if (!expectTopLevel(root, &message))
-        return std::nullopt;
-
     Records records;
-    QHash<QUuid, TaskCategory*> categoryById;
-    const QJsonArray categories = root.value(kCategories).toArray();
-    for (qsizetype i = 0; i < categories.size(); ++i) {
-        const QString where = QStringLiteral("categories[%1]").arg(i);
-        QHash<QString, Value> fields;
-        if (!parseRecord(categories.at(i), kCategoryFields, where, &fields, &message))
-            return std::nullopt;
-        const QUuid id = fields.value(QStringLiteral("id")).id;
-        if (categoryById.contains(id)) {
-            message = QStringLiteral("%1: the id %2 appears twice").arg(where, idText(id));
-            return std::nullopt;
-        }
-        auto category =
-            std::make_unique<TaskCategory>(id, fields.value(QStringLiteral("createdAt")).moment);
-        category->setName(fields.value(QStringLiteral("name")).text);
-        category->setColorHex(fields.value(QStringLiteral("colorHex")).text);
-        category->setSortIndex(*fields.value(QStringLiteral("sortIndex")).integer);
-        categoryById.insert(id, category.get());
-        records.categories.push_back(std::move(category));
-    }
-
-    QSet<QUuid> taskIds;
-    const QJsonArray tasks = root.value(kTasks).toArray();
-    for (qsizetype i = 0; i < tasks.size(); ++i) {
-        const QString where = QStringLiteral("tasks[%1]").arg(i);
-        QHash<QString, Value> fields;
-        if (!parseRecord(tasks.at(i), kTaskFields, where, &fields, &message))
-            return std::nullopt;
-        const auto field = [&](const char* name) { return fields.value(QLatin1String(name)); };
-        const QUuid id = field("id").id;
-        if (taskIds.contains(id)) {
-            message = QStringLiteral("%1: the id %2 appears twice").arg(where, idText(id));
-            return std::nullopt;
-        }
-        TaskCategory* category = nullptr;
-        if (const QUuid categoryId = field("category").id; !categoryId.isNull()) {
-            category = categoryById.value(categoryId);
-            if (!category) {
-                message = QStringLiteral("%1: its category %2 is not among the categories")
-                              .arg(where, idText(categoryId));
-                return std::nullopt;
-            }
-        }
-        auto task = std::make_unique<TaskItem>(id, field("createdAt").moment);
-        task->setTitle(field("title").text);
-        task->setNote(field("note").text);
-        task->setNoteData(field("noteData").bytes);
-        task->setCompleted(field("completed").flag);
-        task->setCompletedAt(field("completedAt").moment);
-        task->setDueDate(field("dueDate").moment);
-        task->setWeek(field("year").integer, field("week").integer);
-        task->setReminderAt(field("reminderAt").moment);
-        task->setScheduledExplicitly(field("scheduledExplicitly").flag);
-        task->setCategory(category);
-        task->setSortIndex(*field("sortIndex").integer);
-        task->setUpdatedAt(field("updatedAt").moment);
-        taskIds.insert(id);
-        records.tasks.push_back(std::move(task));
-    }
+    if (!forEachTask(
+            buffer, checked,
+            [&records](std::unique_ptr<TaskItem> task) {
+                records.tasks.push_back(std::move(task));
+                return true;
+            },
+            &message))
+        return std::nullopt;
+    records.categories = std::move(checked.categories);
     return records;
+}
+
+bool restore(ModelContext& context, QIODevice& device, const Checked& checked, QString* error) {
+    QString ignored;
+    QString& message = error ? *error : ignored;
+    if (!context.tasks().isEmpty() || !context.categories().isEmpty()) {
+        message = QStringLiteral("the store already holds %1 tasks and %2 lists; "
+                                 "a backup is restored only into an empty store")
+                      .arg(context.tasks().size())
+                      .arg(context.categories().size());
+        return false;
+    }
+    QString readError;
+    const bool written = context.writeThrough(
+        [&](ModelContext::RecordSink& sink) {
+            for (const auto& category : checked.categories) {
+                if (!sink.write(*category))
+                    return false;
+            }
+            return forEachTask(
+                device, checked,
+                [&sink](std::unique_ptr<TaskItem> task) { return sink.write(*task); }, &readError);
+        },
+        &message);
+    if (!written && !readError.isEmpty())
+        message = readError;
+    else if (!written)
+        message = QStringLiteral("the store could not be saved: %1").arg(message);
+    return written;
 }
 
 bool restore(ModelContext& context, Records records, QString* error) {

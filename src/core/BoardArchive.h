@@ -9,6 +9,7 @@
 #include <vector>
 
 class ModelContext;
+class QIODevice;
 class TaskCategory;
 class TaskItem;
 
@@ -40,6 +41,22 @@ struct Records {
 // The document of every record in the context, in a stable order (lists by sortIndex, tasks
 // by sortIndex descending, ties by id), so that equal stores give equal bytes.
 [[nodiscard]] QByteArray write(const ModelContext& context);
+
+// What checking a document keeps: its lists (few) and how many tasks it holds.
+struct Checked {
+    std::vector<std::unique_ptr<TaskCategory>> categories;
+    qsizetype taskCount = 0;
+};
+
+// Checks a whole document read from `device`, holding one task at a time. On refusal
+// returns nothing and sets `error`.
+[[nodiscard]] std::optional<Checked> check(QIODevice& device, QString* error);
+
+// Restores a checked document into the empty store of `context`, reading `device` again from
+// its start and writing each task as it is read, in one transaction: either every record is
+// stored or none is. The records are in the context once the store is opened again.
+[[nodiscard]] bool restore(ModelContext& context, QIODevice& device, const Checked& checked,
+                           QString* error);
 
 // Parses and checks a whole document. On refusal returns nothing and sets `error`.
 [[nodiscard]] std::optional<Records> read(const QByteArray& json, QString* error);

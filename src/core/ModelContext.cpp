@@ -101,6 +101,105 @@ bool execScript(QSqlDatabase& db, const QString& script, QString* error) {
     return true;
 }
 
+// Writes records into an open transaction, logging each change for the cloud mirror.
+class RecordWriter : public ModelContext::RecordSink {
+public:
+    RecordWriter(QSqlDatabase& db, bool logging, qint64 seq)
+        : m_upsertCategory(db)
+        , m_upsertTask(db)
+        , m_delete(db)
+        , m_log(db)
+        , m_logging(logging)
+        , m_seq(seq) {
+        m_prepared =
+            m_upsertCategory.prepare(QStringLiteral(
+                "INSERT OR REPLACE INTO categories (id, name, color_hex, sort_index, created_at)"
+                " VALUES (?, ?, ?, ?, ?)")) &&
+            m_upsertTask.prepare(QStringLiteral(
+                "INSERT OR REPLACE INTO tasks (id, title, note, note_data, completed,"
+                " completed_at, due_date, year, week, reminder_at, scheduled_explicitly,"
+                " category_id, sort_index, created_at, updated_at)"
+                " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")) &&
+            m_log.prepare(
+                QStringLiteral("INSERT OR REPLACE INTO pending_changes (record_id, kind, deleted,"
+                               " seq) VALUES (?, ?, ?, ?)"));
+        if (!m_prepared)
+            m_failed = &m_upsertTask;
+    }
+
+    [[nodiscard]] bool prepared() const { return m_prepared; }
+    [[nodiscard]] const QSqlQuery* failed() const { return m_failed; }
+    [[nodiscard]] qint64 lastSeq() const { return m_seq; }
+
+    bool write(const TaskCategory& category) override {
+        m_upsertCategory.addBindValue(idText(category.id()));
+        m_upsertCategory.addBindValue(textValue(category.name()));
+        m_upsertCategory.addBindValue(textValue(category.colorHex()));
+        m_upsertCategory.addBindValue(category.sortIndex());
+        m_upsertCategory.addBindValue(fromDate(category.createdAt()));
+        return run(m_upsertCategory) && log(category.id(), RecordChange::Kind::category, false);
+    }
+
+    bool write(const TaskItem& task) override {
+        m_upsertTask.addBindValue(idText(task.id()));
+        m_upsertTask.addBindValue(textValue(task.title()));
+        m_upsertTask.addBindValue(textValue(task.note()));
+        m_upsertTask.addBindValue(task.noteData().isEmpty()
+                                      ? QVariant(QMetaType(QMetaType::QByteArray))
+                                      : QVariant(task.noteData()));
+        m_upsertTask.addBindValue(task.completed() ? 1 : 0);
+        m_upsertTask.addBindValue(fromDate(task.completedAt()));
+        m_upsertTask.addBindValue(fromDate(task.dueDate()));
+        m_upsertTask.addBindValue(fromOptional(task.year()));
+        m_upsertTask.addBindValue(fromOptional(task.week()));
+        m_upsertTask.addBindValue(fromDate(task.reminderAt()));
+        m_upsertTask.addBindValue(task.scheduledExplicitly() ? 1 : 0);
+        m_upsertTask.addBindValue(task.category() ? QVariant(idText(task.category()->id()))
+                                                  : QVariant(QMetaType(QMetaType::QString)));
+        m_upsertTask.addBindValue(task.sortIndex());
+        m_upsertTask.addBindValue(fromDate(task.createdAt()));
+        m_upsertTask.addBindValue(fromDate(task.updatedAt()));
+        return run(m_upsertTask) && log(task.id(), RecordChange::Kind::task, false);
+    }
+
+    bool remove(const char* table, const QUuid& id, RecordChange::Kind kind) {
+        if (!m_delete.prepare(
+                QStringLiteral("DELETE FROM %1 WHERE id = ?").arg(QLatin1String(table)))) {
+            m_failed = &m_delete;
+            return false;
+        }
+        m_delete.addBindValue(idText(id));
+        return run(m_delete) && log(id, kind, true);
+    }
+
+private:
+    bool run(QSqlQuery& query) {
+        if (query.exec())
+            return true;
+        m_failed = &query;
+        return false;
+    }
+
+    bool log(const QUuid& id, RecordChange::Kind kind, bool deleted) {
+        if (!m_logging)
+            return true;
+        m_log.addBindValue(idText(id));
+        m_log.addBindValue(static_cast<int>(kind));
+        m_log.addBindValue(deleted ? 1 : 0);
+        m_log.addBindValue(++m_seq);
+        return run(m_log);
+    }
+
+    QSqlQuery m_upsertCategory;
+    QSqlQuery m_upsertTask;
+    QSqlQuery m_delete;
+    QSqlQuery m_log;
+    QSqlQuery* m_failed = nullptr;
+    bool m_prepared = false;
+    bool m_logging;
+    qint64 m_seq;
+};
+
 } // namespace
 
 struct ModelContext::Private {
@@ -229,6 +328,8 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
     }
 
     if (mode != OpenMode::readWrite) {
+        if (version == schemaVersion && mode == OpenMode::query)
+            return context;
         if (version == schemaVersion)
             return context->load(&message) ? std::move(context) : nullptr;
         // A file no board has written yet (say, zero bytes) holds an empty board; reading
@@ -513,113 +614,31 @@ bool ModelContext::save(QString* error) {
         return false;
     }
 
-    qint64 seq = d->lastChangeSeq;
-    QSqlQuery upsertCategory(db);
-    QSqlQuery upsertTask(db);
-    QSqlQuery deleteRecord(db);
-    QSqlQuery logChange(db);
-    bool ok = upsertCategory.prepare(QStringLiteral(
-                  "INSERT OR REPLACE INTO categories (id, name, color_hex, sort_index, created_at)"
-                  " VALUES (?, ?, ?, ?, ?)")) &&
-              upsertTask.prepare(QStringLiteral(
-                  "INSERT OR REPLACE INTO tasks (id, title, note, note_data, completed,"
-                  " completed_at, due_date, year, week, reminder_at, scheduled_explicitly,"
-                  " category_id, sort_index, created_at, updated_at)"
-                  " VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)")) &&
-              logChange.prepare(QStringLiteral(
-                  "INSERT OR REPLACE INTO pending_changes (record_id, kind, deleted, seq)"
-                  " VALUES (?, ?, ?, ?)"));
-    QSqlQuery* failed = ok ? nullptr : &upsertTask;
-
-    auto log = [&](const QUuid& id, RecordChange::Kind kind, bool deleted) {
-        if (!m_recordingChanges)
-            return true;
-        logChange.addBindValue(idText(id));
-        logChange.addBindValue(static_cast<int>(kind));
-        logChange.addBindValue(deleted ? 1 : 0);
-        logChange.addBindValue(++seq);
-        if (!logChange.exec()) {
-            failed = &logChange;
-            return false;
-        }
-        return true;
-    };
-
-    auto writeCategory = [&](TaskCategory* category) {
-        upsertCategory.addBindValue(idText(category->m_id));
-        upsertCategory.addBindValue(textValue(category->m_name));
-        upsertCategory.addBindValue(textValue(category->m_colorHex));
-        upsertCategory.addBindValue(category->m_sortIndex);
-        upsertCategory.addBindValue(fromDate(category->m_createdAt));
-        if (!upsertCategory.exec()) {
-            failed = &upsertCategory;
-            return false;
-        }
-        return log(category->m_id, RecordChange::Kind::category, false);
-    };
-
-    auto writeTask = [&](TaskItem* task) {
-        upsertTask.addBindValue(idText(task->m_id));
-        upsertTask.addBindValue(textValue(task->m_title));
-        upsertTask.addBindValue(textValue(task->m_note));
-        upsertTask.addBindValue(task->m_noteData.isEmpty()
-                                    ? QVariant(QMetaType(QMetaType::QByteArray))
-                                    : QVariant(task->m_noteData));
-        upsertTask.addBindValue(task->m_completed ? 1 : 0);
-        upsertTask.addBindValue(fromDate(task->m_completedAt));
-        upsertTask.addBindValue(fromDate(task->m_dueDate));
-        upsertTask.addBindValue(fromOptional(task->m_year));
-        upsertTask.addBindValue(fromOptional(task->m_week));
-        upsertTask.addBindValue(fromDate(task->m_reminderAt));
-        upsertTask.addBindValue(task->m_scheduledExplicitly ? 1 : 0);
-        upsertTask.addBindValue(task->m_category ? QVariant(idText(task->m_category->id()))
-                                                 : QVariant(QMetaType(QMetaType::QString)));
-        upsertTask.addBindValue(task->m_sortIndex);
-        upsertTask.addBindValue(fromDate(task->m_createdAt));
-        upsertTask.addBindValue(fromDate(task->m_updatedAt));
-        if (!upsertTask.exec()) {
-            failed = &upsertTask;
-            return false;
-        }
-        return log(task->m_id, RecordChange::Kind::task, false);
-    };
-
-    auto deleteRow = [&](const char* table, const QUuid& id, RecordChange::Kind kind) {
-        if (!deleteRecord.prepare(
-                QStringLiteral("DELETE FROM %1 WHERE id = ?").arg(QLatin1String(table)))) {
-            failed = &deleteRecord;
-            return false;
-        }
-        deleteRecord.addBindValue(idText(id));
-        if (!deleteRecord.exec()) {
-            failed = &deleteRecord;
-            return false;
-        }
-        return log(id, kind, true);
-    };
-
+    RecordWriter writer(db, m_recordingChanges, d->lastChangeSeq);
+    bool ok = writer.prepared();
     // Lists first, so that a task never points at a list that is not written yet.
     for (auto it = d->insertedCategories.cbegin(); ok && it != d->insertedCategories.cend(); ++it)
-        ok = writeCategory(*it);
+        ok = writer.write(**it);
     for (auto it = d->changedCategories.cbegin(); ok && it != d->changedCategories.cend(); ++it)
-        ok = writeCategory(*it);
+        ok = writer.write(**it);
     for (auto it = d->insertedTasks.cbegin(); ok && it != d->insertedTasks.cend(); ++it)
-        ok = writeTask(*it);
+        ok = writer.write(**it);
     for (auto it = d->changedTasks.cbegin(); ok && it != d->changedTasks.cend(); ++it)
-        ok = writeTask(*it);
+        ok = writer.write(**it);
     for (auto it = d->deletedTasks.cbegin(); ok && it != d->deletedTasks.cend(); ++it)
-        ok = deleteRow("tasks", (*it)->m_id, RecordChange::Kind::task);
+        ok = writer.remove("tasks", (*it)->m_id, RecordChange::Kind::task);
     for (auto it = d->deletedCategories.cbegin(); ok && it != d->deletedCategories.cend(); ++it)
-        ok = deleteRow("categories", (*it)->m_id, RecordChange::Kind::category);
+        ok = writer.remove("categories", (*it)->m_id, RecordChange::Kind::category);
 
     if (!ok || !db.commit()) {
-        message = failed ? describe(failed->lastError()) : describe(db.lastError());
+        message =
+            writer.failed() ? describe(writer.failed()->lastError()) : describe(db.lastError());
         // Everything stays pending; the next save writes it all again.
         db.rollback();
         return false;
     }
 
-    d->lastChangeSeq = seq;
+    d->lastChangeSeq = writer.lastSeq();
     d->insertedTasks.clear();
     d->changedTasks.clear();
     d->deletedTasks.clear();
@@ -630,6 +649,37 @@ bool ModelContext::save(QString* error) {
     for (QObject* object : std::as_const(d->graveyard))
         object->deleteLater();
     d->graveyard.clear();
+    if (m_recordingChanges)
+        emit changesSaved();
+    return true;
+}
+
+bool ModelContext::writeThrough(const std::function<bool(RecordSink&)>& produce, QString* error) {
+    QString ignored;
+    QString& message = error ? *error : ignored;
+    if (isReadOnly() || hasChanges()) {
+        message = QStringLiteral("%1 is not open for writing through").arg(m_path);
+        return false;
+    }
+    if (!recoverMissingJournal(&message))
+        return false;
+    QSqlDatabase& db = d->db;
+    if (!db.transaction()) {
+        message = describe(db.lastError());
+        return false;
+    }
+    RecordWriter writer(db, m_recordingChanges, d->lastChangeSeq);
+    QString produceError;
+    const bool ok = writer.prepared() && produce(writer);
+    if (!ok || !db.commit()) {
+        if (writer.failed())
+            message = describe(writer.failed()->lastError());
+        else if (ok)
+            message = describe(db.lastError());
+        db.rollback();
+        return false;
+    }
+    d->lastChangeSeq = writer.lastSeq();
     if (m_recordingChanges)
         emit changesSaved();
     return true;

@@ -7,6 +7,7 @@
 #include <QSqlDatabase>
 #include <QString>
 #include <QUuid>
+#include <functional>
 #include <memory>
 
 class TaskCategory;
@@ -41,6 +42,8 @@ public:
         readOnly,
         // A damaged store: read-only, and loads every record that can still be read.
         salvage,
+        // Commands that ask the tables themselves (StoreQuery): like readOnly, loads nothing.
+        query,
     };
 
     // Opens the store at `path` and loads every record. On failure returns null and sets
@@ -48,6 +51,9 @@ public:
     // touched. A store that cannot be read whole is refused, never shown in part.
     [[nodiscard]] static std::unique_ptr<ModelContext> open(const QString& path, QString* error,
                                                             OpenMode mode = OpenMode::readWrite);
+
+    // What a store that cannot be read whole is refused with, and what to do about it.
+    [[nodiscard]] static QString damagedMessage(const QString& path, const QString& detail);
 
     [[nodiscard]] bool isReadOnly() const { return m_mode != OpenMode::readWrite; }
     // Salvage only: what could not be read, or empty when the store read whole.
@@ -71,6 +77,19 @@ public:
     // without one.
     void remove(TaskItem* task);
     void remove(TaskCategory* category);
+
+    // Where writeThrough puts records; each write returns false when the store refused it.
+    class RecordSink {
+    public:
+        virtual ~RecordSink() = default;
+        virtual bool write(const TaskCategory& category) = 0;
+        virtual bool write(const TaskItem& task) = 0;
+    };
+    // Writes the records `produce` hands to the sink straight to disk, in one transaction,
+    // keeping none of them: restoring a backup of any size. `produce` returns false to give
+    // up, and then nothing is written (a sink's own failure sets `error`). Only with no
+    // pending change; the records are in tasks() once the store is opened again.
+    bool writeThrough(const std::function<bool(RecordSink&)>& produce, QString* error);
 
     [[nodiscard]] bool hasChanges() const;
     // Writes all pending changes in one transaction. Returns false with `error` set on
@@ -110,7 +129,6 @@ private:
     bool loadTasks(QString* error);
     void salvageTasks();
     TaskItem* taskFromRow(const QSqlQuery& row);
-    [[nodiscard]] static QString damagedMessage(const QString& path, const QString& detail);
     void recordChanged(TaskItem* task);
     void recordChanged(TaskCategory* category);
 

@@ -98,6 +98,7 @@ signals:
 
 private:
     friend class ModelContext;
+    friend class StoreQuery;
     void markChanged();
 
     QUuid m_id;

@@ -152,6 +152,14 @@ private slots:
         QVERIFY2(result.err.isEmpty(), result.err.constData());
 
         const QJsonObject root = parseObject(result.out);
+        // Printed as the store is read, yet in the layout of the whole document, empty
+        // columns and a board without tasks included.
+        QCOMPARE(result.out, QJsonDocument(root).toJson());
+        for (const QStringList& arguments :
+             {QStringList{"--list", "--json"}, QStringList{"--list", "done", "--json"}}) {
+            const QByteArray out = Home().run(arguments).out;
+            QCOMPARE(out, QJsonDocument(parseObject(out)).toJson());
+        }
         QCOMPARE(QDateTime::fromString(root.value(QStringLiteral("now")).toString(), Qt::ISODate),
                  local(kSeedDay, QTime(16, 0)));
         const QRegularExpression withOffset(QStringLiteral(R"((Z|[+-]\d\d:\d\d)$)"));

@@ -5,6 +5,7 @@
 #include "TaskCategory.h"
 #include "TestData.h"
 
+#include <QBuffer>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -162,22 +163,61 @@ private slots:
         auto locker = std::make_unique<BoardTest::SideConnection>(target.path());
         QVERIFY(locker->exec(QStringLiteral("BEGIN EXCLUSIVE")));
 
+        // The command line's path: checked, then written task by task as the file is read.
+        QBuffer file;
+        file.setData(document);
+        QVERIFY(file.open(QIODevice::ReadOnly));
         QString error;
-        auto records = BoardArchive::read(document, &error);
-        QVERIFY(records);
-        QVERIFY(!BoardArchive::restore(*target.context, std::move(*records), &error));
+        auto checked = BoardArchive::check(file, &error);
+        QVERIFY2(checked, qPrintable(error));
+        QCOMPARE(checked->taskCount, 4);
+        QVERIFY(!BoardArchive::restore(*target.context, file, *checked, &error));
         QVERIFY2(error.contains(QStringLiteral("could not be saved")), qPrintable(error));
-        QVERIFY(target.context->tasks().isEmpty());
-        QVERIFY(target.context->categories().isEmpty());
         QVERIFY(!target.context->hasChanges());
 
         QVERIFY(locker->exec(QStringLiteral("ROLLBACK")));
         locker.reset();
         QVERIFY(target.reopen()->tasks().isEmpty());
+        QVERIFY(target.reopen()->categories().isEmpty());
 
-        records = BoardArchive::read(document, &error);
-        QVERIFY(BoardArchive::restore(*target.context, std::move(*records), &error));
+        QVERIFY2(BoardArchive::restore(*target.context, file, *checked, &error), qPrintable(error));
         QCOMPARE(snapshot(*target.reopen()), snapshot(*source.context));
+        QCOMPARE(target.reopen()->pendingChanges().size(), 6);
+    }
+
+    // A backup is read as a stream: members in any order, strings holding brackets and
+    // quotes, white space anywhere or none; a document cut short or followed by more is not.
+    void readsAnyLayoutOfTheDocument() {
+        QJsonObject root = TestData::cases("archive.json").at(0).toObject();
+        QJsonArray tasks = root.value("tasks").toArray();
+        QJsonObject first = tasks.at(0).toObject();
+        first.insert("title", QStringLiteral("收尾 }]\"{[ \\\" 完"));
+        tasks.replace(0, first);
+        root.insert("tasks", tasks);
+        const auto compact = [](const QJsonValue& value) {
+            const QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+            return text.mid(1, text.size() - 2);
+        };
+        const QByteArray text = "\n {\"tasks\" :" + compact(tasks) + ",\"version\":1 ,\n" +
+                                "\"categories\":\t" + compact(root.value("categories")) +
+                                ",\"format\":\"tavik-board\"}\n";
+
+        QString error;
+        Store streamed;
+        Store whole;
+        auto records = BoardArchive::read(text, &error);
+        QVERIFY2(records, qPrintable(error));
+        QVERIFY(BoardArchive::restore(*streamed.context, std::move(*records), &error));
+        records = BoardArchive::read(QJsonDocument(root).toJson(), &error);
+        QVERIFY(BoardArchive::restore(*whole.context, std::move(*records), &error));
+        QCOMPARE(snapshot(*streamed.reopen()), snapshot(*whole.reopen()));
+        QVERIFY(snapshot(*whole.reopen()).join(u'\n').contains(first.value("title").toString()));
+
+        for (const QByteArray& broken : {text.left(text.size() / 3), text.left(text.size() - 3),
+                                         text + "{}", QByteArray("{\"format\" \"tavik-board\"}")}) {
+            QVERIFY(!BoardArchive::read(broken, &error));
+            QVERIFY2(error.contains(QStringLiteral("not valid JSON")), qPrintable(error));
+        }
     }
 
     void demoSeedsOnlyAStoreWithoutTasks() {

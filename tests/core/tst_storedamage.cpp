@@ -2,6 +2,7 @@
 // refuse it instead of showing part of the board, and salvage gets back all but that page.
 
 #include "ModelContext.h"
+#include "StoreQuery.h"
 #include "TaskItem.h"
 
 #include <QFile>
@@ -92,12 +93,23 @@ void TestStoreDamage::everyDamagedPageIsRefusedOrHarmless() {
             QVERIFY(mode == ModelContext::OpenMode::readOnly);
         }
 
+        // What --list and --count-today read: the whole board, or a refusal.
+        QString error;
+        if (auto tables = ModelContext::open(path, &error, ModelContext::OpenMode::query)) {
+            const StoreQuery query(QSqlDatabase::database(tables->connectionName()),
+                                   QDateTime::currentDateTimeUtc());
+            int listed = 0;
+            const bool read = query.forEachTask(
+                {}, [&listed](Bucket, const TaskItem&) { ++listed; }, &error);
+            QVERIFY2(!read || listed == taskCount,
+                     qPrintable(QStringLiteral("page %1: %2 listed").arg(page).arg(listed)));
+        }
+
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY2(file.readAll() == damaged,
                  qPrintable(QStringLiteral("page %1 was written to").arg(page)));
 
-        QString error;
         auto salvaged = ModelContext::open(path, &error, ModelContext::OpenMode::salvage);
         if (!salvaged)
             continue;

@@ -4,6 +4,7 @@
 #include "ScheduleFormat.h"
 #include "ScheduleReconciler.h"
 #include "ScheduleRules.h"
+#include "StoreQuery.h"
 #include "TaskClassifier.h"
 #include "TaskItem.h"
 #include "TestData.h"
@@ -26,7 +27,8 @@ private slots:
         QFETCH(QJsonObject, row);
         const QDateTime now = TestData::moment(row.value("now"));
         const IsoCalendar calendar = TaskClassifier::calendar();
-        TaskItem task(QStringLiteral("t"), 0, now);
+        BoardTest::Store store;
+        TaskItem& task = *store.addTask(QStringLiteral("t"), 0, now);
         task.setCompleted(row.value("completed").toBool());
         task.setDueDate(TestData::moment(row.value("due")));
         task.setScheduledExplicitly(row.value("explicit").toBool());
@@ -41,6 +43,15 @@ private slots:
         const auto expected = BucketInfo::fromRawValue(row.value("expected").toString());
         QVERIFY(expected);
         QCOMPARE(TaskClassifier::bucket(task, now, calendar), *expected);
+
+        // The command line asks the same of the store in SQL.
+        QVERIFY(store.context->save());
+        const StoreQuery query(QSqlDatabase::database(store.context->connectionName()), now);
+        QString error;
+        const auto sizes = query.columnSizes(&error);
+        QVERIFY2(sizes, qPrintable(error));
+        QCOMPARE(sizes->keys(), QList<Bucket>{*expected});
+        QCOMPARE(query.todayOpenCount(&error), std::optional(*expected == Bucket::today ? 1 : 0));
     }
 
     void dayBoundaries() {

@@ -24,6 +24,11 @@ Rectangle {
             height: 16
             padding: 0
             running: pill.visible
+            // The styles draw with the application palette (Fusion its text colour, Basic its
+            // dark one), which follows the system, not the app's scheme: on the dark pill
+            // it vanished. The label's colour reads in both schemes.
+            palette.text: Radix.secondaryText
+            palette.dark: Radix.secondaryText
         }
         Text {
             anchors.verticalCenter: parent.verticalCenter

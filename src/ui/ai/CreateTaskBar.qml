@@ -33,7 +33,9 @@ Item {
             const p = item.mapToItem(target, x, y)
             return p.x >= 0 && p.y >= 0 && p.x <= target.width && p.y <= target.height
         }
-        return within(surface) || within(cardLoader.item) || (pill.opacity > 0 && within(pill))
+        const card = cardLoader.item
+        return within(surface) || (card && card.opacity > 0 && within(card))
+               || (pill.opacity > 0 && within(pill))
     }
 
     // Where the bar itself begins, below the accessory.
@@ -52,41 +54,90 @@ Item {
             id: accessory
             objectName: "aiAccessory"
             width: stack.width
-            height: bar.ai.hasSuggestion ? cardLoader.height
+            // With less motion a leaving card keeps its room until it has faded.
+            height: bar.ai.hasSuggestion
+                    || (Motion.reduceMotion && cardLoader.item && cardLoader.item.leaving)
+                    ? cardLoader.height
                                          : (bar.ai.isAnalyzing ? pill.implicitHeight : 0)
             visible: height > 0.5
             clip: true
 
             SpringBehavior on height {
+                enabled: !Motion.reduceMotion
                 response: 0.22
                 dampingFraction: 0.85
                 epsilon: 0.25
             }
 
+            // The card enters rising from the accessory's bottom edge as it fades in, and
+            // leaves the same way down; a new token is a new card. With less motion it only
+            // fades. The loader is driven by hand so that a leaving card outlives its
+            // suggestion until it is out of sight.
             Loader {
                 id: cardLoader
                 objectName: "suggestionLoader"
                 anchors.bottom: parent.bottom
                 width: parent.width
-                active: bar.ai.hasSuggestion
-                // A new token is a new suggestion: the card is built again.
+                active: false
                 property int token: bar.ai.suggestionToken
-                onTokenChanged: {
-                    if (active) {
+                function enter() {
+                    if (item && (item.leaving || item.madeFor !== token))
                         active = false
-                        active = Qt.binding(() => bar.ai.hasSuggestion)
+                    active = true
+                }
+                onTokenChanged: {
+                    if (bar.ai.hasSuggestion)
+                        enter()
+                }
+                Component.onCompleted: active = bar.ai.hasSuggestion
+                Connections {
+                    target: bar.ai
+                    function onHasSuggestionChanged() {
+                        if (bar.ai.hasSuggestion)
+                            cardLoader.enter()
+                        else if (cardLoader.item)
+                            cardLoader.item.leave()
                     }
                 }
                 sourceComponent: SuggestionPanel {
+                    id: card
                     objectName: "suggestionPanel"
                     entry: bar.entry
                     width: parent ? parent.width : 405
                     opacity: 0
-                    Component.onCompleted: opacity = 1
+                    property bool leaving: false
+                    // The suggestion this card was made for.
+                    property int madeFor: -1
+                    transform: Translate {
+                        id: rise
+                        y: Motion.reduceMotion ? 0 : card.implicitHeight
+                        SpringBehavior on y {
+                            enabled: !Motion.reduceMotion
+                            response: 0.22
+                            dampingFraction: 0.85
+                            epsilon: 0.25
+                        }
+                    }
+                    function leave() {
+                        leaving = true
+                        opacity = 0
+                        if (!Motion.reduceMotion)
+                            rise.y = card.height
+                    }
+                    Component.onCompleted: {
+                        madeFor = cardLoader.token
+                        opacity = 1
+                        rise.y = 0
+                    }
                     Behavior on opacity {
                         NumberAnimation {
+                            id: fade
                             duration: 180
                             easing.type: Easing.OutQuad
+                            onRunningChanged: {
+                                if (!running && card.leaving && !bar.ai.hasSuggestion)
+                                    cardLoader.active = false
+                            }
                         }
                     }
                     onAccepted: bar.entry.acceptSuggestion()

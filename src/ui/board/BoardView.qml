@@ -387,24 +387,30 @@ FocusScope {
                 id: donePopup
 
                 readonly property int arrowHeight: 8
+                // The list is made when the popover first opens, not for the board's first frame.
+                property bool listMade: false
 
                 y: doneButton.height + arrowHeight
                 // From the list's fixed width, not the popup's: that one is still 0 when a
                 // popup open from launch places itself.
-                x: doneButton.width - doneList.listWidth
+                x: doneButton.width - (doneLoader.item ? doneLoader.item.listWidth : 0)
                 padding: 0
                 // Takes the keyboard while open, so that Escape closes it.
                 focus: true
                 visible: boardView.controller.showDone
                 closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
                 onClosed: boardView.controller.showDone = false
+                onAboutToShow: listMade = true
 
-                contentItem: DoneListView {
-                    id: doneList
+                contentItem: Loader {
+                    id: doneLoader
 
-                    tasks: boardView.controller.doneModel
-                    onToggleRequested: task => boardView.controller.toggle(task)
-                    onDeleteRequested: task => boardView.controller.deleteTask(task)
+                    active: donePopup.listMade
+                    sourceComponent: DoneListView {
+                        tasks: boardView.controller.doneModel
+                        onToggleRequested: task => boardView.controller.toggle(task)
+                        onDeleteRequested: task => boardView.controller.deleteTask(task)
+                    }
                 }
                 background: Item {
                     // A few widening, fading rings stand in for the popover's shadow.

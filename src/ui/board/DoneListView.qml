@@ -80,7 +80,8 @@ Column {
             MouseArea {
                 anchors.fill: parent
                 acceptedButtons: Qt.RightButton
-                onPressed: mouse => lineMenu.popup(line, mouse.x, mouse.y)
+                // Made on the press: a menu per line would be built with every line.
+                onPressed: mouse => lineMenu.createObject(line).popup(line, mouse.x, mouse.y)
             }
 
             TaskCheckbox {
@@ -107,14 +108,18 @@ Column {
                 elide: Text.ElideRight
             }
 
-            SymbolMenu {
+            Component {
                 id: lineMenu
 
-                SymbolMenuItem {
-                    text: "删除"
-                    symbol: "trash"
-                    destructive: true
-                    onTriggered: done.deleteRequested(line.task)
+                SymbolMenu {
+                    onClosed: destroy()
+
+                    SymbolMenuItem {
+                        text: "删除"
+                        symbol: "trash"
+                        destructive: true
+                        onTriggered: done.deleteRequested(line.task)
+                    }
                 }
             }
         }

@@ -369,12 +369,18 @@ Item {
                                     visible: dialog.datePickerOpen
                                     onClosed: dialog.datePickerOpen = false
 
-                                    contentItem: CalendarGridPicker {
-                                        clock: panel.clock
-                                        selected: dialog.day
-                                        minDay: dialog.today
-                                        monthStart: dialog.gridMonth
-                                        onPicked: day => dialog.pickDay(day)
+                                    // Made when first opened, not with the board.
+                                    property bool made: false
+                                    onAboutToShow: made = true
+                                    contentItem: Loader {
+                                        active: datePopover.made
+                                        sourceComponent: CalendarGridPicker {
+                                            clock: panel.clock
+                                            selected: dialog.day
+                                            minDay: dialog.today
+                                            monthStart: dialog.gridMonth
+                                            onPicked: day => dialog.pickDay(day)
+                                        }
                                     }
                                 }
                             }
@@ -411,10 +417,16 @@ Item {
                                 visible: dialog.timePickerOpen
                                 onClosed: dialog.timePickerOpen = false
 
-                                contentItem: TimeListPicker {
-                                    selected: dialog.time
-                                    initial: dialog.defaultTime
-                                    onPicked: slot => dialog.pickTime(slot)
+                                // Made when first opened, not with the board.
+                                property bool made: false
+                                onAboutToShow: made = true
+                                contentItem: Loader {
+                                    active: timePopover.made
+                                    sourceComponent: TimeListPicker {
+                                        selected: dialog.time
+                                        initial: dialog.defaultTime
+                                        onPicked: slot => dialog.pickTime(slot)
+                                    }
                                 }
                             }
                         }

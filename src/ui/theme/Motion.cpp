@@ -1,8 +1,20 @@
 #include "theme/Motion.h"
 
+#include "theme/ReducedMotion.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+
+Motion::Motion(QObject* parent)
+    : QObject(parent) {
+    connect(&ReducedMotion::instance(), &ReducedMotion::enabledChanged, this,
+            &Motion::reduceMotionChanged);
+}
+
+bool Motion::reduceMotion() const {
+    return ReducedMotion::instance().enabled();
+}
 
 Motion::SpringParameters Motion::springParameters(double response, double dampingFraction) {
     // A zero response would be a jump; the smallest one still settles within the first step.

@@ -14,8 +14,12 @@ class Motion : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
+    // The desktop asks for less motion: views move nothing and only fade (ReducedMotion).
+    Q_PROPERTY(bool reduceMotion READ reduceMotion NOTIFY reduceMotionChanged)
 public:
-    using QObject::QObject;
+    explicit Motion(QObject* parent = nullptr);
+
+    [[nodiscard]] bool reduceMotion() const;
 
     // SpringAnimation's integration step.
     static constexpr double stepSeconds = 0.016;
@@ -28,4 +32,7 @@ public:
 
     Q_INVOKABLE [[nodiscard]] static double spring(double response, double dampingFraction);
     Q_INVOKABLE [[nodiscard]] static double damping(double response, double dampingFraction);
+
+signals:
+    void reduceMotionChanged();
 };
