@@ -310,9 +310,6 @@ private slots:
         QCOMPARE(checks[0][0].value<UpdateCheckResult>().kind, Kind::UpdateFound);
     }
 
-private:
-    CountingNetwork m_network;
-
     void replayReusesOnePlayerAndRestartsIt() {
         QVERIFY(SoundPlayer::missingSounds(SoundPlayer::resourceDirectory()).isEmpty());
         SoundPlayer player;
@@ -358,6 +355,9 @@ private:
         player.play(AppSound::create);
         QVERIFY(player.cachedPlayer(QStringLiteral("button")));
     }
+
+private:
+    CountingNetwork m_network;
 };
 
 QTEST_GUILESS_MAIN(TestUpdaterController)
