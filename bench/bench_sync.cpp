@@ -19,7 +19,7 @@
 namespace {
 
 using namespace Bench;
-using Board = ConvergenceRun::Board;
+using Board = MirrorBoard;
 
 void convergence(CalDavServer::Kind kind, const char* name, int rounds, quint32 seed) {
     CalDavServer server(kind);

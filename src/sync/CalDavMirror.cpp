@@ -613,6 +613,10 @@ void CalDavMirror::startExport() {
     m_deltas.clear();
     m_changes = m_context.pendingChanges();
     m_changeIndex = 0;
+    m_inFlight = 0;
+    m_listInFlight = false;
+    m_through = QList<bool>(m_changes.size(), false);
+    m_settledCount = 0;
     m_acknowledgeUpTo = 0;
     m_acknowledgedCount = 0;
     // A long upload that was cut short carries on where it got to, and says so.
@@ -620,42 +624,68 @@ void CalDavMirror::startExport() {
     m_blocked = false;
     m_exportError = {};
     begin(MirrorEvent::Type::exportChanges);
+    emit progress(m_progressBase, m_progressBase + m_changes.size());
     exportNext();
 }
 
 void CalDavMirror::exportNext() {
-    if (m_changeIndex >= m_changes.size()) {
-        acknowledge();
-        if (!m_blocked)
-            m_store.setValue(uploadDoneKey, {});
-        finish(m_exportError);
+    // A change that settles at once calls back in here; the loop below carries on for it.
+    if (m_launching)
+        return;
+    m_launching = true;
+    while (m_changeIndex < m_changes.size() && m_inFlight < maxWritesInFlight && !m_listInFlight) {
+        const qsizetype position = m_changeIndex;
+        const RecordChange change = m_changes.at(position);
+        // A list's change goes alone: removing its collection looks at which of its tasks
+        // are still on their way.
+        const bool list = change.kind == RecordChange::Kind::category;
+        if (list && m_inFlight > 0)
+            break;
+        ++m_changeIndex;
+        ++m_inFlight;
+        m_listInFlight = list;
+        QPointer<CalDavMirror> self(this);
+        const auto settled = [this, self, position](const CalDavError& error) {
+            if (!self)
+                return;
+            --m_inFlight;
+            m_listInFlight = false;
+            settle(position, error);
+            exportNext();
+        };
+        if (list)
+            exportCategory(change, settled);
+        else
+            exportTask(change, settled);
+    }
+    m_launching = false;
+    if (m_inFlight > 0 || m_changeIndex < m_changes.size())
+        return;
+    acknowledge();
+    if (!m_blocked)
+        m_store.setValue(uploadDoneKey, {});
+    finish(m_exportError);
+}
+
+void CalDavMirror::settle(qsizetype position, const CalDavError& error) {
+    ++m_settledCount;
+    emit progress(m_progressBase + m_settledCount, m_progressBase + m_changes.size());
+    if (error.isError()) {
+        m_blocked = true;
+        if (!m_exportError.isError())
+            m_exportError = error;
+        if (stopsExport(error))
+            m_changeIndex = m_changes.size();
         return;
     }
-    const qsizetype position = m_changeIndex++;
-    const RecordChange change = m_changes.at(position);
-    emit progress(m_progressBase + position, m_progressBase + m_changes.size());
-    QPointer<CalDavMirror> self(this);
-    const auto settled = [this, self, change, position](const CalDavError& error) {
-        if (!self)
-            return;
-        if (error.isError()) {
-            m_blocked = true;
-            if (!m_exportError.isError())
-                m_exportError = error;
-            if (stopsExport(error))
-                m_changeIndex = m_changes.size();
-        } else if (!m_blocked) {
-            m_acknowledgeUpTo = change.seq;
-            m_acknowledgedCount = position + 1;
-            if (m_acknowledgedCount % acknowledgeEvery == 0)
-                acknowledge();
-        }
-        exportNext();
-    };
-    if (change.kind == RecordChange::Kind::task)
-        exportTask(change, settled);
-    else
-        exportCategory(change, settled);
+    // Writes finish out of order; the log is acknowledged only up to the first change not yet
+    // through, so a quit or a failure resends from there and skips nothing.
+    m_through[position] = true;
+    const qsizetype before = m_acknowledgedCount;
+    while (m_acknowledgedCount < m_changes.size() && m_through.at(m_acknowledgedCount))
+        m_acknowledgeUpTo = m_changes.at(m_acknowledgedCount++).seq;
+    if (m_acknowledgedCount / acknowledgeEvery != before / acknowledgeEvery)
+        acknowledge();
 }
 
 void CalDavMirror::acknowledge() {

@@ -6,46 +6,17 @@
 // both boards and the server must hold the same tasks, field for field. Shared by the test
 // and the benchmark.
 
-#include "CalDavMirror.h"
 #include "Clock.h"
 #include "FaultProxy.h"
 #include "IsoCalendar.h"
-#include "Notifications.h"
+#include "MirrorBoard.h"
 #include "TaskCategory.h"
-#include "TaskItem.h"
-#include "VtodoCodec.h"
 
 #include <QElapsedTimer>
-#include <QNetworkAccessManager>
-#include <QSignalSpy>
 
 class ConvergenceRun {
 public:
-    struct Board {
-        Board(const QString& path, const QUrl& server, QNetworkAccessManager* network,
-              const Clock& clock)
-            : context(ModelContext::open(path, nullptr))
-            , client(network) {
-            QString error;
-            if (!context || !store.open(*context, &error))
-                qFatal("cannot open %s: %s", qPrintable(path), qPrintable(error));
-            client.setAccount({server, QStringLiteral("alice"), QStringLiteral("s3cret pässword")});
-            client.setTimeout(15000);
-            mirror = std::make_unique<CalDavMirror>(*context, store, client, clock, hub);
-        }
-        bool sync(int timeoutMs = 60000) {
-            QSignalSpy finished(mirror.get(), &CalDavMirror::finished);
-            mirror->sync();
-            if (!finished.wait(timeoutMs))
-                qFatal("a sync never ended");
-            return finished.first().first().toBool();
-        }
-        NotificationHub hub;
-        std::unique_ptr<ModelContext> context;
-        MirrorStore store;
-        CalDavClient client;
-        std::unique_ptr<CalDavMirror> mirror;
-    };
+    using Board = MirrorBoard;
 
     struct Figures {
         int edits = 0;
@@ -173,14 +144,7 @@ private:
         for (const MirrorStore::Collection& collection : m_a->store.collections()) {
             const TaskCategory* list =
                 collection.categoryId ? m_a->context->category(*collection.categoryId) : nullptr;
-            std::optional<QList<CalendarItem>> items;
-            m_a->client.listItems(collection.url, true,
-                                  [&](const CalDavError& error, const QList<CalendarItem>& found) {
-                                      items = error.isError() ? QList<CalendarItem>() : found;
-                                  });
-            if (!QTest::qWaitFor([&] { return items.has_value(); }, 20000))
-                return QStringLiteral("the server did not list %1").arg(collection.url.path());
-            for (const CalendarItem& item : *items) {
+            for (const CalendarItem& item : m_a->serverItems(collection.url)) {
                 TaskFields fields;
                 QString why;
                 if (!VtodoCodec::decode(item.data, &fields, &why))
