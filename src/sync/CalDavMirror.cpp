@@ -343,40 +343,25 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
     // Without a usable token: the ETags of everything, and the texts of what is new or
     // changed since we last read it.
     const auto fullListing = [this, self, collection, server, done] {
-        m_client.listItems(
-            collection.url, false,
-            [this, self, collection, server, done](const CalDavError& error,
-                                                   const QList<CalendarItem>& listed) {
-                if (!self)
-                    return;
-                Delta delta{collection, server.syncToken, {}, {}};
-                delta.collection.ctag = server.ctag;
-                if (error.isError()) {
-                    done(error, delta);
-                    return;
-                }
-                const QList<MirrorStore::Item> known = m_store.itemsIn(collection.url);
-                // A server that suddenly lists nothing is not believed: the board stays.
-                if (!listed.isEmpty()) {
-                    for (const MirrorStore::Item& item : known) {
-                        const bool there =
-                            std::any_of(listed.cbegin(), listed.cend(), [&](const CalendarItem& i) {
-                                return sameUrl(i.url, item.href);
-                            });
-                        if (!there)
-                            delta.removed.append(item.href);
-                    }
-                } else if (!known.isEmpty()) {
-                    qCWarning(lcSync)
-                        << collection.url.path() << "lists nothing; nothing is deleted";
-                }
-                for (const CalendarItem& item : listed) {
-                    const auto binding = m_store.itemAt(item.url);
-                    if (!binding || binding->etag != item.etag)
-                        delta.changed.append(item);
-                }
-                fillTexts(delta, done);
-            });
+        m_client.listItems(collection.url, false,
+                           [this, self, collection, server,
+                            done](const CalDavError& error, const QList<CalendarItem>& listed) {
+                               if (!self)
+                                   return;
+                               Delta delta{collection, server.syncToken, {}, {}};
+                               delta.collection.ctag = server.ctag;
+                               if (error.isError()) {
+                                   done(error, delta);
+                                   return;
+                               }
+                               addUnlisted(delta, listed);
+                               for (const CalendarItem& item : listed) {
+                                   const auto binding = m_store.itemAt(item.url);
+                                   if (!binding || binding->etag != item.etag)
+                                       delta.changed.append(item);
+                               }
+                               fillTexts(delta, done);
+                           });
     };
     m_client.syncCollection(
         collection.url, collection.syncToken,
@@ -395,8 +380,30 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                 done(error, delta);
                 return;
             }
+            // Without a token the server lists what is there and names nothing that went
+            // (a token forgotten after a refused DELETE): what we hold and it no longer has
+            // was deleted there.
+            if (collection.syncToken.isEmpty())
+                addUnlisted(delta, sync.changed);
             fillTexts(delta, done);
         });
+}
+
+void CalDavMirror::addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const {
+    const QList<MirrorStore::Item> known = m_store.itemsIn(delta.collection.url);
+    // A server that suddenly lists nothing is not believed: the board stays.
+    if (listed.isEmpty()) {
+        if (!known.isEmpty())
+            qCWarning(lcSync) << delta.collection.url.path() << "lists nothing; nothing is deleted";
+        return;
+    }
+    QSet<QString> there;
+    for (const CalendarItem& item : listed)
+        there.insert(pathKey(item.url));
+    for (const MirrorStore::Item& item : known) {
+        if (!there.contains(pathKey(item.href)))
+            delta.removed.append(item.href);
+    }
 }
 
 void CalDavMirror::fillTexts(const Delta& delta,

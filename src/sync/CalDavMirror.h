@@ -65,6 +65,8 @@ private:
     void importNext(qsizetype index);
     void fetchDelta(const MirrorStore::Collection& collection,
                     const std::function<void(const CalDavError&, const Delta&)>& done);
+    // A listing of a whole collection: adds what we hold there and it lacks to the removals.
+    void addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const;
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();

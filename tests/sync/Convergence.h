@@ -156,16 +156,11 @@ private:
         }
         for (Board* board : {m_a.get(), m_b.get()}) {
             const QString side = board == m_a.get() ? QStringLiteral("A") : QStringLiteral("B");
-            if (board->context->tasks().size() != server.size())
-                return QStringLiteral("%1 holds %2 tasks, the server %3")
-                    .arg(side)
-                    .arg(board->context->tasks().size())
-                    .arg(server.size());
             for (const TaskItem* task : board->context->tasks()) {
                 const auto there = server.constFind(task->id());
                 if (there == server.cend())
-                    return QStringLiteral("%1's \"%2\" is not on the server")
-                        .arg(side, task->title());
+                    return QStringLiteral("%1's \"%2\" %3 is not on the server")
+                        .arg(side, task->title(), task->id().toString());
                 const TaskFields here = TaskFields::fromTask(*task);
                 if (!here.sameContent(there->first)) {
                     const TaskFields& t = there->first;
@@ -181,6 +176,12 @@ private:
                     return QStringLiteral("%1's \"%2\" is in %3, on the server in %4")
                         .arg(side, task->title(), listName(task->category()), there->second);
             }
+            // Every task here is on the server; the server holds none more.
+            if (board->context->tasks().size() != server.size())
+                return QStringLiteral("%1 holds %2 tasks, the server %3")
+                    .arg(side)
+                    .arg(board->context->tasks().size())
+                    .arg(server.size());
         }
         return {};
     }

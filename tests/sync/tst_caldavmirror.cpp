@@ -159,6 +159,22 @@ private slots:
         QCOMPARE(gets, 1);
         QCOMPARE(m_b->context->tasks().size(), 2);
         QVERIFY(m_b->titled(QStringLiteral("Report v2")));
+
+        // A token forgotten (after a refused DELETE) lists everything anew, and a task deleted
+        // there meanwhile still leaves.
+        auto* slides = new TaskItem(QStringLiteral("Slides"), 3, m_clock.now());
+        slides->setCategory(report->category());
+        m_a->context->insert(slides);
+        m_a->context->remove(report);
+        QVERIFY(m_a->context->save());
+        QVERIFY(m_a->sync());
+        for (MirrorStore::Collection c : m_b->store.collections()) {
+            c.syncToken.clear();
+            m_b->store.putCollection(c);
+        }
+        QVERIFY(m_b->sync());
+        QVERIFY(!m_b->titled(QStringLiteral("Report v2")));
+        QCOMPARE(m_b->context->tasks().size(), 2);
     }
 
     // One UID at two hrefs in two collections (a move whose DELETE was lost, another
