@@ -340,10 +340,11 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
     QPointer<CalDavMirror> self(this);
     const CalendarCollection server =
         m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
-    // Without a usable token: the ETags of everything, and the texts of what is new or
-    // changed since we last read it.
-    const auto fullListing = [this, self, collection, server, done] {
-        m_client.listItems(collection.url, false,
+    // Without a usable token: everything the collection holds, and what we hold there and it
+    // no longer lists was deleted there. The token is the one read before the listing, so
+    // nothing that changes meanwhile is skipped.
+    const auto fullListing = [this, self, collection, server, done](bool withData) {
+        m_client.listItems(collection.url, withData,
                            [this, self, collection, server,
                             done](const CalDavError& error, const QList<CalendarItem>& listed) {
                                if (!self)
@@ -363,30 +364,30 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                                fillTexts(delta, done);
                            });
     };
-    m_client.syncCollection(
-        collection.url, collection.syncToken,
-        [this, self, collection, server, done, fullListing](const CalDavError& error,
-                                                            const SyncDelta& sync) {
-            if (!self)
-                return;
-            if (error.kind == CalDavError::Kind::tokenRefused ||
-                (error.isError() && collection.syncToken.isEmpty() && !stopsExport(error))) {
-                fullListing();
-                return;
-            }
-            Delta delta{collection, sync.token, sync.changed, sync.removed};
-            delta.collection.ctag = server.ctag;
-            if (error.isError()) {
-                done(error, delta);
-                return;
-            }
-            // Without a token the server lists what is there and names nothing that went
-            // (a token forgotten after a refused DELETE): what we hold and it no longer has
-            // was deleted there.
-            if (collection.syncToken.isEmpty())
-                addUnlisted(delta, sync.changed);
-            fillTexts(delta, done);
-        });
+    // A first import takes every text in that one listing (a sync-collection from nothing
+    // costs Radicale several times as long); a collection we already hold lists ETags only
+    // and fetches what changed.
+    if (collection.syncToken.isEmpty()) {
+        fullListing(m_store.itemsIn(collection.url).isEmpty());
+        return;
+    }
+    m_client.syncCollection(collection.url, collection.syncToken,
+                            [this, self, collection, server, done,
+                             fullListing](const CalDavError& error, const SyncDelta& sync) {
+                                if (!self)
+                                    return;
+                                if (error.kind == CalDavError::Kind::tokenRefused) {
+                                    fullListing(false);
+                                    return;
+                                }
+                                Delta delta{collection, sync.token, sync.changed, sync.removed};
+                                delta.collection.ctag = server.ctag;
+                                if (error.isError()) {
+                                    done(error, delta);
+                                    return;
+                                }
+                                fillTexts(delta, done);
+                            });
 }
 
 void CalDavMirror::addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const {

@@ -48,23 +48,11 @@ if step == "read":
 
     # todoman, through vdirsyncer: sees the renamed task in its list, completes it, adds one.
     with open(os.path.join(work, "vdirsyncer"), "w") as config:
-        config.write(f"""[general]
-status_path = "{work}/status/"
-[pair tavik]
-a = "local"
-b = "server"
-collections = ["from b"]
-metadata = ["displayname"]
-[storage local]
-type = "filesystem"
-path = "{work}/calendars/"
-fileext = ".ics"
-[storage server]
-type = "caldav"
-url = "{url}"
-username = "{user}"
-password = "{password}"
-""")
+        config.write(f'[general]\nstatus_path = "{work}/status/"\n[pair tavik]\na = "local"\n'
+                     f'b = "server"\ncollections = ["from b"]\nmetadata = ["displayname"]\n'
+                     f'[storage local]\ntype = "filesystem"\npath = "{work}/calendars/"\n'
+                     f'fileext = ".ics"\n[storage server]\ntype = "caldav"\nurl = "{url}"\n'
+                     f'username = "{user}"\npassword = "{password}"\n')
     with open(os.path.join(work, "todoman.py"), "w") as config:
         config.write(f'path = "{work}/calendars/*"\ndate_format = "%Y-%m-%d"\n'
                      'time_format = "%H:%M"\ndefault_list = "Home"\n')
