@@ -19,8 +19,8 @@ packages=(
     # headless desktop for tests: X server, input, session bus, mocks, keyring, tray
     xvfb xauth xdotool dbus dbus-x11 python3-dbusmock gnome-keyring libsecret-tools
     dunst tint2 imagemagick openbox
-    # CalDAV servers the sync tests run on loopback
-    radicale xandikos
+    # CalDAV servers the sync tests run on loopback, and other clients they meet there
+    radicale xandikos python3-caldav vdirsyncer todoman
     # looking into a store by hand
     sqlite3
     # the command line benchmark's peer and its memory figures (bench_commandline)

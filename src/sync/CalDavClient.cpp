@@ -147,6 +147,15 @@ void CalDavClient::discover(const HomeDone& done) {
     findPrincipal({server.resolved(QUrl(QStringLiteral("/.well-known/caldav"))), server}, done);
 }
 
+CalDavError CalDavClient::readMultiStatus(const Reply& reply, DavMultiStatus* status) {
+    if (reply.error.isError())
+        return reply.error;
+    QString why;
+    if (!status->parse(reply.body, reply.url, &why))
+        return CalDavError::protocol(reply.status, why);
+    return {};
+}
+
 void CalDavClient::findPrincipal(const QList<QUrl>& candidates, const HomeDone& done) {
     const QUrl url = candidates.first();
     const QList<QUrl> rest = candidates.mid(1);
@@ -209,14 +218,9 @@ void CalDavClient::listCollections(const QUrl& home, const CollectionsDone& done
                              "<A:calendar-order/><CS:getctag/><D:sync-token/>"
                              "<C:supported-calendar-component-set/>";
     dav("PROPFIND", home, "1", propfind(props), [home, done](const Reply& reply) {
-        if (reply.error.isError()) {
-            done(reply.error, {});
-            return;
-        }
         DavMultiStatus status;
-        QString why;
-        if (!status.parse(reply.body, reply.url, &why)) {
-            done(CalDavError::protocol(reply.status, why), {});
+        if (const CalDavError error = readMultiStatus(reply, &status); error.isError()) {
+            done(error, {});
             return;
         }
         QList<CalendarCollection> collections;
@@ -265,14 +269,13 @@ void CalDavClient::updateCollection(const CalendarCollection& collection, const 
     const QByteArray body = xmlHeader + "<D:propertyupdate " + namespaces + "><D:set><D:prop>" +
                             collectionProps(collection) + "</D:prop></D:set></D:propertyupdate>";
     dav("PROPPATCH", collection.url, "0", body, [done](const Reply& reply) {
+        DavMultiStatus status;
         if (reply.error.isError() || reply.status != 207) {
             done(reply.error);
             return;
         }
-        DavMultiStatus status;
-        QString why;
-        if (!status.parse(reply.body, reply.url, &why)) {
-            done(CalDavError::protocol(reply.status, why));
+        if (const CalDavError error = readMultiStatus(reply, &status); error.isError()) {
+            done(error);
             return;
         }
         for (const DavResponse& response : status.responses) {
@@ -338,14 +341,9 @@ void CalDavClient::listItems(const QUrl& collection, bool withData, const ItemsD
                             "<C:comp-filter name=\"VTODO\"/></C:comp-filter></C:filter>"
                             "</C:calendar-query>";
     dav("REPORT", collection, "1", body, [collection, done](const Reply& reply) {
-        if (reply.error.isError()) {
-            done(reply.error, {});
-            return;
-        }
         DavMultiStatus status;
-        QString why;
-        if (!status.parse(reply.body, reply.url, &why)) {
-            done(CalDavError::protocol(reply.status, why), {});
+        if (const CalDavError error = readMultiStatus(reply, &status); error.isError()) {
+            done(error, {});
             return;
         }
         QList<CalendarItem> items;

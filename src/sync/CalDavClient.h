@@ -13,6 +13,7 @@
 #include <QUrl>
 #include <functional>
 
+struct DavMultiStatus;
 class QNetworkAccessManager;
 class QNetworkReply;
 
@@ -86,6 +87,8 @@ private:
               int redirects = 0);
     void dav(const QByteArray& method, const QUrl& url, const char* depth, const QByteArray& body,
              const Handler& handler);
+    // The reply's Multi-Status parsed into `status`, or the error that stands for it.
+    static CalDavError readMultiStatus(const Reply& reply, DavMultiStatus* status);
     void findPrincipal(const QList<QUrl>& candidates, const HomeDone& done);
 
     QNetworkAccessManager* m_network;

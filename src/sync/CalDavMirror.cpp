@@ -342,63 +342,71 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
     QPointer<CalDavMirror> self(this);
     const CalendarCollection server =
         m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
-    // Without a usable token: the ETags of everything, and the texts of what is new or
-    // changed since we last read it.
-    const auto fullListing = [this, self, collection, server, done] {
-        m_client.listItems(
-            collection.url, false,
-            [this, self, collection, server, done](const CalDavError& error,
-                                                   const QList<CalendarItem>& listed) {
-                if (!self)
-                    return;
-                Delta delta{collection, server.syncToken, {}, {}};
-                delta.collection.ctag = server.ctag;
-                if (error.isError()) {
-                    done(error, delta);
-                    return;
-                }
-                const QList<MirrorStore::Item> known = m_store.itemsIn(collection.url);
-                // A server that suddenly lists nothing is not believed: the board stays.
-                if (!listed.isEmpty()) {
-                    for (const MirrorStore::Item& item : known) {
-                        const bool there =
-                            std::any_of(listed.cbegin(), listed.cend(), [&](const CalendarItem& i) {
-                                return sameUrl(i.url, item.href);
-                            });
-                        if (!there)
-                            delta.removed.append(item.href);
-                    }
-                } else if (!known.isEmpty()) {
-                    qCWarning(lcSync)
-                        << collection.url.path() << "lists nothing; nothing is deleted";
-                }
-                for (const CalendarItem& item : listed) {
-                    const auto binding = m_store.itemAt(item.url);
-                    if (!binding || binding->etag != item.etag)
-                        delta.changed.append(item);
-                }
-                fillTexts(delta, done);
-            });
+    // Without a usable token: everything the collection holds, and what we hold there and it
+    // no longer lists was deleted there. The token is the one read before the listing, so
+    // nothing that changes meanwhile is skipped.
+    const auto fullListing = [this, self, collection, server, done](bool withData) {
+        m_client.listItems(collection.url, withData,
+                           [this, self, collection, server,
+                            done](const CalDavError& error, const QList<CalendarItem>& listed) {
+                               if (!self)
+                                   return;
+                               Delta delta{collection, server.syncToken, {}, {}};
+                               delta.collection.ctag = server.ctag;
+                               if (error.isError()) {
+                                   done(error, delta);
+                                   return;
+                               }
+                               addUnlisted(delta, listed);
+                               for (const CalendarItem& item : listed) {
+                                   const auto binding = m_store.itemAt(item.url);
+                                   if (!binding || binding->etag != item.etag)
+                                       delta.changed.append(item);
+                               }
+                               fillTexts(delta, done);
+                           });
     };
-    m_client.syncCollection(
-        collection.url, collection.syncToken,
-        [this, self, collection, server, done, fullListing](const CalDavError& error,
-                                                            const SyncDelta& sync) {
-            if (!self)
-                return;
-            if (error.kind == CalDavError::Kind::tokenRefused ||
-                (error.isError() && collection.syncToken.isEmpty() && !stopsExport(error))) {
-                fullListing();
-                return;
-            }
-            Delta delta{collection, sync.token, sync.changed, sync.removed};
-            delta.collection.ctag = server.ctag;
-            if (error.isError()) {
-                done(error, delta);
-                return;
-            }
-            fillTexts(delta, done);
-        });
+    // A first import takes every text in that one listing (a sync-collection from nothing
+    // costs Radicale several times as long); a collection we already hold lists ETags only
+    // and fetches what changed.
+    if (collection.syncToken.isEmpty()) {
+        fullListing(m_store.itemsIn(collection.url).isEmpty());
+        return;
+    }
+    m_client.syncCollection(collection.url, collection.syncToken,
+                            [this, self, collection, server, done,
+                             fullListing](const CalDavError& error, const SyncDelta& sync) {
+                                if (!self)
+                                    return;
+                                if (error.kind == CalDavError::Kind::tokenRefused) {
+                                    fullListing(false);
+                                    return;
+                                }
+                                Delta delta{collection, sync.token, sync.changed, sync.removed};
+                                delta.collection.ctag = server.ctag;
+                                if (error.isError()) {
+                                    done(error, delta);
+                                    return;
+                                }
+                                fillTexts(delta, done);
+                            });
+}
+
+void CalDavMirror::addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const {
+    const QList<MirrorStore::Item> known = m_store.itemsIn(delta.collection.url);
+    // A server that suddenly lists nothing is not believed: the board stays.
+    if (listed.isEmpty()) {
+        if (!known.isEmpty())
+            qCWarning(lcSync) << delta.collection.url.path() << "lists nothing; nothing is deleted";
+        return;
+    }
+    QSet<QString> there;
+    for (const CalendarItem& item : listed)
+        there.insert(pathKey(item.url));
+    for (const MirrorStore::Item& item : known) {
+        if (!there.contains(pathKey(item.href)))
+            delta.removed.append(item.href);
+    }
 }
 
 void CalDavMirror::fillTexts(const Delta& delta,
@@ -615,6 +623,10 @@ void CalDavMirror::startExport() {
     m_deltas.clear();
     m_changes = m_context.pendingChanges();
     m_changeIndex = 0;
+    m_inFlight = 0;
+    m_listInFlight = false;
+    m_through = QList<bool>(m_changes.size(), false);
+    m_settledCount = 0;
     m_acknowledgeUpTo = 0;
     m_acknowledgedCount = 0;
     // A long upload that was cut short carries on where it got to, and says so.
@@ -622,42 +634,68 @@ void CalDavMirror::startExport() {
     m_blocked = false;
     m_exportError = {};
     begin(MirrorEvent::Type::exportChanges);
+    emit progress(m_progressBase, m_progressBase + m_changes.size());
     exportNext();
 }
 
 void CalDavMirror::exportNext() {
-    if (m_changeIndex >= m_changes.size()) {
-        acknowledge();
-        if (!m_blocked)
-            m_store.setValue(uploadDoneKey, {});
-        finish(m_exportError);
+    // A change that settles at once calls back in here; the loop below carries on for it.
+    if (m_launching)
+        return;
+    m_launching = true;
+    while (m_changeIndex < m_changes.size() && m_inFlight < maxWritesInFlight && !m_listInFlight) {
+        const qsizetype position = m_changeIndex;
+        const RecordChange change = m_changes.at(position);
+        // A list's change goes alone: removing its collection looks at which of its tasks
+        // are still on their way.
+        const bool list = change.kind == RecordChange::Kind::category;
+        if (list && m_inFlight > 0)
+            break;
+        ++m_changeIndex;
+        ++m_inFlight;
+        m_listInFlight = list;
+        QPointer<CalDavMirror> self(this);
+        const auto settled = [this, self, position](const CalDavError& error) {
+            if (!self)
+                return;
+            --m_inFlight;
+            m_listInFlight = false;
+            settle(position, error);
+            exportNext();
+        };
+        if (list)
+            exportCategory(change, settled);
+        else
+            exportTask(change, settled);
+    }
+    m_launching = false;
+    if (m_inFlight > 0 || m_changeIndex < m_changes.size())
+        return;
+    acknowledge();
+    if (!m_blocked)
+        m_store.setValue(uploadDoneKey, {});
+    finish(m_exportError);
+}
+
+void CalDavMirror::settle(qsizetype position, const CalDavError& error) {
+    ++m_settledCount;
+    emit progress(m_progressBase + m_settledCount, m_progressBase + m_changes.size());
+    if (error.isError()) {
+        m_blocked = true;
+        if (!m_exportError.isError())
+            m_exportError = error;
+        if (stopsExport(error))
+            m_changeIndex = m_changes.size();
         return;
     }
-    const qsizetype position = m_changeIndex++;
-    const RecordChange change = m_changes.at(position);
-    emit progress(m_progressBase + position, m_progressBase + m_changes.size());
-    QPointer<CalDavMirror> self(this);
-    const auto settled = [this, self, change, position](const CalDavError& error) {
-        if (!self)
-            return;
-        if (error.isError()) {
-            m_blocked = true;
-            if (!m_exportError.isError())
-                m_exportError = error;
-            if (stopsExport(error))
-                m_changeIndex = m_changes.size();
-        } else if (!m_blocked) {
-            m_acknowledgeUpTo = change.seq;
-            m_acknowledgedCount = position + 1;
-            if (m_acknowledgedCount % acknowledgeEvery == 0)
-                acknowledge();
-        }
-        exportNext();
-    };
-    if (change.kind == RecordChange::Kind::task)
-        exportTask(change, settled);
-    else
-        exportCategory(change, settled);
+    // Writes finish out of order; the log is acknowledged only up to the first change not yet
+    // through, so a quit or a failure resends from there and skips nothing.
+    m_through[position] = true;
+    const qsizetype before = m_acknowledgedCount;
+    while (m_acknowledgedCount < m_changes.size() && m_through.at(m_acknowledgedCount))
+        m_acknowledgeUpTo = m_changes.at(m_acknowledgedCount++).seq;
+    if (m_acknowledgedCount / acknowledgeEvery != before / acknowledgeEvery)
+        acknowledge();
 }
 
 void CalDavMirror::acknowledge() {

@@ -25,6 +25,8 @@ class CalDavMirror : public QObject {
     Q_OBJECT
 public:
     static constexpr int maxConflictRetries = 3;
+    // Writes on their way at once: as many as Qt keeps connections to one server.
+    static constexpr int maxWritesInFlight = 6;
 
     CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
                  const Clock& clock, NotificationHub& hub, QObject* parent = nullptr);
@@ -39,7 +41,7 @@ signals:
     void eventChanged(const MirrorEvent& event);
     // After each sync, whether every step went well.
     void finished(bool ok);
-    // How far the export is: `done` of `total` changes sent (a first upload can be long).
+    // How far the export is: `done` of `total` changes through (a first upload can be long).
     void progress(qsizetype done, qsizetype total);
 
 private:
@@ -63,6 +65,8 @@ private:
     void importNext(qsizetype index);
     void fetchDelta(const MirrorStore::Collection& collection,
                     const std::function<void(const CalDavError&, const Delta&)>& done);
+    // A listing of a whole collection: adds what we hold there and it lacks to the removals.
+    void addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const;
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();
@@ -71,7 +75,9 @@ private:
     // Deletes the second copies the import found, then starts the export.
     void removeStrays();
     void startExport();
+    // Sends the next changes, a bounded number at once; finishes the sync after the last.
     void exportNext();
+    void settle(qsizetype position, const CalDavError& error);
     void exportTask(const RecordChange& change,
                     const std::function<void(const CalDavError&)>& done);
     void exportCategory(const RecordChange& change,
@@ -112,7 +118,12 @@ private:
     QList<Delta> m_deltas;
     QList<CalendarItem> m_strays; // second hrefs of one UID, to delete after the import
     QList<RecordChange> m_changes;
-    qsizetype m_changeIndex = 0;
+    qsizetype m_changeIndex = 0; // the next change to send
+    int m_inFlight = 0;
+    bool m_listInFlight = false;
+    bool m_launching = false;
+    QList<bool> m_through; // per change: written without error
+    qsizetype m_settledCount = 0;
     qint64 m_acknowledgeUpTo = 0;
     qsizetype m_acknowledgedCount = 0; // changes of this export acknowledged so far
     qint64 m_progressBase = 0;         // changes sent by an earlier, unfinished export

@@ -6,46 +6,17 @@
 // both boards and the server must hold the same tasks, field for field. Shared by the test
 // and the benchmark.
 
-#include "CalDavMirror.h"
 #include "Clock.h"
 #include "FaultProxy.h"
 #include "IsoCalendar.h"
-#include "Notifications.h"
+#include "MirrorBoard.h"
 #include "TaskCategory.h"
-#include "TaskItem.h"
-#include "VtodoCodec.h"
 
 #include <QElapsedTimer>
-#include <QNetworkAccessManager>
-#include <QSignalSpy>
 
 class ConvergenceRun {
 public:
-    struct Board {
-        Board(const QString& path, const QUrl& server, QNetworkAccessManager* network,
-              const Clock& clock)
-            : context(ModelContext::open(path, nullptr))
-            , client(network) {
-            QString error;
-            if (!context || !store.open(*context, &error))
-                qFatal("cannot open %s: %s", qPrintable(path), qPrintable(error));
-            client.setAccount({server, QStringLiteral("alice"), QStringLiteral("s3cret pässword")});
-            client.setTimeout(15000);
-            mirror = std::make_unique<CalDavMirror>(*context, store, client, clock, hub);
-        }
-        bool sync(int timeoutMs = 60000) {
-            QSignalSpy finished(mirror.get(), &CalDavMirror::finished);
-            mirror->sync();
-            if (!finished.wait(timeoutMs))
-                qFatal("a sync never ended");
-            return finished.first().first().toBool();
-        }
-        NotificationHub hub;
-        std::unique_ptr<ModelContext> context;
-        MirrorStore store;
-        CalDavClient client;
-        std::unique_ptr<CalDavMirror> mirror;
-    };
+    using Board = MirrorBoard;
 
     struct Figures {
         int edits = 0;
@@ -173,14 +144,7 @@ private:
         for (const MirrorStore::Collection& collection : m_a->store.collections()) {
             const TaskCategory* list =
                 collection.categoryId ? m_a->context->category(*collection.categoryId) : nullptr;
-            std::optional<QList<CalendarItem>> items;
-            m_a->client.listItems(collection.url, true,
-                                  [&](const CalDavError& error, const QList<CalendarItem>& found) {
-                                      items = error.isError() ? QList<CalendarItem>() : found;
-                                  });
-            if (!QTest::qWaitFor([&] { return items.has_value(); }, 20000))
-                return QStringLiteral("the server did not list %1").arg(collection.url.path());
-            for (const CalendarItem& item : *items) {
+            for (const CalendarItem& item : m_a->serverItems(collection.url)) {
                 TaskFields fields;
                 QString why;
                 if (!VtodoCodec::decode(item.data, &fields, &why))
@@ -192,16 +156,11 @@ private:
         }
         for (Board* board : {m_a.get(), m_b.get()}) {
             const QString side = board == m_a.get() ? QStringLiteral("A") : QStringLiteral("B");
-            if (board->context->tasks().size() != server.size())
-                return QStringLiteral("%1 holds %2 tasks, the server %3")
-                    .arg(side)
-                    .arg(board->context->tasks().size())
-                    .arg(server.size());
             for (const TaskItem* task : board->context->tasks()) {
                 const auto there = server.constFind(task->id());
                 if (there == server.cend())
-                    return QStringLiteral("%1's \"%2\" is not on the server")
-                        .arg(side, task->title());
+                    return QStringLiteral("%1's \"%2\" %3 is not on the server")
+                        .arg(side, task->title(), task->id().toString());
                 const TaskFields here = TaskFields::fromTask(*task);
                 if (!here.sameContent(there->first)) {
                     const TaskFields& t = there->first;
@@ -217,6 +176,12 @@ private:
                     return QStringLiteral("%1's \"%2\" is in %3, on the server in %4")
                         .arg(side, task->title(), listName(task->category()), there->second);
             }
+            // Every task here is on the server; the server holds none more.
+            if (board->context->tasks().size() != server.size())
+                return QStringLiteral("%1 holds %2 tasks, the server %3")
+                    .arg(side)
+                    .arg(board->context->tasks().size())
+                    .arg(server.size());
         }
         return {};
     }
