@@ -333,6 +333,26 @@ private slots:
             board->store.item(board->titled(QStringLiteral("Task 0"))->id())->collection);
         QCOMPARE(items.size(), count + 1); // and Milk
     }
+
+    // A board moved to another account goes up there whole, though the first took it all.
+    void anotherAccount() {
+        QFETCH_GLOBAL(CalDavServer::Kind, server);
+        CalDavServer other(server);
+        QVERIFY(other.start());
+        const QString path = m_dir.filePath(QUuid::createUuid().toString(QUuid::Id128));
+        auto board = std::make_unique<MirrorBoard>(path, m_server->url(), &m_network, m_clock);
+        for (int i = 0; i < 3; ++i)
+            board->context->insert(new TaskItem(QStringLiteral("T%1").arg(i), i, m_clock.now()));
+        QVERIFY(board->context->save());
+        QVERIFY(board->sync());
+        board = std::make_unique<MirrorBoard>(path, other.url(), &m_network, m_clock);
+        QVERIFY(board->sync());
+        qsizetype onServer = 0;
+        for (const CalendarCollection& collection : board->serverCollections())
+            onServer += board->serverItems(collection.url).size();
+        QCOMPARE(onServer, 5); // and Milk and Report, which came from the first account
+        QCOMPARE(board->context->tasks().size(), 5);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCalDavMirror)
