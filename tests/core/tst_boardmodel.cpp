@@ -483,30 +483,6 @@ private slots:
         for (int i = 0; i < rows.list.size(); ++i)
             QCOMPARE(rows.list.at(i)->updatedAt(), stamped.contains(i) ? now : created);
     }
-
-    void placedRowStandsBetweenNeighbours() {
-        const QDateTime created = local(2024, 6, 1, 9, 0);
-        Column rows({4, 4, 4, 3, 3, 1}, created);
-        std::vector<std::unique_ptr<TaskItem>> added;
-        const QList<int> spots{0, 3, 3, 7, 1, 5, 2, 10, 4, 4, 4};
-        for (int spot : spots) {
-            added.push_back(std::make_unique<TaskItem>(QStringLiteral("new"), 0, created));
-            TaskItem* task = added.back().get();
-            const TaskItem* before = spot < rows.list.size() ? rows.list.at(spot) : nullptr;
-            const QList<qint64> valuesBefore = rows.values();
-            TaskReorder::place(task, before, rows.list, created);
-
-            const qsizetype at = std::min<qsizetype>(spot, rows.list.size());
-            const QString where = QStringLiteral("spot %1").arg(spot);
-            for (qsizetype i = 0; i < at; ++i)
-                QVERIFY2(rows.list.at(i)->sortIndex() == valuesBefore.at(i), qPrintable(where));
-            if (at > 0)
-                QVERIFY2(rows.list.at(at - 1)->sortIndex() > task->sortIndex(), qPrintable(where));
-            if (at < rows.list.size())
-                QVERIFY2(task->sortIndex() > rows.list.at(at)->sortIndex(), qPrintable(where));
-            rows.list.insert(at, task);
-        }
-    }
 };
 
 QTEST_GUILESS_MAIN(TestBoardModel)

@@ -236,27 +236,6 @@ private slots:
         QCOMPARE(s_lines.size(), 4);
     }
 
-    void nothingToSaveIsQuiet() {
-        NotificationHub hub;
-        QSignalSpy posted(&hub, &NotificationHub::posted);
-        QVERIFY(TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
-        QVERIFY(s_lines.isEmpty());
-        {
-            StoreBlocker blocker(storePath(), Failure::refused);
-            QVERIFY(blocker.block());
-            m_first->setTitle(QStringLiteral("x"));
-            QVERIFY(!TavikPersistence::save(*m_context, QStringLiteral("tasksChanged"), hub));
-            QVERIFY(blocker.unblock());
-        }
-        QString error;
-        auto clean = ModelContext::open(m_dir->filePath(QStringLiteral("clean.store")), &error);
-        QVERIFY2(clean, qPrintable(error));
-        QVERIFY(TavikPersistence::save(*clean, QStringLiteral("tasksChanged"), hub));
-        QVERIFY(TavikPersistence::isFailing(*m_context));
-        QCOMPARE(s_lines.size(), 1);
-        QCOMPARE(posted.size(), 1);
-    }
-
     // Garbage and damaged pages are left as they were by ModelContext (tst_storedamage) and by
     // every command (tst_commandline's "unopenable store" rows); here, a store from a newer
     // version, asked to mirror.

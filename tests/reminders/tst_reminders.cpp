@@ -224,32 +224,6 @@ private slots:
         QCOMPARE(hints.value(QStringLiteral("urgency")).toInt(), 1);
     }
 
-    // A reminder moved to now, a completed task and a cleared reminder withdraw the request.
-    void noRequestForPastOrFinished() {
-        Rig rig(*m_desktop);
-        TaskItem* atNow = rig.addTask(QStringLiteral("now"), start.addSecs(3600));
-        TaskItem* completed = rig.addTask(QStringLiteral("completed"), start.addSecs(3600));
-        TaskItem* cleared = rig.addTask(QStringLiteral("cleared"), start.addSecs(3600));
-        TaskItem* other = rig.addTask(QStringLiteral("other"), start.addSecs(7200));
-        for (TaskItem* task : {atNow, completed, cleared, other})
-            rig.scheduler->sync(task);
-        QVERIFY(rig.settle());
-        QCOMPARE(rig.center->pendingRequests().size(), 4);
-
-        atNow->setReminderAt(rig.clock.now());
-        completed->setCompleted(true, rig.clock.now());
-        cleared->setReminderAt(QDateTime());
-        for (TaskItem* task : {atNow, completed, cleared})
-            rig.scheduler->sync(task);
-
-        QCOMPARE(rig.pendingIdentifiers(), QStringList{ReminderScheduler::identifier(other->id())});
-        QVERIFY(rig.settle());
-        rig.clock.advance(3 * 3600 * 1000);
-        rig.center->checkDue();
-        QTRY_COMPARE(m_desktop->notifyCalls().size(), 1);
-        QCOMPARE(m_desktop->notifyCalls().constFirst().at(3).toString(), QStringLiteral("other"));
-    }
-
     void newestSyncWins_data() { TestData::addRows("syncs.json"); }
 
     void newestSyncWins() {
@@ -261,6 +235,8 @@ private slots:
                 task->setCompleted(step == QLatin1String("complete"), start);
             else if (step.startsWith(QLatin1String("move")))
                 task->setReminderAt(start.addSecs(step.mid(4).toInt() * 60));
+            else if (step == QLatin1String("clear"))
+                task->setReminderAt(QDateTime());
             if (step == QLatin1String("syncAll"))
                 rig.scheduler->syncAll(*rig.context);
             else if (step == QLatin1String("settle"))
