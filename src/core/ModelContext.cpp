@@ -172,14 +172,7 @@ public:
         return run(m_delete) && log(id, kind, true);
     }
 
-private:
-    bool run(QSqlQuery& query) {
-        if (query.exec())
-            return true;
-        m_failed = &query;
-        return false;
-    }
-
+    // Lists the record as changed for the mirror, without writing the record.
     bool log(const QUuid& id, RecordChange::Kind kind, bool deleted) {
         if (!m_logging)
             return true;
@@ -188,6 +181,14 @@ private:
         m_log.addBindValue(deleted ? 1 : 0);
         m_log.addBindValue(++m_seq);
         return run(m_log);
+    }
+
+private:
+    bool run(QSqlQuery& query) {
+        if (query.exec())
+            return true;
+        m_failed = &query;
+        return false;
     }
 
     QSqlQuery m_upsertCategory;
@@ -708,27 +709,18 @@ bool ModelContext::requeueAll() {
     QSqlDatabase& db = d->db;
     if (!db.transaction())
         return false;
-    QSqlQuery log(db);
-    log.prepare(QStringLiteral("INSERT OR REPLACE INTO pending_changes (record_id, kind, deleted,"
-                               " seq) VALUES (?, ?, 0, ?)"));
-    qint64 seq = d->lastChangeSeq;
-    bool ok = true;
-    const auto requeue = [&](const QUuid& id, RecordChange::Kind kind) {
-        log.addBindValue(idText(id));
-        log.addBindValue(static_cast<int>(kind));
-        log.addBindValue(++seq);
-        ok = ok && log.exec();
-    };
+    RecordWriter writer(db, /*logging=*/true, d->lastChangeSeq);
+    bool ok = writer.prepared();
     // Lists first, so that a task's list exists on the server before the task names it.
-    for (const TaskCategory* category : categories())
-        requeue(category->id(), RecordChange::Kind::category);
-    for (const TaskItem* task : tasks())
-        requeue(task->id(), RecordChange::Kind::task);
+    for (auto it = m_categories.cbegin(); ok && it != m_categories.cend(); ++it)
+        ok = writer.log((*it)->id(), RecordChange::Kind::category, false);
+    for (auto it = m_tasks.cbegin(); ok && it != m_tasks.cend(); ++it)
+        ok = writer.log((*it)->id(), RecordChange::Kind::task, false);
     if (!ok || !db.commit()) {
         db.rollback();
         return false;
     }
-    d->lastChangeSeq = seq;
+    d->lastChangeSeq = writer.lastSeq();
     return true;
 }
 
