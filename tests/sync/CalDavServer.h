@@ -4,7 +4,9 @@
 // wrong password is a real 401) or /usr/bin/xandikos, serving a temporary folder on a free
 // port, stopped when the object goes.
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -25,14 +27,35 @@ public:
     ~CalDavServer() { stop(); }
 
     // Starts the server and waits until it accepts connections; again after stop(), on the
-    // same port with the same data.
+    // same port with the same data. A test running beside this one may take a free port
+    // between the probe and the server's bind: then another port is tried.
     bool start() {
-        if (m_port == 0) {
+        if (m_port != 0)
+            return launch();
+        for (int attempt = 0; attempt < 3; ++attempt) {
             QTcpServer probe;
             if (!probe.listen(QHostAddress::LocalHost))
                 return false;
             m_port = probe.serverPort();
+            probe.close();
+            if (launch())
+                return true;
+            stop();
         }
+        return false;
+    }
+
+    void stop() {
+        if (m_process.state() == QProcess::NotRunning)
+            return;
+        m_process.terminate();
+        if (!m_process.waitForFinished(5000))
+            m_process.kill();
+        m_process.waitForFinished(2000);
+    }
+
+private:
+    bool launch() {
         const QString root = m_dir.path();
         if (m_kind == Kind::radicale) {
             write(root + QStringLiteral("/users"), username + QLatin1Char(':') + password + '\n');
@@ -58,27 +81,37 @@ public:
         // A test that crashes must not leave its server running.
         m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
         m_process.start();
+        // Up only when our own process holds the listening socket, not another test's server.
         return m_process.waitForStarted() &&
-               QTest::qWaitFor(
-                   [this] {
-                       QTcpSocket socket;
-                       socket.connectToHost(QHostAddress::LocalHost, m_port);
-                       return socket.waitForConnected(200) ||
-                              m_process.state() != QProcess::Running;
-                   },
-                   15000) &&
-               m_process.state() == QProcess::Running;
+               QTest::qWaitFor([this] { return listening() || !running(); }, 15000) && running();
     }
 
-    void stop() {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.terminate();
-        if (!m_process.waitForFinished(5000))
-            m_process.kill();
-        m_process.waitForFinished(2000);
+    [[nodiscard]] bool running() const { return m_process.state() == QProcess::Running; }
+
+    // Whether the server's process holds the socket listening on the port.
+    [[nodiscard]] bool listening() const {
+        QFile table(QStringLiteral("/proc/net/tcp"));
+        if (!table.open(QIODevice::ReadOnly))
+            return false;
+        const QByteArray local =
+            "0100007F:" + QByteArray::number(m_port, 16).toUpper().rightJustified(4, '0');
+        QByteArray inode;
+        for (const QByteArray& line : table.readAll().split('\n')) {
+            const QList<QByteArray> fields = line.simplified().split(' ');
+            if (fields.size() > 9 && fields.at(1) == local && fields.at(3) == "0A")
+                inode = fields.at(9);
+        }
+        if (inode.isEmpty())
+            return false;
+        const QString fds = QStringLiteral("/proc/%1/fd").arg(m_process.processId());
+        for (const QFileInfo& fd : QDir(fds).entryInfoList(QDir::System))
+            if (fd.symLinkTarget().endsWith(
+                    QStringLiteral("socket:[%1]").arg(QLatin1String(inode))))
+                return true;
+        return false;
     }
 
+public:
     // Both servers as the rows of a data-driven test, in the column "server".
     static void addRows() {
         QTest::addColumn<Kind>("server");
