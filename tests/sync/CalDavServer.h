@@ -94,20 +94,18 @@ private:
         if (!table.open(QIODevice::ReadOnly))
             return false;
         const QByteArray local =
-            "0100007F:" + QByteArray::number(m_port, 16).toUpper().rightJustified(4, '0');
-        QByteArray inode;
+            QStringLiteral("0100007F:%1").arg(m_port, 4, 16, QLatin1Char('0')).toUpper().toLatin1();
+        const QDir fds(QStringLiteral("/proc/%1/fd").arg(m_process.processId()));
         for (const QByteArray& line : table.readAll().split('\n')) {
             const QList<QByteArray> fields = line.simplified().split(' ');
-            if (fields.size() > 9 && fields.at(1) == local && fields.at(3) == "0A")
-                inode = fields.at(9);
+            if (fields.size() > 9 && fields.at(1) == local && fields.at(3) == "0A") {
+                const QString socket =
+                    QStringLiteral("socket:[%1]").arg(QLatin1String(fields.at(9)));
+                for (const QFileInfo& fd : fds.entryInfoList(QDir::System))
+                    if (fd.symLinkTarget().endsWith(socket))
+                        return true;
+            }
         }
-        if (inode.isEmpty())
-            return false;
-        const QString fds = QStringLiteral("/proc/%1/fd").arg(m_process.processId());
-        for (const QFileInfo& fd : QDir(fds).entryInfoList(QDir::System))
-            if (fd.symLinkTarget().endsWith(
-                    QStringLiteral("socket:[%1]").arg(QLatin1String(inode))))
-                return true;
         return false;
     }
 

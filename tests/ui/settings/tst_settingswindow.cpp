@@ -169,27 +169,6 @@ private slots:
         QCOMPARE(window->geometry(), geometry);
     }
 
-    void theHeightFollowsTheSelectedContent() {
-        SettingsWindowController controller(m_engine.get());
-        QQuickWindow* window = controller.window();
-        const QPoint corner(40, 30);
-        window->setPosition(corner);
-        controller.select(QStringLiteral("about"));
-        const int height = window->height();
-
-        tabView(controller, QStringLiteral("general"))->setImplicitHeight(400);
-        QCOMPARE(window->height(), height);
-
-        QQuickItem* about = tabView(controller, QStringLiteral("about"));
-        about->setImplicitHeight(about->implicitHeight() + 40);
-        QCOMPARE(window->height(), height + 40);
-        QCOMPARE(window->position(), corner);
-        QCOMPARE(window->minimumSize(), window->size());
-
-        controller.select(QStringLiteral("general"));
-        QCOMPARE(window->height(), SettingsWindowController::toolbarHeightValue + 400);
-    }
-
     void openingAgainReturnsToGeneralCentred_data() {
         QTest::addColumn<bool>("closeFirst"); // else opened again while the resize runs
         QTest::newRow("closed on About, moved away") << true;
