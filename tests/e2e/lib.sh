@@ -42,7 +42,7 @@ check() { # check NAME COMMAND...
 E2E_PIDS=()
 
 exec 5> >(cat >"$WORK/displayfd")
-Xvfb -displayfd 5 -screen 0 1400x900x24 -nolisten tcp >"$WORK/xvfb.log" 2>&1 &
+Xvfb -displayfd 5 -screen 0 1400x900x24 -nolisten tcp -noreset >"$WORK/xvfb.log" 2>&1 &
 XVFB=$!
 for _ in $(seq 50); do [ -s "$WORK/displayfd" ] && break; sleep 0.1; done
 export DISPLAY=:$(head -n1 "$WORK/displayfd")
