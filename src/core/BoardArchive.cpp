@@ -511,6 +511,16 @@ bool forEachTask(QIODevice& device, const Checked& checked,
     return ok;
 }
 
+bool refuseUnlessEmpty(const ModelContext& context, QString* error) {
+    if (context.tasks().isEmpty() && context.categories().isEmpty())
+        return true;
+    *error = QStringLiteral("the store already holds %1 tasks and %2 lists; "
+                            "a backup is restored only into an empty store")
+                 .arg(context.tasks().size())
+                 .arg(context.categories().size());
+    return false;
+}
+
 } // namespace
 
 std::optional<Checked> check(QIODevice& device, QString* error) {
@@ -546,13 +556,8 @@ std::optional<Records> read(const QByteArray& json, QString* error) {
 bool restore(ModelContext& context, QIODevice& device, const Checked& checked, QString* error) {
     QString ignored;
     QString& message = error ? *error : ignored;
-    if (!context.tasks().isEmpty() || !context.categories().isEmpty()) {
-        message = QStringLiteral("the store already holds %1 tasks and %2 lists; "
-                                 "a backup is restored only into an empty store")
-                      .arg(context.tasks().size())
-                      .arg(context.categories().size());
+    if (!refuseUnlessEmpty(context, &message))
         return false;
-    }
     QString readError;
     const bool written = context.writeThrough(
         [&](ModelContext::RecordSink& sink) {
@@ -575,13 +580,8 @@ bool restore(ModelContext& context, QIODevice& device, const Checked& checked, Q
 bool restore(ModelContext& context, Records records, QString* error) {
     QString ignored;
     QString& message = error ? *error : ignored;
-    if (!context.tasks().isEmpty() || !context.categories().isEmpty()) {
-        message = QStringLiteral("the store already holds %1 tasks and %2 lists; "
-                                 "a backup is restored only into an empty store")
-                      .arg(context.tasks().size())
-                      .arg(context.categories().size());
+    if (!refuseUnlessEmpty(context, &message))
         return false;
-    }
 
     QList<TaskCategory*> categories;
     for (auto& category : records.categories) {
