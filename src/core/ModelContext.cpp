@@ -201,6 +201,30 @@ private:
     qint64 m_seq;
 };
 
+// Runs `write` in one transaction and moves `lastSeq` on only when it is committed. On
+// failure nothing reaches the disk, and `error` says why unless `write` gave up by itself.
+bool writeInTransaction(QSqlDatabase& db, bool logging, qint64& lastSeq,
+                        const std::function<bool(RecordWriter&)>& write, QString* error) {
+    QString ignored;
+    QString& message = error ? *error : ignored;
+    if (!db.transaction()) {
+        message = describe(db.lastError());
+        return false;
+    }
+    RecordWriter writer(db, logging, lastSeq);
+    const bool ok = writer.prepared() && write(writer);
+    if (!ok || !db.commit()) {
+        if (writer.failed())
+            message = describe(writer.failed()->lastError());
+        else if (ok)
+            message = describe(db.lastError());
+        db.rollback();
+        return false;
+    }
+    lastSeq = writer.lastSeq();
+    return true;
+}
+
 } // namespace
 
 struct ModelContext::Private {
@@ -608,38 +632,31 @@ bool ModelContext::save(QString* error) {
     }
     if (!recoverMissingJournal(&message))
         return false;
-    QSqlDatabase& db = d->db;
-
-    if (!db.transaction()) {
-        message = describe(db.lastError());
+    const bool written = writeInTransaction(
+        d->db, m_recordingChanges, d->lastChangeSeq,
+        [this](RecordWriter& writer) {
+            bool ok = true;
+            // Lists first, so that a task never points at a list that is not written yet.
+            for (const TaskCategory* category : std::as_const(d->insertedCategories))
+                ok = ok && writer.write(*category);
+            for (const TaskCategory* category : std::as_const(d->changedCategories))
+                ok = ok && writer.write(*category);
+            for (const TaskItem* task : std::as_const(d->insertedTasks))
+                ok = ok && writer.write(*task);
+            for (const TaskItem* task : std::as_const(d->changedTasks))
+                ok = ok && writer.write(*task);
+            for (const TaskItem* task : std::as_const(d->deletedTasks))
+                ok = ok && writer.remove("tasks", task->m_id, RecordChange::Kind::task);
+            for (const TaskCategory* category : std::as_const(d->deletedCategories))
+                ok =
+                    ok && writer.remove("categories", category->m_id, RecordChange::Kind::category);
+            return ok;
+        },
+        &message);
+    // Everything stays pending; the next save writes it all again.
+    if (!written)
         return false;
-    }
 
-    RecordWriter writer(db, m_recordingChanges, d->lastChangeSeq);
-    bool ok = writer.prepared();
-    // Lists first, so that a task never points at a list that is not written yet.
-    for (auto it = d->insertedCategories.cbegin(); ok && it != d->insertedCategories.cend(); ++it)
-        ok = writer.write(**it);
-    for (auto it = d->changedCategories.cbegin(); ok && it != d->changedCategories.cend(); ++it)
-        ok = writer.write(**it);
-    for (auto it = d->insertedTasks.cbegin(); ok && it != d->insertedTasks.cend(); ++it)
-        ok = writer.write(**it);
-    for (auto it = d->changedTasks.cbegin(); ok && it != d->changedTasks.cend(); ++it)
-        ok = writer.write(**it);
-    for (auto it = d->deletedTasks.cbegin(); ok && it != d->deletedTasks.cend(); ++it)
-        ok = writer.remove("tasks", (*it)->m_id, RecordChange::Kind::task);
-    for (auto it = d->deletedCategories.cbegin(); ok && it != d->deletedCategories.cend(); ++it)
-        ok = writer.remove("categories", (*it)->m_id, RecordChange::Kind::category);
-
-    if (!ok || !db.commit()) {
-        message =
-            writer.failed() ? describe(writer.failed()->lastError()) : describe(db.lastError());
-        // Everything stays pending; the next save writes it all again.
-        db.rollback();
-        return false;
-    }
-
-    d->lastChangeSeq = writer.lastSeq();
     d->insertedTasks.clear();
     d->changedTasks.clear();
     d->deletedTasks.clear();
@@ -664,23 +681,8 @@ bool ModelContext::writeThrough(const std::function<bool(RecordSink&)>& produce,
     }
     if (!recoverMissingJournal(&message))
         return false;
-    QSqlDatabase& db = d->db;
-    if (!db.transaction()) {
-        message = describe(db.lastError());
+    if (!writeInTransaction(d->db, m_recordingChanges, d->lastChangeSeq, produce, &message))
         return false;
-    }
-    RecordWriter writer(db, m_recordingChanges, d->lastChangeSeq);
-    QString produceError;
-    const bool ok = writer.prepared() && produce(writer);
-    if (!ok || !db.commit()) {
-        if (writer.failed())
-            message = describe(writer.failed()->lastError());
-        else if (ok)
-            message = describe(db.lastError());
-        db.rollback();
-        return false;
-    }
-    d->lastChangeSeq = writer.lastSeq();
     if (m_recordingChanges)
         emit changesSaved();
     return true;
@@ -706,22 +708,18 @@ QList<RecordChange> ModelContext::pendingChanges() const {
 }
 
 bool ModelContext::requeueAll() {
-    QSqlDatabase& db = d->db;
-    if (!db.transaction())
-        return false;
-    RecordWriter writer(db, /*logging=*/true, d->lastChangeSeq);
-    bool ok = writer.prepared();
-    // Lists first, so that a task's list exists on the server before the task names it.
-    for (auto it = m_categories.cbegin(); ok && it != m_categories.cend(); ++it)
-        ok = writer.log((*it)->id(), RecordChange::Kind::category, false);
-    for (auto it = m_tasks.cbegin(); ok && it != m_tasks.cend(); ++it)
-        ok = writer.log((*it)->id(), RecordChange::Kind::task, false);
-    if (!ok || !db.commit()) {
-        db.rollback();
-        return false;
-    }
-    d->lastChangeSeq = writer.lastSeq();
-    return true;
+    return writeInTransaction(
+        d->db, /*logging=*/true, d->lastChangeSeq,
+        [this](RecordWriter& writer) {
+            bool ok = true;
+            // Lists first, so that a task's list exists on the server before the task names it.
+            for (const TaskCategory* category : std::as_const(m_categories))
+                ok = ok && writer.log(category->id(), RecordChange::Kind::category, false);
+            for (const TaskItem* task : std::as_const(m_tasks))
+                ok = ok && writer.log(task->id(), RecordChange::Kind::task, false);
+            return ok;
+        },
+        nullptr);
 }
 
 bool ModelContext::acknowledgeChanges(qint64 upToSeq) {
