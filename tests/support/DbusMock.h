@@ -3,13 +3,13 @@
 // A python3-dbusmock server on a session bus of the test's own, started from one of its
 // templates (arguments: the template, then "-p" and its parameters if any).
 
+#include "ServerProcess.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QDeadlineTimer>
-#include <QProcess>
 #include <QProcessEnvironment>
 #include <QStringList>
 #include <QTest>
@@ -34,19 +34,17 @@ public:
         m_process.setProcessEnvironment(environment);
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         // The Debian interpreter: a python3 earlier on PATH may lack the module.
-        m_process.start(QStringLiteral("/usr/bin/python3"),
-                        QStringList{"-m", "dbusmock", "--session", "--template"} + m_arguments);
-        return m_process.waitForStarted(5000) && waitForOwner(true);
+        m_process.setProgram(QStringLiteral("/usr/bin/python3"));
+        m_process.setArguments(QStringList{"-m", "dbusmock", "--session", "--template"} +
+                               m_arguments);
+        return m_process.startUntil([this] { return isOwned(); }, 10000);
     }
 
     void stop() {
         if (m_process.state() == QProcess::NotRunning)
             return;
-        m_process.terminate();
-        if (!m_process.waitForFinished(5000))
-            m_process.kill();
-        m_process.waitForFinished(2000);
-        waitForOwner(false);
+        m_process.stop();
+        (void)QTest::qWaitFor([this] { return !isOwned(); }, 10000);
     }
 
     [[nodiscard]] bool isOwned() const {
@@ -111,20 +109,10 @@ private:
         return map;
     }
 
-    bool waitForOwner(bool owned) const {
-        QDeadlineTimer deadline(10000);
-        while (isOwned() != owned) {
-            if (deadline.hasExpired())
-                return false;
-            QTest::qWait(20);
-        }
-        return true;
-    }
-
     QDBusConnection m_bus;
     QString m_address;
     QStringList m_arguments;
     QString m_name;
     QString m_path;
-    QProcess m_process;
+    ServerProcess m_process;
 };

@@ -7,10 +7,8 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
 #include <memory>
@@ -27,7 +25,7 @@ using MockServer = DbusMock;
 
 struct Desktop {
     QTemporaryDir dir;
-    QProcess daemon;
+    ServerProcess daemon;
     QString address;
     struct Bus {
         QDBusConnection connection{QString()};
@@ -53,12 +51,10 @@ struct Desktop {
                          .arg(dir.path(), services)
                          .toUtf8());
         config.close();
-        daemon.start(QStringLiteral("dbus-daemon"),
-                     {QStringLiteral("--config-file=") + config.fileName(),
-                      QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        while (daemon.waitForStarted(5000) && !daemon.canReadLine() &&
-               daemon.waitForReadyRead(5000)) {
-        }
+        daemon.setProgram(QStringLiteral("dbus-daemon"));
+        daemon.setArguments({QStringLiteral("--config-file=") + config.fileName(),
+                             QStringLiteral("--nofork"), QStringLiteral("--print-address")});
+        (void)daemon.startUntil([this] { return daemon.canReadLine(); }, 5000);
         address = QString::fromUtf8(daemon.readLine()).trimmed();
         bus.connection = QDBusConnection::connectToBus(address, QStringLiteral("tavik-test-bus"));
         server = std::make_unique<MockServer>(
@@ -71,9 +67,7 @@ struct Desktop {
     ~Desktop() {
         server.reset();
         QDBusConnection::disconnectFromBus(bus.connection.name());
-        daemon.terminate();
-        if (!daemon.waitForFinished(3000))
-            daemon.kill();
+        daemon.stop();
     }
 
     [[nodiscard]] bool ready() {

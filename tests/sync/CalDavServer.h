@@ -4,17 +4,16 @@
 // wrong password is a real 401) or /usr/bin/xandikos, serving a temporary folder on a free
 // port, stopped when the object goes.
 
+#include "ServerProcess.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QProcess>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
-#include <csignal>
-#include <sys/prctl.h>
 
 class CalDavServer {
 public:
@@ -24,7 +23,6 @@ public:
 
     explicit CalDavServer(Kind kind)
         : m_kind(kind) {}
-    ~CalDavServer() { stop(); }
 
     // Starts the server and waits until it accepts connections; again after stop(), on the
     // same port with the same data. A test running beside this one may take a free port
@@ -45,14 +43,7 @@ public:
         return false;
     }
 
-    void stop() {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.terminate();
-        if (!m_process.waitForFinished(5000))
-            m_process.kill();
-        m_process.waitForFinished(2000);
-    }
+    void stop() { m_process.stop(); }
 
 private:
     bool launch() {
@@ -78,15 +69,9 @@ private:
             m_process.setArguments(QStringList{"-d", root, "--defaults", "-l", "127.0.0.1", "-p",
                                                QString::number(m_port)});
         }
-        // A test that crashes must not leave its server running.
-        m_process.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-        m_process.start();
         // Up only when our own process holds the listening socket, not another test's server.
-        return m_process.waitForStarted() &&
-               QTest::qWaitFor([this] { return listening() || !running(); }, 15000) && running();
+        return m_process.startUntil([this] { return listening(); }, 15000);
     }
-
-    [[nodiscard]] bool running() const { return m_process.state() == QProcess::Running; }
 
     // Whether the server's process holds the socket listening on the port.
     [[nodiscard]] bool listening() const {
@@ -136,6 +121,6 @@ private:
 
     Kind m_kind;
     QTemporaryDir m_dir;
-    QProcess m_process;
+    ServerProcess m_process;
     quint16 m_port = 0;
 };
