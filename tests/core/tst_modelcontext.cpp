@@ -6,7 +6,6 @@
 #include <QPointer>
 #include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 #include <functional>
 #include <limits>
@@ -18,14 +17,37 @@ constexpr qint64 kMax = std::numeric_limits<qint64>::max();
 
 const QDateTime kNow = QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53, 589), Qt::UTC);
 
-struct Board {
-    std::unique_ptr<ModelContext> context;
-    TaskCategory* work = nullptr;
-    TaskCategory* home = nullptr;
-    TaskItem* a = nullptr; // in work
-    TaskItem* b = nullptr; // in work
-    TaskItem* c = nullptr; // in no list
+// Two lists and three tasks, saved; `context` is null if the save failed.
+struct Board : BoardTest::Store {
+    TaskCategory* work =
+        new TaskCategory(QStringLiteral("工作"), QStringLiteral("FF6B6B"), 0, kNow);
+    TaskCategory* home = new TaskCategory(QStringLiteral("家"), QStringLiteral("4ECDC4"), 1, kNow);
+    TaskItem* a = new TaskItem(QStringLiteral("a"), 3, kNow); // in work
+    TaskItem* b = new TaskItem(QStringLiteral("b"), 2, kNow); // in work
+    TaskItem* c = new TaskItem(QStringLiteral("c"), 1, kNow); // in no list
+
+    Board() {
+        if (!context)
+            return;
+        a->setCategory(work);
+        b->setCategory(work);
+        for (TaskCategory* list : {work, home})
+            context->insert(list);
+        for (TaskItem* task : {a, b, c})
+            context->insert(task);
+        if (!context->save())
+            context.reset();
+    }
 };
+
+void compareContexts(const ModelContext& expected, const ModelContext& actual) {
+    QCOMPARE(BoardTest::snapshot(actual), BoardTest::snapshot(expected));
+    for (const TaskItem* loaded : actual.tasks()) {
+        QCOMPARE(loaded->modelContext(), &actual);
+        if (loaded->category())
+            QCOMPARE(loaded->category(), actual.category(loaded->category()->id()));
+    }
+}
 
 using BoardAction = std::function<void(Board&)>;
 
@@ -42,13 +64,6 @@ private slots:
         qRegisterMetaType<TaskItem*>();
         qRegisterMetaType<TaskCategory*>();
     }
-
-    void init() {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-    }
-
-    void cleanup() { m_dir.reset(); }
 
     void changeSignals_data() {
         QTest::addColumn<BoardAction>("action");
@@ -117,7 +132,7 @@ private slots:
         QFETCH(QList<int>, counts);
         QFETCH(bool, hasChanges);
 
-        Board board = makeBoard();
+        Board board;
         QVERIFY(board.context);
         ModelContext* context = board.context.get();
         QSignalSpy taskInserted(context, &ModelContext::taskInserted);
@@ -139,13 +154,13 @@ private slots:
 
         QString error;
         QVERIFY2(context->save(&error), qPrintable(error));
-        auto reopened = openStore();
+        auto reopened = board.reopen();
         QVERIFY(reopened);
         compareContexts(*context, *reopened);
     }
 
     void writesToADeletedRecordTouchNothing() {
-        Board board = makeBoard();
+        Board board;
         QVERIFY(board.context);
         ModelContext* context = board.context.get();
 
@@ -170,60 +185,13 @@ private slots:
         board.b->setTitle(QStringLiteral("b2")); // an unrelated save must not carry the ghost along
         QVERIFY(context->save());
 
-        auto reopened = openStore();
+        auto reopened = board.reopen();
         QVERIFY(reopened);
         QVERIFY(!reopened->task(id));
         QCOMPARE(reopened->tasks().size(), 2);
         QCOMPARE(reopened->categories().size(), 1);
     }
-
-private:
-    [[nodiscard]] QString storePath() const { return m_dir->filePath(QStringLiteral("t.store")); }
-    std::unique_ptr<ModelContext> openStore();
-    void compareContexts(const ModelContext& expected, const ModelContext& actual);
-    Board makeBoard();
-
-    std::unique_ptr<QTemporaryDir> m_dir;
 };
-
-std::unique_ptr<ModelContext> TestModelContext::openStore() {
-    QString error;
-    auto context = ModelContext::open(storePath(), &error);
-    if (!context)
-        qWarning("open failed: %s", qPrintable(error));
-    return context;
-}
-
-void TestModelContext::compareContexts(const ModelContext& expected, const ModelContext& actual) {
-    QCOMPARE(BoardTest::snapshot(actual), BoardTest::snapshot(expected));
-    for (const TaskItem* loaded : actual.tasks()) {
-        QCOMPARE(loaded->modelContext(), &actual);
-        if (loaded->category())
-            QCOMPARE(loaded->category(), actual.category(loaded->category()->id()));
-    }
-}
-
-Board TestModelContext::makeBoard() {
-    Board board;
-    board.context = openStore();
-    if (!board.context)
-        return board;
-    board.work = new TaskCategory(QStringLiteral("工作"), QStringLiteral("FF6B6B"), 0, kNow);
-    board.home = new TaskCategory(QStringLiteral("家"), QStringLiteral("4ECDC4"), 1, kNow);
-    board.context->insert(board.work);
-    board.context->insert(board.home);
-    board.a = new TaskItem(QStringLiteral("a"), 3, kNow);
-    board.b = new TaskItem(QStringLiteral("b"), 2, kNow);
-    board.c = new TaskItem(QStringLiteral("c"), 1, kNow);
-    board.a->setCategory(board.work);
-    board.b->setCategory(board.work);
-    board.context->insert(board.a);
-    board.context->insert(board.b);
-    board.context->insert(board.c);
-    if (!board.context->save())
-        board.context.reset();
-    return board;
-}
 
 QTEST_GUILESS_MAIN(TestModelContext)
 #include "tst_modelcontext.moc"
