@@ -145,11 +145,9 @@ private slots:
         QVERIFY(m_home->isValid());
         qputenv("HOME", m_home->path().toLocal8Bit()); // the container's store lives there
         s_lines.clear();
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        QString error;
-        m_context = ModelContext::open(storePath(), &error);
-        QVERIFY2(m_context, qPrintable(error));
+        m_store = std::make_unique<BoardTest::Store>();
+        m_context = m_store->context.get();
+        QVERIFY(m_context);
         m_list = new TaskCategory(QStringLiteral("工作"), QStringLiteral("FF6B6B"), 0, kNow);
         m_first = new TaskItem(QStringLiteral("first"), 2, kNow);
         m_second = new TaskItem(QStringLiteral("second"), 1, kNow);
@@ -161,8 +159,7 @@ private slots:
     }
 
     void cleanup() {
-        m_context.reset();
-        m_dir.reset();
+        m_store.reset();
         qputenv("HOME", m_savedHome);
         m_home.reset();
     }
@@ -187,7 +184,7 @@ private slots:
 
         NotificationHub hub;
         QSignalSpy posted(&hub, &NotificationHub::posted);
-        StoreBlocker blocker(storePath(), failure);
+        StoreBlocker blocker(m_store->path(), failure);
         QVERIFY(blocker.block());
 
         m_list->setName(QStringLiteral("renamed"));
@@ -220,9 +217,8 @@ private slots:
         QCOMPARE(s_lines.size(), 3);
         QCOMPARE(s_lines.at(2).message, QStringLiteral("save recovered after ") + action);
         {
-            QString openError;
-            auto reopened = ModelContext::open(storePath(), &openError);
-            QVERIFY2(reopened, qPrintable(openError));
+            auto reopened = m_store->reopen();
+            QVERIFY(reopened);
             QCOMPARE(reopened->task(m_first->id())->title(), QStringLiteral("first, edited"));
             QCOMPARE(reopened->category(m_list->id())->name(), QStringLiteral("renamed"));
             QCOMPARE(reopened->task(m_second->id())->sortIndex(),
@@ -287,14 +283,12 @@ private slots:
     }
 
 private:
-    [[nodiscard]] QString storePath() const { return m_dir->filePath(QStringLiteral("t.store")); }
-
     QUuid seedRealStore();
 
     std::unique_ptr<QTemporaryDir> m_home;
     QByteArray m_savedHome;
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ModelContext> m_context;
+    std::unique_ptr<BoardTest::Store> m_store;
+    ModelContext* m_context = nullptr;
     TaskCategory* m_list = nullptr;
     TaskItem* m_first = nullptr;
     TaskItem* m_second = nullptr;
