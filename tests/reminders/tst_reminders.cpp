@@ -21,6 +21,11 @@ NotificationRequest request(const QString& identifier, const QDateTime& trigger,
                                trigger};
 }
 
+// A request left by an earlier run, carrying nothing but its identifier and moment.
+NotificationRequest stale(const QString& identifier, const QDateTime& trigger) {
+    return NotificationRequest{identifier, QStringLiteral("old"), {}, {}, {}, trigger};
+}
+
 const NotificationCategory category{
     QStringLiteral("CAT"),
     {{QStringLiteral("ONE"), QStringLiteral("一")}, {QStringLiteral("TWO"), QStringLiteral("二")}}};
@@ -265,13 +270,9 @@ private slots:
         const QString goneLower = QUuid::createUuid().toString(QUuid::WithoutBraces);
         const QString goneBraced = QUuid::createUuid().toString();
         const QString finishedId = ReminderScheduler::identifier(finished->id());
-        const auto stray = [&](const QString& identifier) {
-            return NotificationRequest{identifier, QStringLiteral("old"), {}, {},
-                                       {},         start.addSecs(7200)};
-        };
         for (const QString& identifier : {goneUpper, goneLower, goneBraced, finishedId,
                                           QStringLiteral("abc"), QStringLiteral("")}) {
-            rig.center->add(stray(identifier));
+            rig.center->add(stale(identifier, start.addSecs(7200)));
         }
 
         rig.scheduler->syncAll(*rig.context);
@@ -294,8 +295,7 @@ private slots:
         TaskItem* cleared = rig.addTask(QStringLiteral("cleared"), QDateTime());
         for (const QUuid& id :
              {missed->id(), finished->id(), moved->id(), cleared->id(), QUuid::createUuid()}) {
-            rig.center->add(NotificationRequest{
-                ReminderScheduler::identifier(id), QStringLiteral("old"), {}, {}, {}, due});
+            rig.center->add(stale(ReminderScheduler::identifier(id), due));
         }
         QTRY_COMPARE(rig.center->undeliveredRequests().size(), 5);
 
@@ -310,12 +310,8 @@ private slots:
         m_desktop->server->stop();
         Rig rig(*m_desktop);
         TaskItem* task = rig.addTask(QStringLiteral("t"), start.addSecs(3600));
-        const NotificationRequest old{ReminderScheduler::identifier(task->id()),
-                                      QStringLiteral("old"),
-                                      {},
-                                      {},
-                                      {},
-                                      start.addSecs(600)};
+        const NotificationRequest old =
+            stale(ReminderScheduler::identifier(task->id()), start.addSecs(600));
         rig.center->add(old);
 
         std::optional<bool> granted;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BoardTestSupport.h"
 #include "DbusMock.h"
 #include "NotificationCenter.h"
 
@@ -17,9 +18,7 @@ namespace ReminderTest {
 
 inline const QString notificationsName = QStringLiteral("org.freedesktop.Notifications");
 
-inline QDateTime local(int y, int m, int d, int hour = 0, int minute = 0, int second = 0) {
-    return QDateTime(QDate(y, m, d), QTime(hour, minute, second), Qt::LocalTime).toUTC();
-}
+using BoardTest::local;
 
 using MockServer = DbusMock;
 
