@@ -10,7 +10,6 @@
 #include <QQuickWindow>
 #include <QStringList>
 #include <QTimer>
-#include <functional>
 #include <memory>
 
 class AIConfig;
@@ -69,8 +68,6 @@ public:
         CloudAccount& cloudAccount;
         // What became of the mirror when the store opened.
         TavikContainer::SyncAvailability syncAvailability;
-        // The cloud self-test, which does nothing unless its variable asks for it.
-        std::function<void()> cloudSelfTest;
     };
 
     AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent = nullptr);
