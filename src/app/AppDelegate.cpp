@@ -142,11 +142,24 @@ void AppDelegate::applicationDidFinishLaunching() {
     else if (!m_options.background)
         showWindow();
     // The quick entry is built once the board has settled, so that its hot key finds it
-    // ready: built from QML on the first press it would take a second or more.
-    QTimer::singleShot(quickEntryPrebuildDelayMs, this, [this] {
-        if (!m_quickEntryWindow)
-            buildQuickEntry();
-    });
+    // ready: built from QML on the first press it would take a quarter of a second or more.
+    // The wait starts at the board's first frame, which it must never hold up.
+    const auto prebuildQuickEntry = [this] {
+        QTimer::singleShot(quickEntryPrebuildDelayMs, this, [this] {
+            if (!m_quickEntryWindow)
+                buildQuickEntry();
+        });
+    };
+    if (m_window && m_window->isVisible()) {
+        auto connection = std::make_shared<QMetaObject::Connection>();
+        *connection =
+            connect(m_window, &QQuickWindow::frameSwapped, this, [connection, prebuildQuickEntry] {
+                disconnect(*connection);
+                prebuildQuickEntry();
+            });
+    } else {
+        prebuildQuickEntry();
+    }
 }
 
 void AppDelegate::setupHotKey() {

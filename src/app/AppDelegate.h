@@ -47,7 +47,8 @@ public:
     // An edit that posts nothing is saved as soon as the event loop is free: one save is one
     // fsync (a few ms), and edits made within one event share it.
     static constexpr int autosaveDelayMs = 0;
-    // After launch, when the quick-entry window is built ahead of its first use.
+    // After the board's first frame, when the quick-entry window is built ahead of its first
+    // use.
     static constexpr int quickEntryPrebuildDelayMs = 800;
 
     // The long-lived collaborators, built by main() in dependency order; all outlive the
