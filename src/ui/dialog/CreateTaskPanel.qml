@@ -284,6 +284,10 @@ Item {
                             onFocusReported: focused => dialog.noteFocused = focused
                             onSubmitted: dialog.submit()
                             onEscapePressed: dialog.closePanel()
+                            onTabPressed: backward => {
+                                if (backward)
+                                    dialog.titleFocused = true
+                            }
                         }
                     }
 
