@@ -3,6 +3,7 @@
 #include "Clock.h"
 #include "IsoCalendar.h"
 #include "Notifications.h"
+#include "TestData.h"
 #include "board/BoardController.h"
 #include "drawer/TaskDrawerController.h"
 #include "text/RichTextDocument.h"
@@ -128,23 +129,12 @@ private slots:
         }
     }
 
-    void schedule_data() {
-        QTest::addColumn<QDateTime>("day");
-        QTest::addColumn<QDateTime>("reminder");
-        QTest::addColumn<QString>("icon");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("tomorrow") << local(2024, 6, 13, 15, 0) << QDateTime() << "calendar"
-                                  << "明天";
-        QTest::newRow("a reminder today: the bare time")
-            << local(2024, 6, 12) << local(2024, 6, 12, 18, 30) << "alarm.fill"
-            << "18:30";
-        QTest::newRow("cleared") << QDateTime() << QDateTime() << "alarm"
-                                 << "";
-    }
+    void schedule_data() { TestData::addRows("drawer-schedules.json", "schedules"); }
 
     void schedule() {
-        QFETCH(QDateTime, day);
-        QFETCH(QDateTime, reminder);
+        QFETCH(QJsonObject, row);
+        const QDateTime day = TestData::moment(row["day"]);
+        const QDateTime reminder = TestData::moment(row["reminder"]);
         TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow.addDays(-1));
         task->schedule(local(2024, 6, 14), kNow.addDays(-1), IsoCalendar());
         task->setReminderAt(local(2024, 6, 14, 8, 0));
@@ -166,8 +156,8 @@ private slots:
         QCOMPARE(posted.size(), 1);
         QCOMPARE(posted.first().first().toString(), TavikNotification::tasksChanged);
         QVERIFY(!scheduleChanged.isEmpty());
-        QTEST(drawer.scheduleIcon(), "icon");
-        QTEST(drawer.scheduleLabel(), "label");
+        QCOMPARE(drawer.scheduleIcon(), row["icon"].toString());
+        QCOMPARE(drawer.scheduleLabel(), row["label"].toString());
     }
 
     void boardSuppliesTheReminderSink() {
