@@ -13,7 +13,6 @@
 #include <QTest>
 #include <QTextDocument>
 #include <memory>
-#include <tuple>
 
 using BoardTest::local;
 
@@ -56,20 +55,6 @@ private slots:
     }
 
     void cleanup() { m_store.reset(); }
-
-    void cardHeight() {
-        // Note height, limit, card height: past 290 the card grows; never below 400.
-        for (const auto& [note, limit, expected] :
-             {std::tuple{291.0, 800.0, 401.0}, std::tuple{2000.0, 300.0, 400.0}}) {
-            TaskDrawerController drawer;
-            QSignalSpy changed(&drawer, &TaskDrawerController::cardHeightChanged);
-            drawer.setMaxHeight(limit);
-            drawer.setNoteTextHeight(note);
-            QCOMPARE(drawer.cardHeight(), expected);
-            QCOMPARE(changed.isEmpty(),
-                     qFuzzyCompare(expected, TaskDrawerController::defaultHeight));
-        }
-    }
 
     void titleWritesThroughAndStamps() {
         TaskItem* task = m_store->addTask(QStringLiteral("旧标题"), 1, kNow.addDays(-1));

@@ -59,7 +59,6 @@ Item {
             const reports = spy(popover, "scheduleChanged")
             waitForRendering(popover)
 
-            // The values reported are the controller's to check; here, that the view reports.
             mouseClick(part(popover, "todayChip"))
             compare(reports.count, 1)
             verify(part(popover, "todayChip").selected)
