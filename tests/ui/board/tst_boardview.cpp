@@ -156,8 +156,7 @@ private slots:
               }));
         QTRY_VERIFY(!lists->property("visible").toBool());
 
-        // Shift+Tab leads back to the title and Tab to the note again, typing nothing. In the
-        // note Return makes a line; Ctrl+Return submits from there too.
+        // Shift+Tab and Tab cross between the fields; in the note Return makes a line.
         QQuickItem* note = screen.editor("noteField");
         click(screen.view.get(), note);
         QTRY_VERIFY(note->hasActiveFocus());
