@@ -2,7 +2,7 @@
 // and the resident memory of the idle board a few seconds later, with the demo store and with
 // a store of 10,000 tasks.
 //
-//   bench_startup [runs] [tasks]
+//   bench_startup [runs] [tasks] [tavik binary, to compare builds; this build's by default]
 //
 // Each run launches the built `tavik` in a fresh home with TAVIK_REPORT_FIRST_FRAME=1 and
 // reads its "first-frame <ms>" line. Run it on a display of its own and a session bus, e.g.
@@ -105,6 +105,8 @@ bool writeStore(const QString& path, int taskCount) {
     return true;
 }
 
+QString tavikBinary = QStringLiteral(TAVIK_BINARY);
+
 std::optional<Run> launch(const QString& home, const QStringList& arguments, int idleMs) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("HOME"), home);
@@ -119,7 +121,7 @@ std::optional<Run> launch(const QString& home, const QStringList& arguments, int
     process.setStandardErrorFile(QProcess::nullDevice());
     QElapsedTimer timer;
     timer.start();
-    process.start(QStringLiteral(TAVIK_BINARY), arguments);
+    process.start(tavikBinary, arguments);
     if (!process.waitForStarted(5000))
         return std::nullopt;
 
@@ -187,6 +189,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication app(argc, argv);
     const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 9;
     const int taskCount = argc > 2 ? std::max(10, std::atoi(argv[2])) : 10000;
+    if (argc > 3)
+        tavikBinary = QString::fromLocal8Bit(argv[3]);
 
     QTemporaryDir demoHome;
     QTemporaryDir bigHome;
@@ -197,9 +201,10 @@ int main(int argc, char* argv[]) {
         !writeStore(storeDir + QStringLiteral("/tavik.store"), taskCount))
         return 1;
 
-    std::printf("tavik start-up: %d runs each after one warm-up, platform %s, "
+    std::printf("tavik start-up (%s): %d runs each after one warm-up, platform %s, "
                 "QT_QUICK_BACKEND=%s\n",
-                runs, qPrintable(qEnvironmentVariable("QT_QPA_PLATFORM", QStringLiteral("xcb"))),
+                qPrintable(tavikBinary), runs,
+                qPrintable(qEnvironmentVariable("QT_QPA_PLATFORM", QStringLiteral("xcb"))),
                 qPrintable(qEnvironmentVariable("QT_QUICK_BACKEND", QStringLiteral("(default)"))));
     const QString frame = QStringLiteral("--debug-frame");
     if (!measure("demo store", demoHome.path(), {QStringLiteral("--seed-demo"), frame}, runs))

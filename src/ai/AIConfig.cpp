@@ -30,6 +30,12 @@ AIConfig::AIConfig(Preferences& preferences, KeychainStore& keys, QObject* paren
     QSettings& settings = m_preferences.settings();
     m_enabled = readEnabled(settings.value(Preferences::aiEnabledKey));
     m_model = settings.value(Preferences::aiModelKey, defaultModel).toString();
+}
+
+void AIConfig::loadKey() {
+    if (m_keyAsked)
+        return;
+    m_keyAsked = true;
     m_keys.load(apiKeyAccount, this, [this](const std::optional<QString>& secret) {
         m_keyLoaded = true;
         // A key typed while the store was still reading is newer than what it read.

@@ -23,8 +23,12 @@ public:
     inline static const QString defaultModel = QStringLiteral("gemini-3.1-flash-lite");
     inline static const QString apiKeyAccount = QStringLiteral("gemini_api_key");
 
-    // Reads the preferences now and the key from the store as soon as it answers.
+    // Reads the preferences now; the key waits for loadKey.
     AIConfig(Preferences& preferences, KeychainStore& keys, QObject* parent = nullptr);
+
+    // Asks the key store for the key, once: the first use of the AI feature calls it, so
+    // that launch never waits on the Secret Service. keyLoaded follows.
+    void loadKey();
 
     // The process-wide instance that main installs; null before that.
     [[nodiscard]] static AIConfig* shared();
@@ -61,5 +65,6 @@ private:
     QString m_model;
     QString m_apiKey;
     bool m_keyLoaded = false;
+    bool m_keyAsked = false;
     bool m_keyTyped = false;
 };

@@ -37,6 +37,7 @@ TaskSuggestionController::TaskSuggestionController(AIConfig& config, GeminiClien
     , m_config(config)
     , m_client(client)
     , m_clock(clock) {
+    m_config.loadKey();
     m_debounce.setSingleShot(true);
     m_debounce.setTimerType(Qt::PreciseTimer);
     m_debounce.setInterval(options.debounce);

@@ -100,14 +100,10 @@ void AppDelegate::applicationDidFinishLaunching() {
     connect(&m_env.cloudAccount, &CloudAccount::disconnected, &m_env.cloudSync,
             &CloudSync::disconnectAccount);
 
-    // 6. The cloud self-test, when asked for.
-    if (m_env.cloudSelfTest)
-        m_env.cloudSelfTest();
-
-    // 7. One pending reminder per task, and none for tasks that are gone.
+    // 6. One pending reminder per task, and none for tasks that are gone.
     m_env.reminders.syncAll(context);
 
-    // 8. Daily reconciliation. Its changes wait for the first refreshMenuBarCount's save.
+    // 7. Daily reconciliation. Its changes wait for the first refreshMenuBarCount's save.
     ScheduleReconciler::reconcile(context, m_env.clock.now(), m_env.preferences, m_env.hub);
 
     // The board's model, with its reminders and sounds.
@@ -118,7 +114,7 @@ void AppDelegate::applicationDidFinishLaunching() {
         *m_boardModel, m_env.clock, m_env.hub,
         BoardController::DebugOptions{m_options.debugOpenEditor, m_options.debugDoneOpen});
 
-    // 9. The tray item.
+    // 8. The tray item.
     m_statusItem = std::make_unique<StatusItem>();
     connect(m_statusItem.get(), &StatusItem::toggleRequested, this, &AppDelegate::toggleWindow);
     connect(m_statusItem.get(), &StatusItem::openBoardRequested, this, &AppDelegate::showWindow);
@@ -127,30 +123,43 @@ void AppDelegate::applicationDidFinishLaunching() {
     connect(m_statusItem.get(), &StatusItem::quitRequested, qApp, &QCoreApplication::quit);
     m_statusItem->show();
 
-    // 10. Alt+J, system-wide.
+    // 9. Alt+J, system-wide.
     setupHotKey();
 
-    // 11. Observers.
+    // 10. Observers.
     observeTaskChanges();
 
-    // 12. The count.
+    // 11. The count.
     updateMenuBarCount();
 
-    // 13. Updates.
+    // 12. Updates.
     setupUpdater();
 
-    // 14. The board, unless started in the background (the autostart entry) or for a quick
+    // 13. The board, unless started in the background (the autostart entry) or for a quick
     // entry only.
     if (m_options.quickAdd)
         showQuickEntry();
     else if (!m_options.background)
         showWindow();
     // The quick entry is built once the board has settled, so that its hot key finds it
-    // ready: built from QML on the first press it would take a second or more.
-    QTimer::singleShot(quickEntryPrebuildDelayMs, this, [this] {
-        if (!m_quickEntryWindow)
-            buildQuickEntry();
-    });
+    // ready: built from QML on the first press it would take a quarter of a second or more.
+    // The wait starts at the board's first frame, which it must never hold up.
+    const auto prebuildQuickEntry = [this] {
+        QTimer::singleShot(quickEntryPrebuildDelayMs, this, [this] {
+            if (!m_quickEntryWindow)
+                buildQuickEntry();
+        });
+    };
+    if (m_window && m_window->isVisible()) {
+        auto connection = std::make_shared<QMetaObject::Connection>();
+        *connection =
+            connect(m_window, &QQuickWindow::frameSwapped, this, [connection, prebuildQuickEntry] {
+                disconnect(*connection);
+                prebuildQuickEntry();
+            });
+    } else {
+        prebuildQuickEntry();
+    }
 }
 
 void AppDelegate::setupHotKey() {

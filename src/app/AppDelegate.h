@@ -10,7 +10,6 @@
 #include <QQuickWindow>
 #include <QStringList>
 #include <QTimer>
-#include <functional>
 #include <memory>
 
 class AIConfig;
@@ -48,7 +47,8 @@ public:
     // An edit that posts nothing is saved as soon as the event loop is free: one save is one
     // fsync (a few ms), and edits made within one event share it.
     static constexpr int autosaveDelayMs = 0;
-    // After launch, when the quick-entry window is built ahead of its first use.
+    // After the board's first frame, when the quick-entry window is built ahead of its first
+    // use.
     static constexpr int quickEntryPrebuildDelayMs = 800;
 
     // The long-lived collaborators, built by main() in dependency order; all outlive the
@@ -69,8 +69,6 @@ public:
         CloudAccount& cloudAccount;
         // What became of the mirror when the store opened.
         TavikContainer::SyncAvailability syncAvailability;
-        // The cloud self-test, which does nothing unless its variable asks for it.
-        std::function<void()> cloudSelfTest;
     };
 
     AppDelegate(const Environment& environment, LaunchOptions options, QObject* parent = nullptr);

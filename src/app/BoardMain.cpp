@@ -27,7 +27,6 @@
 #include <QDBusConnection>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QFontDatabase>
 #include <QNetworkAccessManager>
@@ -105,9 +104,6 @@ public:
     Q_DISABLE_COPY_MOVE(SharedInstall)
 };
 
-// How long launch waits for the Secret Service to hand over the sync password.
-constexpr int secretServiceWaitMs = 10000;
-
 // The board: the tray process with its window. Every long-lived object is made here, in
 // dependency order, and handed to the delegate, which keeps the launch order.
 int runBoard(int argc, char* argv[], const LaunchOptions& options) {
@@ -154,43 +150,19 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     CloudAccount cloudAccount(preferences, keys, &network);
     CloudSync cloudSync({&network, clock, hub, &power}, SyncScheduler::Timing{});
 
-    // The account's password is read before the store opens, since attaching the mirror needs
-    // it; the Secret Service is local, so this waits on no network. A keyring that does not
-    // answer in time leaves the board local for this run and the account as it is.
+    // The store opens local at once; with an account, the mirror attaches when the Secret
+    // Service hands over the password (it may take its time, or ask to be unlocked).
     const bool cloudSyncAsked = !options.seedDemo && cloudAccount.isConfigured();
-    CalDavClient::Account account;
-    QString passwordProblem;
-    if (cloudSyncAsked) {
-        QEventLoop waiting;
-        passwordProblem = QStringLiteral("钥匙串没有及时回应，本次仅使用本机数据");
-        QTimer::singleShot(secretServiceWaitMs, &waiting, &QEventLoop::quit);
-        cloudAccount.loadAccount(&waiting,
-                                 [&](const CalDavClient::Account& loaded, const QString& problem) {
-                                     account = loaded;
-                                     passwordProblem = problem;
-                                     waiting.quit();
-                                 });
-        waiting.exec();
-    }
-    const auto attachMirror = [&](ModelContainer& opened, QString* reason) {
-        if (!passwordProblem.isEmpty()) {
-            *reason = passwordProblem;
-            return false;
-        }
-        return cloudSync.attach(opened.mainContext(), account, reason);
-    };
-
     QString error;
-    TavikContainer::Opened opened =
-        options.seedDemo ? TavikContainer::createDemo(&error)
-                         : TavikContainer::create(cloudSyncAsked, attachMirror, &error);
+    TavikContainer::Opened opened = options.seedDemo ? TavikContainer::createDemo(&error)
+                                                     : TavikContainer::create(false, {}, &error);
     std::unique_ptr<ModelContainer> container = std::move(opened.container);
     if (!container) {
         std::fprintf(stderr, "Failed to create ModelContainer: %s\n", qUtf8Printable(error));
         return 1;
     }
-    if (opened.sync.kind == TavikContainer::SyncAvailability::Kind::unavailable)
-        cloudAccount.setProblem(opened.sync.reason);
+    if (cloudSyncAsked)
+        opened.sync = {TavikContainer::SyncAvailability::Kind::opening, {}};
 
     NotificationCenter notificationCenter(clock);
     ReminderScheduler reminders(notificationCenter, clock);
@@ -210,15 +182,11 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     QFontDatabase::addApplicationFont(QStringLiteral(
         "/usr/share/fonts/truetype/materialdesignicons-webfont/materialdesignicons-webfont.ttf"));
 
-    AppDelegate delegate(
-        AppDelegate::Environment{clock, preferences, hub, *container, notificationCenter, reminders,
-                                 responses, sounds, updater, aiConfig, gemini, cloudSync,
-                                 cloudAccount, opened.sync,
-                                 [&] {
-                                     CloudSelfTest::runIfRequested(account, passwordProblem,
-                                                                   &network, cloudSync.mirror());
-                                 }},
-        options);
+    AppDelegate delegate(AppDelegate::Environment{clock, preferences, hub, *container,
+                                                  notificationCenter, reminders, responses, sounds,
+                                                  updater, aiConfig, gemini, cloudSync,
+                                                  cloudAccount, opened.sync},
+                         options);
     // A second launch hands over its arguments; they are read with the same parser.
     QObject::connect(&instance, &SingleInstance::argumentsReceived, &delegate,
                      [&delegate](const QStringList& arguments) {
@@ -229,6 +197,17 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
     QObject::connect(&quitSignals, &QuitSignals::received, &app, &QCoreApplication::quit);
     delegate.applicationDidFinishLaunching();
     reportFirstFrame(delegate, sinceStart);
+    if (cloudSyncAsked) {
+        cloudAccount.loadAccount(&cloudSync, [&](const CalDavClient::Account& account,
+                                                 const QString& passwordProblem) {
+            const QString reason = cloudSync.finishOpening(account, passwordProblem);
+            if (!reason.isEmpty())
+                cloudAccount.setProblem(reason);
+            CloudSelfTest::runIfRequested(account, passwordProblem, &network, cloudSync.mirror());
+        });
+    } else {
+        CloudSelfTest::runIfRequested({}, {}, &network, nullptr);
+    }
     const int status = app.exec();
     cloudSync.detach();
     return status;

@@ -11,7 +11,8 @@
 namespace TavikContainer {
 
 struct SyncAvailability {
-    enum class Kind { active, localOnly, unavailable };
+    // `opening`: the store is open local while the account's password is still being read.
+    enum class Kind { active, localOnly, unavailable, opening };
     Kind kind = Kind::localOnly;
     QString reason; // the error's text, for `unavailable`
 };

@@ -36,7 +36,25 @@ void CloudSync::start(ModelContext& context, const TavikContainer::SyncAvailabil
     m_context = &context;
     if (systemBus)
         m_systemBus = *systemBus;
+    m_opening = availability.kind == TavikContainer::SyncAvailability::Kind::opening;
     setMonitor(availability);
+}
+
+QString CloudSync::finishOpening(const CalDavClient::Account& account,
+                                 const QString& passwordProblem) {
+    if (!m_context || !m_opening)
+        return {};
+    m_opening = false;
+    QString reason = passwordProblem;
+    if (reason.isEmpty() && attach(*m_context, account, &reason)) {
+        setMonitor({TavikContainer::SyncAvailability::Kind::active, {}});
+        return {};
+    }
+    if (reason.isEmpty())
+        reason = QStringLiteral("the cloud mirror failed to attach");
+    qCWarning(lcSync) << "the mirror could not be attached at launch:" << reason;
+    setMonitor({TavikContainer::SyncAvailability::Kind::unavailable, reason});
+    return reason;
 }
 
 void CloudSync::setMonitor(const TavikContainer::SyncAvailability& availability) {
@@ -59,6 +77,7 @@ void CloudSync::setMonitor(const TavikContainer::SyncAvailability& availability)
 void CloudSync::connectAccount(const CalDavClient::Account& account) {
     if (!m_context)
         return;
+    m_opening = false;
     QString reason;
     if (!attach(*m_context, account, &reason)) {
         qCWarning(lcSync) << "the mirror could not be attached:" << reason;
@@ -71,6 +90,7 @@ void CloudSync::connectAccount(const CalDavClient::Account& account) {
 }
 
 void CloudSync::disconnectAccount() {
+    m_opening = false;
     detach();
     setMonitor({});
 }

@@ -44,6 +44,10 @@ public:
     void start(ModelContext& context, const TavikContainer::SyncAvailability& availability,
                const QDBusConnection* systemBus = nullptr);
 
+    // The account read at launch, after the store opened local (`opening`): the mirror
+    // attaches and its schedule starts, or it stays off with the reason, which is returned.
+    // Does nothing once the user has connected or disconnected meanwhile.
+    QString finishOpening(const CalDavClient::Account& account, const QString& passwordProblem);
     // A connect or disconnect made while running.
     void connectAccount(const CalDavClient::Account& account);
     void disconnectAccount();
@@ -66,6 +70,7 @@ private:
     Environment m_env;
     SyncScheduler::Timing m_timing;
     ModelContext* m_context = nullptr;
+    bool m_opening = false;
     std::optional<QDBusConnection> m_systemBus;
     MirrorStore m_store;
     std::unique_ptr<CalDavClient> m_client;

@@ -21,6 +21,10 @@ CloudSyncMonitor::CloudSyncMonitor(const TavikContainer::SyncAvailability& avail
         m_state = State::Off;
         m_stateText = QStringLiteral("云同步不可用，数据仅保存在本机");
         return;
+    case TavikContainer::SyncAvailability::Kind::opening:
+        // The account is on; the password is on its way. The mirror's monitor follows.
+        m_state = State::Idle;
+        return;
     case TavikContainer::SyncAvailability::Kind::active:
         m_state = State::Idle;
         break;

@@ -64,6 +64,7 @@ private:
     std::unique_ptr<AIConfig> restart() {
         m_stores.push_back(std::make_unique<KeychainStore>());
         auto config = std::make_unique<AIConfig>(m_preferences, *m_stores.back());
+        config->loadKey();
         if (!QSignalSpy(config.get(), &AIConfig::keyLoaded).wait(10000))
             qFatal("the key store never answered");
         return config;

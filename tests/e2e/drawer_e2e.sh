@@ -76,16 +76,6 @@ card_gone() {
 fewer_than() { echo "  $1 pixels differ"; [ "$1" -lt "$2" ]; }
 more_than() { echo "  $1 pixels differ"; [ "$1" -gt "$2" ]; }
 
-# The row menu's 详情, with the mouse: a right click on the row at (x, y) of the window; the
-# menu opens at the pointer, 详情 is its second entry.
-open_drawer() {
-    xdotool mousemove --window "$WIN" "$1" "$2" click 3
-    sleep 0.6
-    xdotool mousemove_relative 40 50
-    sleep 0.3
-    xdotool click 1
-    sleep 0.8
-}
 # Inside the note editor: the middle of a short card is note.
 click_note() { xdotool mousemove --window "$WIN" $((WIDTH / 2)) $((HEIGHT / 2)) click 1; sleep 0.3; }
 typed() { xdotool type --delay 120 "$1"; }

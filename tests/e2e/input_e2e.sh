@@ -36,20 +36,11 @@ sweep() {
     done
     sleep 0.5
 }
-# 详情 in the row menu of 预约牙医.
-open_drawer() {
-    xdotool mousemove --window "$WIN" 470 103 click 3
-    sleep 0.6
-    xdotool mousemove_relative 40 50 click 1
-    sleep 0.8
-}
 press() { xdotool mousemove "$1" "$2" click 1; sleep 0.5; }
-# The pointer leaves the window so that hover does not differ between shots.
-pointer_away() { xdotool mousemove 1395 895; sleep 0.4; }
 
 start_board --seed-demo --debug-frame
 before=$(others 草稿)
-pointer_away
+park_pointer
 shot input-board
 
 # 1. The card with a draft: presses on its margins, gaps, labels and the lower part of the
@@ -58,7 +49,7 @@ key ctrl+n
 xdotool type --delay 150 "草稿"
 key Tab
 xdotool type --delay 150 "备注"
-pointer_away
+park_pointer
 shot input-card
 read -r left top right bottom < <(opened_box input-board input-card)
 sweep 1 "$left" "$top" "$right" "$bottom" 6 60 150 -6
@@ -71,7 +62,7 @@ for popover in list time; do
         if [ $popover = list ]; then press $((right - 52)) $((bottom - 86)); else
             press $((right - 38)) $((bottom - 135)); fi
         [ $shown = closed ] && key Escape
-        pointer_away
+        park_pointer
         shot input-$popover-$shown
     done
     read -r pl pt pr pb < <(opened_box input-$popover-closed input-$popover-open)
@@ -87,7 +78,7 @@ check "no task behind the card changed" same_others "$before" 草稿
 # 2. The drawer of 预约牙医 (top of 本周), from its row's menu: presses on its margins, its
 # title and its note stay on it; the note typed afterwards is the drawer's.
 before=$(others 预约牙医)
-open_drawer
+open_drawer 470 103
 shot input-drawer
 # The card is 520 by 400, centred, for a short note.
 left=$((X + (WIDTH - 520) / 2)) top=$((Y + (HEIGHT - 400) / 2))
@@ -112,14 +103,14 @@ check "the card's ClearDot leaves no reminder" \
     wait_for 5 field_is demo 健身房练背 reminderAt null
 
 # 3. The drawer's schedule popover, where each way of clearing must stay cleared.
-open_drawer
+open_drawer 470 103
 # The popover centres on the schedule button, which widens with its label: measured anew at
 # each opening, against the same card without it. The button's right edge stays put.
 open_schedule() {
-    pointer_away
+    park_pointer
     shot input-schedule-closed
     press $((left + 456)) $((top + 30))
-    pointer_away
+    park_pointer
     shot input-schedule-$1
     read -r pl pt pr pb < <(opened_box input-schedule-closed input-schedule-$1)
 }

@@ -172,5 +172,15 @@ quit_board() {
     key ctrl+q
     check "Ctrl+Q ends the board" wait_for 10 bash -c "! kill -0 $APP 2>/dev/null"
 }
+# The row menu's 详情: a right click on the row at (x, y) of the window; the menu opens at the
+# pointer, 详情 is its second entry.
+open_drawer() {
+    xdotool mousemove --window "$WIN" "$1" "$2" click 3
+    sleep 0.6
+    xdotool mousemove_relative 40 50
+    sleep 0.3
+    xdotool click 1
+    sleep 0.8
+}
 # The pointer parks outside the board while the keyboard works.
 park_pointer() { xdotool mousemove 1395 895; sleep 0.3; }

@@ -11,8 +11,10 @@ AISettingsController::AISettingsController(AIConfig* config, GeminiClient* clien
     : QObject(parent)
     , m_config(config)
     , m_client(client) {
-    if (m_config)
-        connect(m_config, &AIConfig::apiKeyChanged, this, &AISettingsController::canTestChanged);
+    if (!m_config)
+        return;
+    m_config->loadKey();
+    connect(m_config, &AIConfig::apiKeyChanged, this, &AISettingsController::canTestChanged);
 }
 
 AISettingsController::~AISettingsController() {

@@ -74,8 +74,7 @@ Item {
         }
     }
 
-    // While an input method composes, Return and Escape belong to it.
-    readonly property bool composing: titleField.composing || noteField.composing
+    readonly property bool composing: cardLoader.item !== null && cardLoader.item.composing
     readonly property bool popoverOpen: dialog.datePickerOpen || dialog.timePickerOpen
                                         || dialog.listPickerOpen
 
@@ -112,8 +111,8 @@ Item {
 
         anchors.right: parent.right
         anchors.bottom: parent.bottom
-        width: 44 + (card.implicitWidth - 44) * progress
-        height: 44 + (card.implicitHeight - 44) * progress
+        width: 44 + (cardLoader.implicitWidth - 44) * progress
+        height: 44 + (cardLoader.implicitHeight - 44) * progress
 
         readonly property real radius: Math.min(height / 2, 22 + (20 - 22) * Math.min(1, progress))
 
@@ -181,205 +180,383 @@ Item {
                 }
             }
 
-            Column {
-                id: card
-
-                objectName: "card"
+            // The card is made on its first opening, not with the board, and kept after.
+            Loader {
+                id: cardLoader
 
                 anchors.right: parent.right
                 anchors.bottom: parent.bottom
-                width: 380
-                padding: 12
-                spacing: 4
-                opacity: Math.max(0, Math.min(1, surface.progress * 2 - 1))
-                visible: opacity > 0 || dialog.open
-                enabled: dialog.open
+                active: false
+                Component.onCompleted: active = dialog.open
 
-                // Title and note editors.
-                component EditorFrame: Rectangle {
-                    id: frame
-                    required property GrowingTextView field
-                    required property int minLines
-                    required property int maxLines
-                    property bool hovered: hover.hovered
+                Connections {
+                    target: dialog
 
-                    height: Math.max(minLines * field.lineHeight,
-                                     Math.min(maxLines * field.lineHeight, field.textHeight)) + 16
-                    radius: 8
-                    color: Qt.rgba(Radix.primaryText.r, Radix.primaryText.g, Radix.primaryText.b,
-                                   field.focused ? 0.06 : frame.hovered ? 0.04 : 0)
-                    Behavior on color {
-                        ColorAnimation {
-                            duration: 120
-                            easing.type: Easing.OutQuad
-                        }
-                    }
-                    HoverHandler {
-                        id: hover
+                    function onOpenChanged() {
+                        if (dialog.open)
+                            cardLoader.active = true
                     }
                 }
 
-                EditorFrame {
-                    width: card.width - card.leftPadding - card.rightPadding
-                    field: titleField
-                    minLines: 1
-                    maxLines: 3
+                sourceComponent: Column {
+                    id: card
 
-                    GrowingTextView {
-                        id: titleField
-                        objectName: "titleField"
-                        anchors.fill: parent
-                        anchors.margins: 8
-                        text: dialog.title
-                        focused: dialog.titleFocused
-                        placeholder: "接下来要做什么？"
-                        allowsNewlines: false
-                        submitOnReturn: true
-                        onTextEdited: text => dialog.title = text
-                        onFocusReported: focused => dialog.titleFocused = focused
-                        onSubmitted: dialog.submit()
-                        onEscapePressed: dialog.closePanel()
-                        onTabPressed: backward => {
-                            if (!backward)
-                                dialog.noteFocused = true
+                    objectName: "card"
+
+                    // While an input method composes, Return and Escape belong to it.
+                    readonly property bool composing: titleField.composing || noteField.composing
+
+                    width: 380
+                    padding: 12
+                    spacing: 4
+                    opacity: Math.max(0, Math.min(1, surface.progress * 2 - 1))
+                    visible: opacity > 0 || dialog.open
+                    enabled: dialog.open
+
+                    // Title and note editors.
+                    component EditorFrame: Rectangle {
+                        id: frame
+                        required property GrowingTextView field
+                        required property int minLines
+                        required property int maxLines
+                        property bool hovered: hover.hovered
+
+                        height: Math.max(minLines * field.lineHeight,
+                                         Math.min(maxLines * field.lineHeight, field.textHeight)) + 16
+                        radius: 8
+                        color: Qt.rgba(Radix.primaryText.r, Radix.primaryText.g, Radix.primaryText.b,
+                                       field.focused ? 0.06 : frame.hovered ? 0.04 : 0)
+                        Behavior on color {
+                            ColorAnimation {
+                                duration: 120
+                                easing.type: Easing.OutQuad
+                            }
                         }
-                    }
-                }
-
-                EditorFrame {
-                    width: card.width - card.leftPadding - card.rightPadding
-                    field: noteField
-                    minLines: 3
-                    maxLines: 6
-
-                    GrowingTextView {
-                        id: noteField
-                        objectName: "noteField"
-                        anchors.fill: parent
-                        anchors.margins: 8
-                        text: dialog.note
-                        focused: dialog.noteFocused
-                        placeholder: "备注"
-                        allowsNewlines: true
-                        submitOnReturn: false
-                        onTextEdited: text => dialog.note = text
-                        onFocusReported: focused => dialog.noteFocused = focused
-                        onSubmitted: dialog.submit()
-                        onEscapePressed: dialog.closePanel()
-                    }
-                }
-
-                // Day, reminder and list.
-                Column {
-                    id: settings
-
-                    readonly property real rowWidth: width - leftPadding - rightPadding
-
-                    width: card.width - card.leftPadding - card.rightPadding
-                    leftPadding: 8
-                    rightPadding: 8
-                    topPadding: 6
-
-                    component SettingRow: Item {
-                        id: settingRow
-                        property string label
-                        property alias icon: iconSlot.data
-                        property alias control: controlSlot.data
-
-                        implicitHeight: Math.max(labelText.implicitHeight,
-                                                 controlSlot.childrenRect.height) + 16
-
-                        Item {
-                            id: iconSlot
-                            width: 24
-                            height: parent.height
-                        }
-                        Text {
-                            id: labelText
-                            x: 24
-                            anchors.verticalCenter: parent.verticalCenter
-                            text: settingRow.label
-                            font.pixelSize: 14
-                            color: Radix.primaryText
-                        }
-                        Item {
-                            id: controlSlot
-                            anchors.right: parent.right
-                            anchors.verticalCenter: parent.verticalCenter
-                            width: childrenRect.width
-                            height: childrenRect.height
+                        HoverHandler {
+                            id: hover
                         }
                     }
 
-                    component DashedSeparator: Item {
-                        height: 2
+                    EditorFrame {
+                        width: card.width - card.leftPadding - card.rightPadding
+                        field: titleField
+                        minLines: 1
+                        maxLines: 3
 
-                        DashedRule {
-                            x: 24
-                            width: parent.width - 24
+                        GrowingTextView {
+                            id: titleField
+                            objectName: "titleField"
+                            anchors.fill: parent
+                            anchors.margins: 8
+                            text: dialog.title
+                            focused: dialog.titleFocused
+                            placeholder: "接下来要做什么？"
+                            allowsNewlines: false
+                            submitOnReturn: true
+                            onTextEdited: text => dialog.title = text
+                            onFocusReported: focused => dialog.titleFocused = focused
+                            onSubmitted: dialog.submit()
+                            onEscapePressed: dialog.closePanel()
+                            onTabPressed: backward => {
+                                if (!backward)
+                                    dialog.noteFocused = true
+                            }
+                        }
+                    }
+
+                    EditorFrame {
+                        width: card.width - card.leftPadding - card.rightPadding
+                        field: noteField
+                        minLines: 3
+                        maxLines: 6
+
+                        GrowingTextView {
+                            id: noteField
+                            objectName: "noteField"
+                            anchors.fill: parent
+                            anchors.margins: 8
+                            text: dialog.note
+                            focused: dialog.noteFocused
+                            placeholder: "备注"
+                            allowsNewlines: true
+                            submitOnReturn: false
+                            onTextEdited: text => dialog.note = text
+                            onFocusReported: focused => dialog.noteFocused = focused
+                            onSubmitted: dialog.submit()
+                            onEscapePressed: dialog.closePanel()
+                            onTabPressed: backward => {
+                                if (backward)
+                                    dialog.titleFocused = true
+                            }
+                        }
+                    }
+
+                    // Day, reminder and list.
+                    Column {
+                        id: settings
+
+                        readonly property real rowWidth: width - leftPadding - rightPadding
+
+                        width: card.width - card.leftPadding - card.rightPadding
+                        leftPadding: 8
+                        rightPadding: 8
+                        topPadding: 6
+
+                        component SettingRow: Item {
+                            id: settingRow
+                            property string label
+                            property alias icon: iconSlot.data
+                            property alias control: controlSlot.data
+
+                            implicitHeight: Math.max(labelText.implicitHeight,
+                                                     controlSlot.childrenRect.height) + 16
+
+                            Item {
+                                id: iconSlot
+                                width: 24
+                                height: parent.height
+                            }
+                            Text {
+                                id: labelText
+                                x: 24
+                                anchors.verticalCenter: parent.verticalCenter
+                                text: settingRow.label
+                                font.pixelSize: 14
+                                color: Radix.primaryText
+                            }
+                            Item {
+                                id: controlSlot
+                                anchors.right: parent.right
+                                anchors.verticalCenter: parent.verticalCenter
+                                width: childrenRect.width
+                                height: childrenRect.height
+                            }
+                        }
+
+                        component DashedSeparator: Item {
                             height: 2
-                            color: Radix.sandA6
-                            lineWidth: 1.5
-                        }
-                    }
 
-                    SettingRow {
-                        id: dayRow
-                        width: settings.rowWidth
-                        label: "日期"
-                        icon: SymbolIcon {
-                            anchors.verticalCenter: parent.verticalCenter
-                            name: "calendar"
-                            size: 12
-                            font.weight: Font.Medium
-                            color: Radix.secondaryText
+                            DashedRule {
+                                x: 24
+                                width: parent.width - 24
+                                height: 2
+                                color: Radix.sandA6
+                                lineWidth: 1.5
+                            }
                         }
-                        control: Row {
-                            spacing: 5
 
-                            DialogChip {
-                                id: todayChip
-                                objectName: "todayChip"
+                        SettingRow {
+                            id: dayRow
+                            width: settings.rowWidth
+                            label: "日期"
+                            icon: SymbolIcon {
                                 anchors.verticalCenter: parent.verticalCenter
-                                text: "今天"
-                                selected: dialog.todayActive
-                                onClicked: dialog.toggleToday()
+                                name: "calendar"
+                                size: 12
+                                font.weight: Font.Medium
+                                color: Radix.secondaryText
                             }
-                            DialogChip {
-                                id: tomorrowChip
-                                objectName: "tomorrowChip"
-                                anchors.verticalCenter: parent.verticalCenter
-                                text: "明天"
-                                selected: dialog.tomorrowActive
-                                onClicked: dialog.toggleTomorrow()
+                            control: Row {
+                                spacing: 5
+
+                                DialogChip {
+                                    id: todayChip
+                                    objectName: "todayChip"
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    text: "今天"
+                                    selected: dialog.todayActive
+                                    onClicked: dialog.toggleToday()
+                                }
+                                DialogChip {
+                                    id: tomorrowChip
+                                    objectName: "tomorrowChip"
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    text: "明天"
+                                    selected: dialog.tomorrowActive
+                                    onClicked: dialog.toggleTomorrow()
+                                }
+                                ScheduleCapsule {
+                                    id: calendarChip
+                                    objectName: "calendarChip"
+                                    anchors.verticalCenter: parent.verticalCenter
+                                    active: !isNaN(dialog.customDay.getTime())
+                                    text: active ? ScheduleFormat.day(dialog.customDay, dialog.today) : ""
+                                    emptySymbol: "ellipsis"
+                                    onActivated: dialog.openDatePicker()
+                                    onCleared: dialog.clearDay()
+
+                                    DialogPopover {
+                                        id: datePopover
+                                        objectName: "datePopover"
+                                        visible: dialog.datePickerOpen
+                                        onClosed: dialog.datePickerOpen = false
+
+                                        // Made when first opened, not with the board.
+                                        property bool made: false
+                                        onAboutToShow: made = true
+                                        contentItem: Loader {
+                                            active: datePopover.made
+                                            sourceComponent: CalendarGridPicker {
+                                                clock: panel.clock
+                                                selected: dialog.day
+                                                minDay: dialog.today
+                                                monthStart: dialog.gridMonth
+                                                onPicked: day => dialog.pickDay(day)
+                                            }
+                                        }
+                                    }
+                                }
                             }
-                            ScheduleCapsule {
-                                id: calendarChip
-                                objectName: "calendarChip"
+                        }
+
+                        DashedSeparator {
+                            width: settings.rowWidth
+                        }
+
+                        SettingRow {
+                            id: reminderRow
+                            width: settings.rowWidth
+                            label: "提醒"
+                            icon: SymbolIcon {
                                 anchors.verticalCenter: parent.verticalCenter
-                                active: !isNaN(dialog.customDay.getTime())
-                                text: active ? ScheduleFormat.day(dialog.customDay, dialog.today) : ""
-                                emptySymbol: "ellipsis"
-                                onActivated: dialog.openDatePicker()
-                                onCleared: dialog.clearDay()
+                                name: "alarm"
+                                size: 12
+                                font.weight: Font.Medium
+                                color: Radix.secondaryText
+                            }
+                            control: ScheduleCapsule {
+                                id: reminderChip
+                                objectName: "reminderChip"
+                                active: !isNaN(dialog.time.getTime())
+                                text: active ? ScheduleFormat.time(dialog.time) : ""
+                                emptyText: "无"
+                                onActivated: dialog.openTimePicker()
+                                onCleared: dialog.clearTime()
 
                                 DialogPopover {
-                                    id: datePopover
-                                    objectName: "datePopover"
-                                    visible: dialog.datePickerOpen
-                                    onClosed: dialog.datePickerOpen = false
+                                    id: timePopover
+                                    objectName: "timePopover"
+                                    visible: dialog.timePickerOpen
+                                    onClosed: dialog.timePickerOpen = false
 
                                     // Made when first opened, not with the board.
                                     property bool made: false
                                     onAboutToShow: made = true
                                     contentItem: Loader {
-                                        active: datePopover.made
-                                        sourceComponent: CalendarGridPicker {
-                                            clock: panel.clock
-                                            selected: dialog.day
-                                            minDay: dialog.today
-                                            monthStart: dialog.gridMonth
-                                            onPicked: day => dialog.pickDay(day)
+                                        active: timePopover.made
+                                        sourceComponent: TimeListPicker {
+                                            selected: dialog.time
+                                            initial: dialog.defaultTime
+                                            onPicked: slot => dialog.pickTime(slot)
+                                        }
+                                    }
+                                }
+                            }
+                        }
+
+                        DashedSeparator {
+                            width: settings.rowWidth
+                        }
+
+                        SettingRow {
+                            id: listRow
+                            width: settings.rowWidth
+                            label: "清单"
+                            icon: Rectangle {
+                                x: 1
+                                anchors.verticalCenter: parent.verticalCenter
+                                width: 12
+                                height: 12
+                                radius: 3.5
+                                color: "transparent"
+                                border.width: 1.5
+                                border.color: Radix.secondaryText
+                            }
+                            control: T.AbstractButton {
+                                id: listPill
+
+                                objectName: "listPill"
+
+                                horizontalPadding: 9
+                                verticalPadding: 5
+                                focusPolicy: Qt.NoFocus
+                                implicitWidth: implicitContentWidth + leftPadding + rightPadding
+                                implicitHeight: implicitContentHeight + topPadding + bottomPadding
+                                Accessible.name: "清单：" + dialog.chosenListName
+                                onClicked: dialog.openListPicker()
+
+                                contentItem: Row {
+                                    spacing: 5
+
+                                    CategorySwatch {
+                                        anchors.verticalCenter: parent.verticalCenter
+                                        swatchColor: panel.listColor(dialog.chosenListColorHex)
+                                        filled: false
+                                        size: 10
+                                    }
+                                    Text {
+                                        anchors.verticalCenter: parent.verticalCenter
+                                        text: dialog.chosenListName
+                                        font.pixelSize: 14
+                                        color: Radix.primaryText
+                                        maximumLineCount: 1
+                                        elide: Text.ElideRight
+                                        width: Math.min(implicitWidth, 160)
+                                    }
+                                    SymbolIcon {
+                                        anchors.verticalCenter: parent.verticalCenter
+                                        name: "chevron.down"
+                                        size: 9
+                                        semibold: true
+                                        color: Radix.secondaryText
+                                    }
+                                }
+                                background: Rectangle {
+                                    radius: height / 2
+                                    color: panel.tint(0.06)
+                                }
+
+                                DialogPopover {
+                                    id: listPopover
+                                    objectName: "listPopover"
+                                    visible: dialog.listPickerOpen
+                                    onClosed: dialog.listPickerOpen = false
+
+                                    contentItem: Column {
+                                        id: listRows
+                                        // The widest row's natural width, so that the popover fits
+                                        // the longest name and is at least 190 wide.
+                                        property real widest: 0
+                                        function fit(rowWidth) {
+                                            widest = Math.max(widest, rowWidth)
+                                        }
+
+                                        padding: 6
+                                        spacing: 1
+                                        width: Math.max(190, widest + 12)
+
+                                        DialogListRow {
+                                            width: listRows.width - 12
+                                            listName: dialog.listName("")
+                                            swatchColor: Radix.sand9
+                                            chosen: dialog.chosenListId === ""
+                                            onClicked: dialog.chooseList("")
+                                            onImplicitWidthChanged: listRows.fit(implicitWidth)
+                                        }
+                                        Repeater {
+                                            model: panel.categories
+                                            delegate: DialogListRow {
+                                                required property string categoryId
+                                                required property string name
+                                                required property string colorHex
+
+                                                width: listRows.width - 12
+                                                listName: name
+                                                swatchColor: panel.listColor(colorHex)
+                                                chosen: dialog.chosenListId === categoryId
+                                                onClicked: dialog.chooseList(categoryId)
+                                                onImplicitWidthChanged: listRows.fit(implicitWidth)
+                                            }
                                         }
                                     }
                                 }
@@ -387,236 +564,82 @@ Item {
                         }
                     }
 
-                    DashedSeparator {
-                        width: settings.rowWidth
-                    }
+                    // Trash on the left, the main button on the right.
+                    Item {
+                        id: buttonRow
 
-                    SettingRow {
-                        id: reminderRow
-                        width: settings.rowWidth
-                        label: "提醒"
-                        icon: SymbolIcon {
-                            anchors.verticalCenter: parent.verticalCenter
-                            name: "alarm"
-                            size: 12
-                            font.weight: Font.Medium
-                            color: Radix.secondaryText
-                        }
-                        control: ScheduleCapsule {
-                            id: reminderChip
-                            objectName: "reminderChip"
-                            active: !isNaN(dialog.time.getTime())
-                            text: active ? ScheduleFormat.time(dialog.time) : ""
-                            emptyText: "无"
-                            onActivated: dialog.openTimePicker()
-                            onCleared: dialog.clearTime()
+                        // Horizontal padding 8, top padding 10.
+                        readonly property real rowHeight: Math.max(trash.height, mainButton.implicitHeight)
 
-                            DialogPopover {
-                                id: timePopover
-                                objectName: "timePopover"
-                                visible: dialog.timePickerOpen
-                                onClosed: dialog.timePickerOpen = false
+                        width: card.width - card.leftPadding - card.rightPadding
+                        implicitHeight: 10 + rowHeight
 
-                                // Made when first opened, not with the board.
-                                property bool made: false
-                                onAboutToShow: made = true
-                                contentItem: Loader {
-                                    active: timePopover.made
-                                    sourceComponent: TimeListPicker {
-                                        selected: dialog.time
-                                        initial: dialog.defaultTime
-                                        onPicked: slot => dialog.pickTime(slot)
+                        T.AbstractButton {
+                            id: trash
+
+                            objectName: "trashButton"
+
+                            // Moved 7 to the left of its place.
+                            x: 8 - 7
+                            y: 10 + (buttonRow.rowHeight - height) / 2
+                            width: 30
+                            height: 30
+                            padding: 0
+                            focusPolicy: Qt.NoFocus
+                            hoverEnabled: true
+                            Accessible.name: dialog.editing ? "删除任务" : "取消"
+                            ToolTip.visible: hovered
+                            ToolTip.delay: 600
+                            ToolTip.text: dialog.editing ? "删除任务" : "取消"
+                            onClicked: dialog.trash()
+
+                            contentItem: SymbolIcon {
+                                name: "trash"
+                                size: 12
+                                font.weight: Font.Medium
+                                color: Radix.secondaryText
+                            }
+                            background: Rectangle {
+                                radius: width / 2
+                                color: panel.tint(trash.hovered ? 0.08 : 0)
+                                Behavior on color {
+                                    ColorAnimation {
+                                        duration: 120
+                                        easing.type: Easing.OutQuad
                                     }
                                 }
                             }
                         }
-                    }
 
-                    DashedSeparator {
-                        width: settings.rowWidth
-                    }
+                        T.AbstractButton {
+                            id: mainButton
 
-                    SettingRow {
-                        id: listRow
-                        width: settings.rowWidth
-                        label: "清单"
-                        icon: Rectangle {
-                            x: 1
-                            anchors.verticalCenter: parent.verticalCenter
-                            width: 12
-                            height: 12
-                            radius: 3.5
-                            color: "transparent"
-                            border.width: 1.5
-                            border.color: Radix.secondaryText
-                        }
-                        control: T.AbstractButton {
-                            id: listPill
+                            objectName: "mainButton"
 
-                            objectName: "listPill"
-
-                            horizontalPadding: 9
-                            verticalPadding: 5
+                            x: buttonRow.width - 8 - width
+                            y: 10 + (buttonRow.rowHeight - height) / 2
+                            text: dialog.editing ? "保存" : "创建"
+                            enabled: dialog.canCreate
+                            opacity: enabled ? 1 : 0.45
+                            horizontalPadding: 16
+                            verticalPadding: 6
                             focusPolicy: Qt.NoFocus
                             implicitWidth: implicitContentWidth + leftPadding + rightPadding
                             implicitHeight: implicitContentHeight + topPadding + bottomPadding
-                            Accessible.name: "清单：" + dialog.chosenListName
-                            onClicked: dialog.openListPicker()
+                            onClicked: dialog.submit()
 
-                            contentItem: Row {
-                                spacing: 5
-
-                                CategorySwatch {
-                                    anchors.verticalCenter: parent.verticalCenter
-                                    swatchColor: panel.listColor(dialog.chosenListColorHex)
-                                    filled: false
-                                    size: 10
-                                }
-                                Text {
-                                    anchors.verticalCenter: parent.verticalCenter
-                                    text: dialog.chosenListName
-                                    font.pixelSize: 14
-                                    color: Radix.primaryText
-                                    maximumLineCount: 1
-                                    elide: Text.ElideRight
-                                    width: Math.min(implicitWidth, 160)
-                                }
-                                SymbolIcon {
-                                    anchors.verticalCenter: parent.verticalCenter
-                                    name: "chevron.down"
-                                    size: 9
-                                    semibold: true
-                                    color: Radix.secondaryText
-                                }
+                            contentItem: Text {
+                                text: mainButton.text
+                                font.pixelSize: 14
+                                font.weight: Font.Medium
+                                color: "white"
+                                horizontalAlignment: Text.AlignHCenter
+                                verticalAlignment: Text.AlignVCenter
                             }
                             background: Rectangle {
                                 radius: height / 2
-                                color: panel.tint(0.06)
+                                color: mainButton.pressed ? Qt.darker(Radix.accent, 1.1) : Radix.accent
                             }
-
-                            DialogPopover {
-                                id: listPopover
-                                objectName: "listPopover"
-                                visible: dialog.listPickerOpen
-                                onClosed: dialog.listPickerOpen = false
-
-                                contentItem: Column {
-                                    id: listRows
-                                    // The widest row's natural width, so that the popover fits
-                                    // the longest name and is at least 190 wide.
-                                    property real widest: 0
-                                    function fit(rowWidth) {
-                                        widest = Math.max(widest, rowWidth)
-                                    }
-
-                                    padding: 6
-                                    spacing: 1
-                                    width: Math.max(190, widest + 12)
-
-                                    DialogListRow {
-                                        width: listRows.width - 12
-                                        listName: dialog.listName("")
-                                        swatchColor: Radix.sand9
-                                        chosen: dialog.chosenListId === ""
-                                        onClicked: dialog.chooseList("")
-                                        onImplicitWidthChanged: listRows.fit(implicitWidth)
-                                    }
-                                    Repeater {
-                                        model: panel.categories
-                                        delegate: DialogListRow {
-                                            required property string categoryId
-                                            required property string name
-                                            required property string colorHex
-
-                                            width: listRows.width - 12
-                                            listName: name
-                                            swatchColor: panel.listColor(colorHex)
-                                            chosen: dialog.chosenListId === categoryId
-                                            onClicked: dialog.chooseList(categoryId)
-                                            onImplicitWidthChanged: listRows.fit(implicitWidth)
-                                        }
-                                    }
-                                }
-                            }
-                        }
-                    }
-                }
-
-                // Trash on the left, the main button on the right.
-                Item {
-                    id: buttonRow
-
-                    // Horizontal padding 8, top padding 10.
-                    readonly property real rowHeight: Math.max(trash.height, mainButton.implicitHeight)
-
-                    width: card.width - card.leftPadding - card.rightPadding
-                    implicitHeight: 10 + rowHeight
-
-                    T.AbstractButton {
-                        id: trash
-
-                        objectName: "trashButton"
-
-                        // Moved 7 to the left of its place.
-                        x: 8 - 7
-                        y: 10 + (buttonRow.rowHeight - height) / 2
-                        width: 30
-                        height: 30
-                        padding: 0
-                        focusPolicy: Qt.NoFocus
-                        hoverEnabled: true
-                        Accessible.name: dialog.editing ? "删除任务" : "取消"
-                        ToolTip.visible: hovered
-                        ToolTip.delay: 600
-                        ToolTip.text: dialog.editing ? "删除任务" : "取消"
-                        onClicked: dialog.trash()
-
-                        contentItem: SymbolIcon {
-                            name: "trash"
-                            size: 12
-                            font.weight: Font.Medium
-                            color: Radix.secondaryText
-                        }
-                        background: Rectangle {
-                            radius: width / 2
-                            color: panel.tint(trash.hovered ? 0.08 : 0)
-                            Behavior on color {
-                                ColorAnimation {
-                                    duration: 120
-                                    easing.type: Easing.OutQuad
-                                }
-                            }
-                        }
-                    }
-
-                    T.AbstractButton {
-                        id: mainButton
-
-                        objectName: "mainButton"
-
-                        x: buttonRow.width - 8 - width
-                        y: 10 + (buttonRow.rowHeight - height) / 2
-                        text: dialog.editing ? "保存" : "创建"
-                        enabled: dialog.canCreate
-                        opacity: enabled ? 1 : 0.45
-                        horizontalPadding: 16
-                        verticalPadding: 6
-                        focusPolicy: Qt.NoFocus
-                        implicitWidth: implicitContentWidth + leftPadding + rightPadding
-                        implicitHeight: implicitContentHeight + topPadding + bottomPadding
-                        onClicked: dialog.submit()
-
-                        contentItem: Text {
-                            text: mainButton.text
-                            font.pixelSize: 14
-                            font.weight: Font.Medium
-                            color: "white"
-                            horizontalAlignment: Text.AlignHCenter
-                            verticalAlignment: Text.AlignVCenter
-                        }
-                        background: Rectangle {
-                            radius: height / 2
-                            color: mainButton.pressed ? Qt.darker(Radix.accent, 1.1) : Radix.accent
                         }
                     }
                 }

@@ -275,6 +275,7 @@ FocusScope {
                     selectByMouse: true
                     persistentSelection: true
                     onCursorRectangleChanged: noteScroller.ensureVisible(cursorRectangle)
+                    Keys.onBacktabPressed: titleField.editor.forceActiveFocus(Qt.BacktabFocusReason)
                     // Escape during a composition belongs to the input method, not the card.
                     Keys.onEscapePressed: event => {
                         if (inputMethodComposing)

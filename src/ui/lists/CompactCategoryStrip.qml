@@ -21,7 +21,8 @@ Item {
     signal deleteRequested(string categoryId)
 
     readonly property alias creating: controller.creating
-    readonly property alias createPopover: createPopover
+    // Made on the first press of the plus button, not with the board.
+    property CategoryCreatePopover createPopover: null
     readonly property alias pill: pill
 
     // The tab whose pill is on show, or null when the selected list has no tab.
@@ -162,9 +163,10 @@ Item {
                 onClicked: controller.beginCreate()
             }
 
-            CategoryCreatePopover {
-                id: createPopover
-                controller: controller
+            Component {
+                id: createPopoverComponent
+
+                CategoryCreatePopover {}
             }
         }
     }
@@ -172,10 +174,14 @@ Item {
     Connections {
         target: controller
         function onCreatingChanged() {
-            if (controller.creating)
-                createPopover.open();
-            else
-                createPopover.close();
+            if (controller.creating) {
+                if (!strip.createPopover)
+                    strip.createPopover = createPopoverComponent.createObject(
+                                plusButton, { controller: controller });
+                strip.createPopover.open();
+            } else if (strip.createPopover) {
+                strip.createPopover.close();
+            }
         }
     }
 }

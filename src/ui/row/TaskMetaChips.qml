@@ -90,7 +90,8 @@ Row {
                 text: icons.task ? icons.task.note : ""
                 font.pixelSize: 12
                 lineHeightMode: Text.FixedHeight
-                lineHeight: Math.ceil(noteMetrics.height) + 3
+                // A Chinese line is taller than the Latin font's height: both are measured.
+                lineHeight: Math.ceil(Math.max(noteMetrics.height, cjkLine.height)) + 3
                 width: Math.min(implicitWidth, 280)
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignLeft
@@ -99,6 +100,11 @@ Row {
                 FontMetrics {
                     id: noteMetrics
                     font.pixelSize: 12
+                }
+                TextMetrics {
+                    id: cjkLine
+                    font.pixelSize: 12
+                    text: "国"
                 }
             }
         }

@@ -58,9 +58,18 @@ Item {
         }
     }
 
+    // One line of title or note. A line of Chinese takes the fallback CJK font's taller ascent
+    // and descent, so it is measured on a Chinese sample too, never taken as a constant.
+    readonly property real lineHeight: Math.ceil(Math.max(metrics.height, cjkLine.height))
+
     FontMetrics {
         id: metrics
         font.pixelSize: 14
+    }
+    TextMetrics {
+        id: cjkLine
+        font.pixelSize: 14
+        text: "国"
     }
 
     // Behind everything: the tint of the task open in the dialog.
@@ -124,7 +133,7 @@ Item {
                     maximumLineCount: 2
                     elide: Text.ElideRight
                     lineHeightMode: Text.FixedHeight
-                    lineHeight: Math.ceil(metrics.height) + 4
+                    lineHeight: row.lineHeight + 4
                 }
             }
             Item {
@@ -143,7 +152,7 @@ Item {
                     maximumLineCount: 3
                     elide: Text.ElideRight
                     lineHeightMode: Text.FixedHeight
-                    lineHeight: Math.ceil(metrics.height) + 4
+                    lineHeight: row.lineHeight + 4
                 }
             }
             TaskMetaChips {

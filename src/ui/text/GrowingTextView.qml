@@ -175,12 +175,13 @@ Item {
             onActiveFocusChanged: Qt.callLater(field.reportFocus)
 
             Keys.onPressed: event => {
-                if ((event.key === Qt.Key_Tab || event.key === Qt.Key_Backtab)
-                        && !rules.allowsNewlines) {
-                    // A title holds no tab: Tab moves on, as in any form.
+                const backward = event.key === Qt.Key_Backtab
+                        || (event.key === Qt.Key_Tab && (event.modifiers & Qt.ShiftModifier))
+                if (backward || (event.key === Qt.Key_Tab && !rules.allowsNewlines)) {
+                    // A title holds no tab: Tab moves on, as in any form. Shift+Tab moves
+                    // back from any field, a note included.
                     event.accepted = true
-                    field.tabPressed(event.key === Qt.Key_Backtab
-                                     || (event.modifiers & Qt.ShiftModifier))
+                    field.tabPressed(backward)
                 } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
                     event.accepted = true
                     const action = rules.returnAction(edit.inputMethodComposing, event.modifiers)

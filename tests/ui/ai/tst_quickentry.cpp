@@ -4,10 +4,10 @@
 #include "GeminiClient.h"
 #include "KeychainStore.h"
 #include "Preferences.h"
+#include "TestData.h"
 #include "ai/AISettingsController.h"
 #include "ai/QuickEntryController.h"
 
-#include <QJsonArray>
 #include <QNetworkAccessManager>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -34,40 +34,11 @@ private slots:
     }
 
     // Every failure reads as the client words it; a pass names the trimmed model.
-    void testButtonShowsTheOutcome_data() {
-        QTest::addColumn<QJsonObject>("answer");
-        QTest::addColumn<QString>("model");
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("text");
-        const auto error = [](int status, const char* message, const char* code) {
-            return QJsonObject{{"status", status},
-                               {"json", QJsonObject{{"error", QJsonObject{{"code", status},
-                                                                          {"message", message},
-                                                                          {"status", code}}}}}};
-        };
-        QTest::newRow("pass") << QJsonObject{{"json", QJsonObject{{"candidates", QJsonArray()}}}}
-                              << " gemini-x " << int(TestState::Success) << "已连接到 gemini-x。";
-        QTest::newRow("pass, default model")
-            << QJsonObject{{"json", QJsonObject{}}} << "  " << int(TestState::Success)
-            << "已连接到 " + AIConfig::defaultModel + "。";
-        QTest::newRow("bad key") << error(400, "API key not valid. Please pass a valid API key.",
-                                          "INVALID_ARGUMENT")
-                                 << "" << int(TestState::Failure)
-                                 << "接口错误：API key not valid. Please pass a valid API key.";
-        QTest::newRow("overloaded")
-            << error(503, "The model is overloaded. Please try again later.", "UNAVAILABLE") << ""
-            << int(TestState::Failure)
-            << "接口错误：The model is overloaded. Please try again later.";
-        QTest::newRow("reset") << QJsonObject{{"behaviour", "reset"}} << ""
-                               << int(TestState::Failure) << "网络错误：";
-    }
+    void testButtonShowsTheOutcome_data() { TestData::addRows("pane-tests.json", "tests"); }
     void testButtonShowsTheOutcome() {
-        QFETCH(QJsonObject, answer);
-        QFETCH(QString, model);
-        QFETCH(int, state);
-        QFETCH(QString, text);
-        m_fake.fallback = answer;
-        m_config->setModel(model);
+        QFETCH(QJsonObject, row);
+        m_fake.fallback = row["answer"].toObject();
+        m_config->setModel(row["model"].toString());
         m_config->setApiKey(QStringLiteral(" k-1 "));
         AISettingsController pane(m_config.get(), m_client.get());
         QVERIFY(pane.canTest());
@@ -75,7 +46,9 @@ private slots:
         QCOMPARE(pane.testState(), TestState::Testing);
         QVERIFY(!pane.canTest()); // one test at a time
         QTRY_VERIFY(pane.testState() != TestState::Testing);
-        QCOMPARE(int(pane.testState()), state);
+        QCOMPARE(pane.testState(),
+                 row["passes"].toBool() ? TestState::Success : TestState::Failure);
+        const QString text = row["text"].toString().replace("$default", AIConfig::defaultModel);
         QVERIFY2(pane.testText().startsWith(text), qPrintable(pane.testText()));
         QVERIFY(pane.canTest());
         QCOMPARE(m_fake.seen.back().key, QStringLiteral("k-1"));
@@ -126,16 +99,11 @@ private slots:
         QCOMPARE(entry.title(), QString());
         QCOMPARE(entry.chosenListId(), entry.defaultListId());
         QVERIFY(!entry.chosenDueDate().isValid());
-        m_config->setEnabled(true);
-    }
-
-    // Up and Down walk the options (none, then each list) without wrapping.
-    void moveSelectionClamps() {
-        QuickEntryController entry(*m_config, *m_client, m_clock);
+        // Up and Down walk the options (none, then each list) and stop at the ends.
         entry.moveSelection(-1);
+        entry.moveSelection(1);
         QCOMPARE(entry.chosenListId(), QString());
-        entry.moveSelection(1); // no lists: the empty choice is the only one
-        QCOMPARE(entry.chosenListId(), QString());
+        m_config->setEnabled(true);
     }
 
 private:

@@ -3,6 +3,7 @@
 #include "Clock.h"
 #include "IsoCalendar.h"
 #include "Notifications.h"
+#include "TestData.h"
 #include "board/BoardController.h"
 #include "drawer/TaskDrawerController.h"
 #include "text/RichTextDocument.h"
@@ -12,7 +13,6 @@
 #include <QTest>
 #include <QTextDocument>
 #include <memory>
-#include <tuple>
 
 using BoardTest::local;
 
@@ -55,20 +55,6 @@ private slots:
     }
 
     void cleanup() { m_store.reset(); }
-
-    void cardHeight() {
-        // Note height, limit, card height: past 290 the card grows; never below 400.
-        for (const auto& [note, limit, expected] :
-             {std::tuple{291.0, 800.0, 401.0}, std::tuple{2000.0, 300.0, 400.0}}) {
-            TaskDrawerController drawer;
-            QSignalSpy changed(&drawer, &TaskDrawerController::cardHeightChanged);
-            drawer.setMaxHeight(limit);
-            drawer.setNoteTextHeight(note);
-            QCOMPARE(drawer.cardHeight(), expected);
-            QCOMPARE(changed.isEmpty(),
-                     qFuzzyCompare(expected, TaskDrawerController::defaultHeight));
-        }
-    }
 
     void titleWritesThroughAndStamps() {
         TaskItem* task = m_store->addTask(QStringLiteral("旧标题"), 1, kNow.addDays(-1));
@@ -128,23 +114,12 @@ private slots:
         }
     }
 
-    void schedule_data() {
-        QTest::addColumn<QDateTime>("day");
-        QTest::addColumn<QDateTime>("reminder");
-        QTest::addColumn<QString>("icon");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("tomorrow") << local(2024, 6, 13, 15, 0) << QDateTime() << "calendar"
-                                  << "明天";
-        QTest::newRow("a reminder today: the bare time")
-            << local(2024, 6, 12) << local(2024, 6, 12, 18, 30) << "alarm.fill"
-            << "18:30";
-        QTest::newRow("cleared") << QDateTime() << QDateTime() << "alarm"
-                                 << "";
-    }
+    void schedule_data() { TestData::addRows("drawer-schedules.json", "schedules"); }
 
     void schedule() {
-        QFETCH(QDateTime, day);
-        QFETCH(QDateTime, reminder);
+        QFETCH(QJsonObject, row);
+        const QDateTime day = TestData::moment(row["day"]);
+        const QDateTime reminder = TestData::moment(row["reminder"]);
         TaskItem* task = m_store->addTask(QStringLiteral("任务"), 1, kNow.addDays(-1));
         task->schedule(local(2024, 6, 14), kNow.addDays(-1), IsoCalendar());
         task->setReminderAt(local(2024, 6, 14, 8, 0));
@@ -166,8 +141,8 @@ private slots:
         QCOMPARE(posted.size(), 1);
         QCOMPARE(posted.first().first().toString(), TavikNotification::tasksChanged);
         QVERIFY(!scheduleChanged.isEmpty());
-        QTEST(drawer.scheduleIcon(), "icon");
-        QTEST(drawer.scheduleLabel(), "label");
+        QCOMPARE(drawer.scheduleIcon(), row["icon"].toString());
+        QCOMPARE(drawer.scheduleLabel(), row["label"].toString());
     }
 
     void boardSuppliesTheReminderSink() {

@@ -226,16 +226,13 @@ private slots:
     void updateDialogSizing() {
         UpdateDialogController dialog(m_engine.get());
         QQuickWindow* window = dialog.window();
+        // The fit of each state is updatedialog_e2e's; here, the place and long notes.
         dialog.showChecking();
         QVERIFY(QTest::qWaitForWindowExposed(window));
         window->setPosition(30, 40);
-        const int checkingHeight = window->height();
-
         dialog.showUpdateFound(QStringLiteral("1.2.0"), QStringLiteral("42"),
                                QStringLiteral("一\n二\n三\n四"), downloadUrl);
         QCOMPARE(window->position(), QPoint(30, 40));
-        QVERIFY(window->height() > checkingHeight);
-        QCOMPARE(window->height(), qCeil(find(dialog, "dialogContent")->implicitHeight()) + 40);
 
         QString notes;
         for (int i = 0; i < 200; ++i)
@@ -244,8 +241,7 @@ private slots:
         QTRY_VERIFY(find(dialog, "notes")->height() > 1000);
         QVERIFY(window->height() < 400);
 
-        dialog.showNotOffered(); // shorter again: the window follows and stays fixed there
-        QCOMPARE(window->height(), qCeil(find(dialog, "dialogContent")->implicitHeight()) + 40);
+        dialog.showNotOffered(); // shorter again: the window stays fixed at its new height
         QCOMPARE(window->maximumHeight(), window->height());
     }
 
