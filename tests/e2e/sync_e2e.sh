@@ -3,9 +3,10 @@
 # loopback with a password file, and a real gnome-keyring for the password. The account is
 # connected through the settings form; a task made on the board reaches the server, and one
 # put there by python3-caldav reaches the board after the next sync (asked for with
-# `tavik --sync`, which the running board takes over). Then the section's states: off,
+# `tavik --sync`, which the running board runs and answers). Then the section's states: off,
 # active, an unreachable server, and a password the keyring does not hold at launch (which
-# leaves the account as it was). Screenshots go to $TAVIK_ARTIFACTS.
+# leaves the account as it was, and takes the password typed again). Screenshots go to
+# $TAVIK_ARTIFACTS.
 # Usage: sync_e2e.sh TAVIK_BINARY    (lib.sh adds the session bus)
 set -euo pipefail
 
@@ -112,14 +113,18 @@ check "a task made on the board appears on the server" wait_for 40 on_server 买
 
 # A task made by another client comes down with the next sync, which the running board does.
 check "python3-caldav puts a task on the server" server_put 从服务器来的任务
-"$TAVIK" --sync >"$WORK/sync-forward.log" 2>&1
-check "tavik --sync hands the sync to the running board" grep -q "running Tavik" "$WORK/sync-forward.log"
-check "the server's task appears on the board" wait_for 30 on_board 从服务器来的任务
+"$TAVIK" --sync >"$WORK/sync-forward.out" 2>"$WORK/sync-forward.err"
+check "tavik --sync waits for the running board's sync and sums it up" \
+    grep -q "down 1 tasks" "$WORK/sync-forward.out"
+check "with its steps on standard error" grep -q "import" "$WORK/sync-forward.err"
+check "the server's task is on the board when it returns" on_board 从服务器来的任务
 shot board-after-sync
 
-# The server goes away: the next sync fails and the section says why; the board stays.
+# The server goes away: the next sync fails and says why, there and in the section.
 stop "$RADICALE"
-"$TAVIK" --sync >/dev/null 2>&1 || true
+"$TAVIK" --sync >/dev/null 2>"$WORK/sync-away.err" && away=0 || away=$?
+check "tavik --sync through the board exits 1 with the reason" \
+    bash -c "[ $away = 1 ] && grep -q 'sync failed' '$WORK/sync-away.err'"
 open_settings
 sleep 3
 check "the board keeps its tasks while the server is away" on_board 从服务器来的任务
@@ -134,6 +139,16 @@ open_settings
 settings_shot unavailable
 check "a missing password at launch leaves the account in place" grep -qF "serverUrl=$SERVER" "$ini"
 check "the board is still there" on_board 买火车票
+# The caret waits in the password field; the password typed again reconnects at once.
+xdotool type --delay 40 "$PASSWORD"
+key Return
+check "the password typed again goes to the Secret Service" wait_for 20 \
+    bash -c '[ "$(secret-tool lookup user caldav_password server dev.orlen.tavik)" = "$PASSWORD" ]'
+sleep 2
+settings_shot password-again
+server_put 重新输入密码后的任务
+"$TAVIK" --sync >/dev/null 2>&1
+check "and the board syncs again without a restart" on_board 重新输入密码后的任务
 
 # --connect from a terminal stores the account as the form does, and the running board
 # follows at once: it connects and fetches what the server holds.
