@@ -52,8 +52,8 @@ int SingleInstance::requestSync(const std::function<void(const QString&)>& onPro
     connect(&listener, &SingleInstance::syncProgressReceived, &listener, onProgress);
     bus.connect(serviceName, objectPath, interfaceName, QStringLiteral("SyncProgress"), &listener,
                 SLOT(relaySyncProgress(QString)));
-    const QDBusMessage call =
-        QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName, "Sync");
+    const QDBusMessage call = QDBusMessage::createMethodCall(serviceName, objectPath, interfaceName,
+                                                             QStringLiteral("Sync"));
     // A first upload may take minutes: no time limit; a board that quits ends the call.
     QDBusPendingCallWatcher watcher(bus.asyncCall(call, std::numeric_limits<int>::max()));
     QEventLoop loop;

@@ -181,6 +181,26 @@ int syncOnce(const Clock& clock) {
     return conclude(exitCode, line);
 }
 
+// Runs one sync on the board's mirror for `tavik --sync` and answers it when it ends.
+void answerSync(SingleInstance& instance, CloudSync& cloudSync, ModelContext& context) {
+    CalDavMirror* mirror = cloudSync.mirror();
+    if (!mirror) {
+        const QString reason = cloudSync.monitor() ? cloudSync.monitor()->stateText() : QString();
+        instance.endSync(1, reason.isEmpty()
+                                ? noAccount
+                                : QStringLiteral("sync is off in the running Tavik: ") + reason);
+        return;
+    }
+    auto* report = new SyncReport(context, *mirror, &instance);
+    QObject::connect(report, &SyncReport::progress, &instance, &SingleInstance::reportSyncProgress);
+    QObject::connect(report, &SyncReport::finished, &instance,
+                     [&instance, report](int exitCode, const QString& line) {
+                         instance.endSync(exitCode, line);
+                         report->deleteLater();
+                     });
+    report->start();
+}
+
 } // namespace
 
 int run(const QString& command, const LaunchOptions& options, const Clock& clock) {
@@ -195,27 +215,9 @@ int run(const QString& command, const LaunchOptions& options, const Clock& clock
 }
 
 void serve(SingleInstance& instance, CloudSync& cloudSync, ModelContext& context) {
-    QObject::connect(&instance, &SingleInstance::syncRequested, &instance, [&] {
-        CalDavMirror* mirror = cloudSync.mirror();
-        if (!mirror) {
-            const QString reason =
-                cloudSync.monitor() ? cloudSync.monitor()->stateText() : QString();
-            instance.endSync(1,
-                             reason.isEmpty()
-                                 ? noAccount
-                                 : QStringLiteral("sync is off in the running Tavik: ") + reason);
-            return;
-        }
-        auto* report = new SyncReport(context, *mirror, &instance);
-        QObject::connect(report, &SyncReport::progress, &instance,
-                         &SingleInstance::reportSyncProgress);
-        QObject::connect(report, &SyncReport::finished, &instance,
-                         [&instance, report](int exitCode, const QString& line) {
-                             instance.endSync(exitCode, line);
-                             report->deleteLater();
-                         });
-        report->start();
-    });
+    QObject::connect(
+        &instance, &SingleInstance::syncRequested, &instance,
+        [&instance, &cloudSync, &context] { answerSync(instance, cloudSync, context); });
 }
 
 } // namespace SyncCommands
