@@ -19,6 +19,7 @@
 #include <QDir>
 #include <QLoggingCategory>
 #include <QProcess>
+#include <QTimer>
 #include <cstdio>
 #include <sys/resource.h>
 
@@ -205,11 +206,32 @@ void memoryFigure(int count) {
     // Radicale answers the first listing of a cold collection this large only after
     // reading every item: longer than the tests' timeout.
     b.client.setTimeout(600000);
+    // A 60 Hz timer on the main thread stands for the board's frames: each gap between its
+    // ticks is how long the board could not draw.
+    QList<double> gaps;
+    QElapsedTimer sinceTick;
+    QTimer frames;
+    frames.setTimerType(Qt::PreciseTimer);
+    QObject::connect(&frames, &QTimer::timeout, [&] {
+        gaps.append(msSince(sinceTick));
+        sinceTick.restart();
+    });
+    sinceTick.start();
+    frames.start(16);
     const Stopwatch watch;
     const bool imported = b.sync(3600000) && b.context->tasks().size() == count;
+    // The sync may end in a long stretch with no tick: that stretch is a gap too.
+    gaps.append(msSince(sinceTick));
+    frames.stop();
     std::printf("Radicale  first import of %d tasks: %.0f ms wall, peak resident %.0f MiB "
                 "(%.0f MiB before)%s\n",
                 count, watch.wallMs(), peakMiB(), before, imported ? "" : " (FAILED)");
+    if (!gaps.isEmpty())
+        std::printf(
+            "          main-thread gaps at 60 Hz during it (%d ticks): median %.1f ms, p95 %.1f "
+            "ms, max %.0f ms\n",
+            int(gaps.size()), median(gaps), percentile(gaps, 0.95),
+            *std::max_element(gaps.cbegin(), gaps.cend()));
 }
 
 void upload(CalDavServer::Kind kind, const char* name, int count) {

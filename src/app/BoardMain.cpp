@@ -192,6 +192,7 @@ int runBoard(int argc, char* argv[], const LaunchOptions& options) {
                      [&delegate](const QStringList& arguments) {
                          delegate.handleLaunch(LaunchOptions::parse(arguments));
                      });
+    SyncCommands::serve(instance, cloudSync, container->mainContext());
     // A logout, a shutdown or a plain kill quits like the menu's Quit, with the last save.
     QuitSignals quitSignals;
     QObject::connect(&quitSignals, &QuitSignals::received, &app, &QCoreApplication::quit);

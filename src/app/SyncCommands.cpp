@@ -3,6 +3,7 @@
 #include "CalDavMirror.h"
 #include "CloudAccount.h"
 #include "CloudSync.h"
+#include "CloudSyncMonitor.h"
 #include "KeychainStore.h"
 #include "LaunchOptions.h"
 #include "ModelContainer.h"
@@ -10,14 +11,13 @@
 #include "Preferences.h"
 #include "SingleInstance.h"
 #include "StoreLock.h"
-#include "TaskItem.h"
+#include "SyncReport.h"
 #include "TavikContainer.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QEventLoop>
 #include <QNetworkAccessManager>
-#include <QSet>
 #include <QTimer>
 #include <cstdio>
 #include <termios.h>
@@ -30,6 +30,8 @@ namespace {
 const QString kConnect = QStringLiteral("--connect");
 const QString kDisconnect = QStringLiteral("--disconnect");
 const QString kSync = QStringLiteral("--sync");
+const QString noAccount =
+    QStringLiteral("no sync account; connect one first with --connect URL USER");
 
 void print(FILE* stream, const QString& text) {
     const QByteArray bytes = text.toUtf8();
@@ -110,32 +112,29 @@ int connectOrDisconnect(const QString& command, const LaunchOptions& options) {
     return account.messageIsError() ? 1 : 0;
 }
 
-QString stepName(MirrorEvent::Type type) {
-    switch (type) {
-    case MirrorEvent::Type::setup:
-        return QStringLiteral("setup");
-    case MirrorEvent::Type::import:
-        return QStringLiteral("import");
-    case MirrorEvent::Type::exportChanges:
-        return QStringLiteral("export");
-    }
-    return {};
+// The closing line of a sync, run here or by the running board.
+int conclude(int exitCode, const QString& line) {
+    if (exitCode != 0)
+        return failed(line);
+    print(stdout, line + u'\n');
+    return 0;
 }
 
 int syncOnce(const Clock& clock) {
     if (boardIsRunning()) {
-        if (!SingleInstance::forward({QStringLiteral("tavik"), kSync}))
-            return failed(QStringLiteral("Tavik is running but did not answer"));
-        print(stdout, QStringLiteral("asked the running Tavik to sync; its settings window "
-                                     "shows how it went\n"));
-        return 0;
+        QString line;
+        const int exitCode = SingleInstance::requestSync(
+            [](const QString& progress) { print(stderr, progress); }, &line);
+        if (exitCode < 0)
+            return failed(QStringLiteral("Tavik is running but did not answer: ") + line);
+        return conclude(exitCode, line);
     }
     Preferences preferences;
     KeychainStore keys;
     QNetworkAccessManager network;
     CloudAccount account(preferences, keys, &network);
     if (!account.isConfigured())
-        return failed(QStringLiteral("no sync account; connect one first with --connect URL USER"));
+        return failed(noAccount);
 
     QEventLoop loop;
     CalDavClient::Account credentials;
@@ -166,53 +165,40 @@ int syncOnce(const Clock& clock) {
     if (opened.sync.kind != TavikContainer::SyncAvailability::Kind::active)
         return failed(opened.sync.reason);
 
-    ModelContext& context = opened.container->mainContext();
-    CalDavMirror& mirror = *cloudSync.mirror();
-    const qsizetype waiting = context.pendingChanges().size();
-    // What came down: the records the import touched.
-    QSet<const QObject*> received;
-    bool importing = false;
-    const auto touched = [&](const QObject* record) {
-        if (importing)
-            received.insert(record);
-    };
-    QObject::connect(&context, &ModelContext::taskInserted, &loop, touched);
-    QObject::connect(&context, &ModelContext::taskChanged, &loop, touched);
-    QObject::connect(&context, &ModelContext::taskRemoved, &loop, touched);
-    CalDavError lastError;
-    QObject::connect(&mirror, &CalDavMirror::eventChanged, &loop, [&](const MirrorEvent& event) {
-        const QString step = stepName(event.type);
-        if (event.type == MirrorEvent::Type::import)
-            importing = !event.endedAt.isValid();
-        if (!event.endedAt.isValid()) {
-            print(stderr, step + QStringLiteral("…\n"));
-        } else if (event.error.isError()) {
-            lastError = event.error;
-            print(stderr, QStringLiteral("%1 failed: %2\n").arg(step, event.error.detail));
-        }
-    });
-    QObject::connect(&mirror, &CalDavMirror::progress, &loop, [](qsizetype done, qsizetype total) {
-        print(stderr, QStringLiteral("export %1/%2\r").arg(done).arg(total));
-    });
-    bool ok = false;
-    QObject::connect(&mirror, &CalDavMirror::finished, &loop, [&](bool worked) {
-        ok = worked;
+    SyncReport report(opened.container->mainContext(), *cloudSync.mirror());
+    QObject::connect(&report, &SyncReport::progress, &loop,
+                     [](const QString& line) { print(stderr, line); });
+    int exitCode = 1;
+    QString line;
+    QObject::connect(&report, &SyncReport::finished, &loop, [&](int code, const QString& text) {
+        exitCode = code;
+        line = text;
         loop.quit();
     });
-    mirror.sync();
+    report.start();
     loop.exec();
-    const qsizetype stillWaiting = context.pendingChanges().size();
     cloudSync.detach();
+    return conclude(exitCode, line);
+}
 
-    const qsizetype sent = waiting - stillWaiting;
-    if (!ok)
-        return failed(QStringLiteral("sync failed: %1 (%2); sent %3 changes before it stopped")
-                          .arg(lastError.userText(), lastError.detail)
-                          .arg(qMax<qsizetype>(0, sent)));
-    print(stdout, QStringLiteral("synced: up %1 changes, down %2 tasks\n")
-                      .arg(qMax<qsizetype>(0, sent))
-                      .arg(received.size()));
-    return 0;
+// Runs one sync on the board's mirror for `tavik --sync` and answers it when it ends.
+void answerSync(SingleInstance& instance, CloudSync& cloudSync, ModelContext& context) {
+    CalDavMirror* mirror = cloudSync.mirror();
+    if (!mirror) {
+        const QString reason = cloudSync.monitor() ? cloudSync.monitor()->stateText() : QString();
+        instance.endSync(1, reason.isEmpty()
+                                ? noAccount
+                                : QStringLiteral("sync is off in the running Tavik: ") + reason);
+        return;
+    }
+    auto* report = new SyncReport(context, *mirror, &instance);
+    QObject::connect(report, &SyncReport::progress, &instance, &SingleInstance::reportSyncProgress);
+    QObject::connect(report, &SyncReport::finished, &instance,
+                     [&instance, report](int exitCode, const QString& line) {
+                         instance.endSync(exitCode, line);
+                         report->deleteLater();
+                     });
+    report->start();
 }
 
 } // namespace
@@ -226,6 +212,12 @@ int run(const QString& command, const LaunchOptions& options, const Clock& clock
         return syncOnce(clock);
     }
     return connectOrDisconnect(command, options);
+}
+
+void serve(SingleInstance& instance, CloudSync& cloudSync, ModelContext& context) {
+    QObject::connect(
+        &instance, &SingleInstance::syncRequested, &instance,
+        [&instance, &cloudSync, &context] { answerSync(instance, cloudSync, context); });
 }
 
 } // namespace SyncCommands

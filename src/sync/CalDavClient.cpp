@@ -213,10 +213,13 @@ void CalDavClient::findPrincipal(const QList<QUrl>& candidates, const HomeDone& 
         });
 }
 
-void CalDavClient::listCollections(const QUrl& home, const CollectionsDone& done) {
-    const QByteArray props = "<D:resourcetype/><D:displayname/><A:calendar-color/>"
-                             "<A:calendar-order/><CS:getctag/><D:sync-token/>"
-                             "<C:supported-calendar-component-set/>";
+void CalDavClient::listCollections(const QUrl& home, const CollectionsDone& done, Markers markers) {
+    QByteArray props = "<D:resourcetype/><D:displayname/><A:calendar-color/>"
+                       "<A:calendar-order/><C:supported-calendar-component-set/>";
+    if (markers != Markers::none)
+        props += "<CS:getctag/>";
+    if (markers == Markers::ctagAndToken)
+        props += "<D:sync-token/>";
     dav("PROPFIND", home, "1", propfind(props), [home, done](const Reply& reply) {
         DavMultiStatus status;
         if (const CalDavError error = readMultiStatus(reply, &status); error.isError()) {
@@ -242,6 +245,24 @@ void CalDavClient::listCollections(const QUrl& home, const CollectionsDone& done
         }
         done({}, collections);
     });
+}
+
+void CalDavClient::readToken(const QUrl& collection, const TokenDone& done) {
+    dav("PROPFIND", collection, "0", propfind("<D:sync-token/>"),
+        [collection, done](const Reply& reply) {
+            DavMultiStatus status;
+            if (const CalDavError error = readMultiStatus(reply, &status); error.isError()) {
+                done(error, {});
+                return;
+            }
+            for (const DavResponse& response : status.responses) {
+                if (sameResource(response.url, collection)) {
+                    done({}, response.prop(Dav::ns, "sync-token").trimmed());
+                    return;
+                }
+            }
+            done({}, {});
+        });
 }
 
 void CalDavClient::makeCalendar(const CalendarCollection& collection, const Done& done) {

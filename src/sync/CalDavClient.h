@@ -43,6 +43,11 @@ public:
     using ItemsDone = std::function<void(const CalDavError&, const QList<CalendarItem>&)>;
     using ItemDone = std::function<void(const CalDavError&, const CalendarItem&)>;
     using PutDone = std::function<void(const CalDavError&, const QString& etag)>;
+    using TokenDone = std::function<void(const CalDavError&, const QString& token)>;
+
+    // What a listing of collections says about their changes. Some servers (Radicale) pass
+    // over every item for each marker, so a caller asks only for what it compares.
+    enum class Markers { none, ctag, ctagAndToken };
 
     explicit CalDavClient(QNetworkAccessManager* network, QObject* parent = nullptr);
     ~CalDavClient() override;
@@ -55,7 +60,10 @@ public:
     // Finds the principal and the calendar home: .well-known/caldav, else the server URL.
     void discover(const HomeDone& done);
     // The calendar collections in the home, whatever components they advertise.
-    void listCollections(const QUrl& home, const CollectionsDone& done);
+    void listCollections(const QUrl& home, const CollectionsDone& done,
+                         Markers markers = Markers::ctagAndToken);
+    // The collection's present sync-token (empty where the server offers none).
+    void readToken(const QUrl& collection, const TokenDone& done);
     // MKCALENDAR for tasks, with the list's name, colour and order.
     void makeCalendar(const CalendarCollection& collection, const Done& done);
     // PROPPATCH of name, colour and order. A server may answer 200 and drop the order.

@@ -136,10 +136,17 @@ void CalDavMirror::setup() {
         m_context.requeueAll();
     }
     QPointer<CalDavMirror> self(this);
-    const auto list = [this, self](const QUrl& home) {
+    // Only a collection imported before is compared with its ctag; a first import reads its
+    // token apart, so the listing asks no marker at all then (each costs Radicale a pass
+    // over every item).
+    const QList<MirrorStore::Collection> known = m_store.collections();
+    const bool compare = std::any_of(known.cbegin(), known.cend(),
+                                     [](const auto& c) { return !c.syncToken.isEmpty(); });
+    const auto list = [this, self, compare](const QUrl& home) {
         m_home = home;
         m_client.listCollections(
-            home, [this, self](const CalDavError& error, const QList<CalendarCollection>& found) {
+            home,
+            [this, self](const CalDavError& error, const QList<CalendarCollection>& found) {
                 if (!self)
                     return;
                 if (error.isError()) {
@@ -147,7 +154,8 @@ void CalDavMirror::setup() {
                     return;
                 }
                 pairCollections(found);
-            });
+            },
+            compare ? CalDavClient::Markers::ctag : CalDavClient::Markers::none);
     };
     const QUrl stored = QUrl(m_store.value(homeKey));
     if (stored.isValid() && !stored.isEmpty()) {
@@ -308,9 +316,9 @@ void CalDavMirror::importNext(qsizetype index) {
         const MirrorStore::Collection& collection = m_toImport.at(index);
         const CalendarCollection server =
             m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
-        // Nothing moved since the last import: no request for this collection.
-        const bool unchanged = !collection.syncToken.isEmpty() &&
-                               collection.syncToken == server.syncToken &&
+        // Nothing moved since the last import: no request for this collection. The ctag alone
+        // tells; the token is the one the next change is read from.
+        const bool unchanged = !collection.syncToken.isEmpty() && !collection.ctag.isEmpty() &&
                                collection.ctag == server.ctag;
         if (!unchanged)
             break;
@@ -343,28 +351,44 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
     const CalendarCollection server =
         m_onServer.value(collection.url.adjusted(QUrl::StripTrailingSlash));
     // Without a usable token: everything the collection holds, and what we hold there and it
-    // no longer lists was deleted there. The token is the one read before the listing, so
-    // nothing that changes meanwhile is skipped.
-    const auto fullListing = [this, self, collection, server, done](bool withData) {
+    // no longer lists was deleted there. The token is read before the listing, so nothing
+    // that changes meanwhile is skipped.
+    const auto listWith = [this, self, collection, server, done](bool withData,
+                                                                 const QString& token) {
         m_client.listItems(collection.url, withData,
-                           [this, self, collection, server,
+                           [this, self, collection, server, token,
                             done](const CalDavError& error, const QList<CalendarItem>& listed) {
                                if (!self)
                                    return;
-                               Delta delta{collection, server.syncToken, {}, {}};
+                               Delta delta{collection, token, {}, {}};
                                delta.collection.ctag = server.ctag;
                                if (error.isError()) {
                                    done(error, delta);
                                    return;
                                }
                                addUnlisted(delta, listed);
+                               QHash<QString, QString> etags; // path -> ETag of what we hold there
+                               for (const MirrorStore::Item& held : m_store.itemsIn(collection.url))
+                                   etags.insert(pathKey(held.href), held.etag);
                                for (const CalendarItem& item : listed) {
-                                   const auto binding = m_store.itemAt(item.url);
-                                   if (!binding || binding->etag != item.etag)
+                                   const auto held = etags.constFind(pathKey(item.url));
+                                   if (held == etags.cend() || *held != item.etag)
                                        delta.changed.append(item);
                                }
                                fillTexts(delta, done);
                            });
+    };
+    const auto fullListing = [this, self, collection, done, listWith](bool withData) {
+        m_client.readToken(collection.url, [self, collection, done, listWith, withData](
+                                               const CalDavError& error, const QString& token) {
+            if (!self)
+                return;
+            if (error.isError()) {
+                done(error, Delta{collection, {}, {}, {}});
+                return;
+            }
+            listWith(withData, token);
+        });
     };
     // A first import takes every text in that one listing (a sync-collection from nothing
     // costs Radicale several times as long); a collection we already hold lists ETags only
@@ -465,22 +489,24 @@ void CalDavMirror::applyDeltas() {
     // Unsaved board changes go out first, recorded, so the import cannot swallow them.
     if (!saveBoard(true))
         return;
-    QHash<QUuid, bool> pending; // task id -> deleted here
+    Applying state;
+    QHash<QUuid, bool>& pending = state.pending;
     for (const RecordChange& change : m_context.pendingChanges()) {
         if (change.kind == RecordChange::Kind::task)
             pending.insert(change.id, change.deleted);
     }
-    QSet<QString> removed;
     for (const Delta& delta : std::as_const(m_deltas)) {
         for (const QUrl& href : delta.removed)
-            removed.insert(pathKey(href));
+            state.removed.insert(pathKey(href));
     }
-    QHash<QUuid, MirrorStore::Item> bound;
+    state.known = m_store.allItems();
+    QHash<QUuid, MirrorStore::Item>& bound = state.bound;
     QList<QUuid> unbound;
     m_strays.clear();
     for (const Delta& delta : std::as_const(m_deltas)) {
+        TaskCategory* category = categoryFor(delta.collection.url);
         for (const CalendarItem& item : delta.changed)
-            applyItem(delta, item, pending, removed, bound);
+            applyItem(delta, category, item, state);
     }
     // Removals after every change, so a task that moved between collections is not lost.
     for (const Delta& delta : std::as_const(m_deltas)) {
@@ -558,9 +584,10 @@ void CalDavMirror::removeStrays() {
     });
 }
 
-void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
-                             const QHash<QUuid, bool>& pending, const QSet<QString>& removed,
-                             QHash<QUuid, MirrorStore::Item>& bound) {
+void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const CalendarItem& item,
+                             Applying& state) {
+    const QHash<QUuid, bool>& pending = state.pending;
+    QHash<QUuid, MirrorStore::Item>& bound = state.bound;
     TaskFields server;
     QString why;
     if (item.data.isEmpty() || !VtodoCodec::decode(item.data, &server, &why)) {
@@ -572,13 +599,16 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
     if (pending.value(server.id, false))
         return;
     // Where the task lives as far as we know: bound earlier in this import, or before.
-    const auto binding =
-        bound.contains(server.id) ? std::optional(bound.value(server.id)) : m_store.item(server.id);
+    const auto found = bound.constFind(server.id);
+    const auto binding = found != bound.cend() ? std::optional(*found)
+                         : state.known.contains(server.id)
+                             ? std::optional(state.known.value(server.id))
+                             : std::nullopt;
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
         return;
-    if (binding && !sameUrl(binding->href, item.url) && !removed.contains(pathKey(binding->href)) &&
-        !isVanished(binding->collection)) {
+    if (binding && !sameUrl(binding->href, item.url) &&
+        !state.removed.contains(pathKey(binding->href)) && !isVanished(binding->collection)) {
         // One UID at two hrefs (a move whose DELETE was lost, a create retried under another
         // name, another client's copy): one task. The newer copy stays, the other one goes
         // from the server; a task changed here keeps the copy its export writes to.
@@ -593,7 +623,6 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
         m_strays.append({binding->href, binding->etag, {}});
     }
     TaskItem* task = m_context.task(server.id);
-    TaskCategory* category = categoryFor(delta.collection.url);
     if (!task) {
         task =
             new TaskItem(server.id, server.createdAt.isValid() ? server.createdAt : m_clock.now());

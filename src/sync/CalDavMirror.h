@@ -70,8 +70,15 @@ private:
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();
-    void applyItem(const Delta& delta, const CalendarItem& item, const QHash<QUuid, bool>& pending,
-                   const QSet<QString>& removed, QHash<QUuid, MirrorStore::Item>& bound);
+    // What an import knows while it applies its items.
+    struct Applying {
+        QHash<QUuid, bool> pending;            // task id -> deleted here
+        QSet<QString> removed;                 // paths listed as removed
+        QHash<QUuid, MirrorStore::Item> known; // the bindings before this import
+        QHash<QUuid, MirrorStore::Item> bound; // bound by this import
+    };
+    void applyItem(const Delta& delta, TaskCategory* category, const CalendarItem& item,
+                   Applying& state);
     // Deletes the second copies the import found, then starts the export.
     void removeStrays();
     void startExport();

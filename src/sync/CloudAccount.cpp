@@ -116,6 +116,7 @@ void CloudAccount::connectAccount(const QString& serverUrl, const QString& usern
                     settings.setValue(serverUrlKey, account.serverUrl.toString(QUrl::FullyEncoded));
                     settings.setValue(usernameKey, account.username);
                     settings.sync();
+                    m_needsPassword = false;
                     setBusy(false);
                     setMessage(count == 0 ? QStringLiteral("已连接，服务器上还没有日历")
                                           : QStringLiteral("已连接，找到 %1 个日历").arg(count),
@@ -135,6 +136,7 @@ void CloudAccount::disconnectAccount() {
     settings.remove(serverUrlKey);
     settings.remove(usernameKey);
     settings.sync();
+    m_needsPassword = false;
     setBusy(true);
     m_keys.remove(passwordAccount, this, [this](const KeychainStore::Outcome& removed) {
         setBusy(false);
@@ -155,18 +157,24 @@ void CloudAccount::reload() {
     m_preferences.settings().sync();
     emit accountChanged();
     if (!isConfigured()) {
+        m_needsPassword = false;
         setMessage({}, false);
         emit disconnected();
         return;
     }
     loadAccount(this, [this](const CalDavClient::Account& account, const QString& problem) {
-        setMessage(problem, !problem.isEmpty());
+        setProblem(problem);
         if (problem.isEmpty())
             emit connected(account);
     });
 }
 
 void CloudAccount::setProblem(const QString& text) {
+    const bool needs = !text.isEmpty() && isConfigured();
+    if (needs != m_needsPassword) {
+        m_needsPassword = needs;
+        emit messageChanged();
+    }
     setMessage(text, !text.isEmpty());
 }
 

@@ -24,6 +24,8 @@ class CloudAccount : public QObject {
     // What the last connect or disconnect found, or why the password could not be read.
     Q_PROPERTY(QString message READ message NOTIFY messageChanged)
     Q_PROPERTY(bool messageIsError READ messageIsError NOTIFY messageChanged)
+    // The account is stored but its password could not be read: the form asks for it again.
+    Q_PROPERTY(bool needsPassword READ needsPassword NOTIFY messageChanged)
 public:
     inline static const QString serverUrlKey = QStringLiteral("tavik.sync.serverUrl");
     inline static const QString usernameKey = QStringLiteral("tavik.sync.username");
@@ -38,6 +40,7 @@ public:
     [[nodiscard]] bool isBusy() const { return m_busy; }
     [[nodiscard]] QString message() const { return m_message; }
     [[nodiscard]] bool messageIsError() const { return m_messageIsError; }
+    [[nodiscard]] bool needsPassword() const { return m_needsPassword; }
 
     // The stored account with its password, or the key store's reason for not having one.
     void loadAccount(QObject* context,
@@ -51,7 +54,8 @@ public:
     // The account as another process (the command line) just stored or removed it: the
     // running app connects or disconnects to match.
     void reload();
-    // Shown by the section when the account could not be attached at launch.
+    // Shown by the section when the account could not be attached at launch; until a connect
+    // works, the password can be typed again for the same account.
     void setProblem(const QString& text);
 
 signals:
@@ -75,4 +79,5 @@ private:
     bool m_busy = false;
     QString m_message;
     bool m_messageIsError = false;
+    bool m_needsPassword = false;
 };

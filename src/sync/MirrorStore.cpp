@@ -66,6 +66,18 @@ std::optional<MirrorStore::Item> MirrorStore::item(const QUuid& id) const {
     return std::nullopt;
 }
 
+QHash<QUuid, MirrorStore::Item> MirrorStore::allItems() const {
+    QHash<QUuid, Item> items;
+    QSqlQuery query(m_db);
+    if (query.exec(QStringLiteral("SELECT %1 FROM mirror_items").arg(itemColumns))) {
+        while (query.next()) {
+            Item item = itemFrom(query);
+            items.insert(item.id, item);
+        }
+    }
+    return items;
+}
+
 std::optional<MirrorStore::Item> MirrorStore::itemAt(const QUrl& href) const {
     QSqlQuery query(m_db);
     query.prepare(QStringLiteral("SELECT %1 FROM mirror_items WHERE href = ?").arg(itemColumns));

@@ -40,6 +40,8 @@ public:
     [[nodiscard]] std::optional<Item> item(const QUuid& id) const;
     [[nodiscard]] std::optional<Item> itemAt(const QUrl& href) const;
     [[nodiscard]] QList<Item> itemsIn(const QUrl& collection) const;
+    // Every item, by record id: one query for an import instead of one per item.
+    [[nodiscard]] QHash<QUuid, Item> allItems() const;
     [[nodiscard]] QList<Collection> collections() const;
     [[nodiscard]] QString value(const QString& key) const;
 

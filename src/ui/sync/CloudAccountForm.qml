@@ -12,6 +12,9 @@ ColumnLayout {
     required property CloudAccount account
     readonly property bool busy: account ? account.busy : false
     readonly property bool configured: account ? account.configured : false
+    // A stored account whose password could not be read takes a new one in place.
+    readonly property bool needsPassword: account ? account.needsPassword : false
+    readonly property bool editable: (!configured || needsPassword) && !busy
 
     spacing: 6
 
@@ -90,14 +93,16 @@ ColumnLayout {
         }
     }
 
-    // With no account yet, the caret waits in the first field.
+    // With no account yet, the caret waits in the first field; with a lost password, there.
     function focusFirstField() {
-        if (!configured)
+        if (needsPassword)
+            passwordField.forceActiveFocus()
+        else if (!configured)
             serverField.forceActiveFocus()
     }
 
     function connectAccount() {
-        if (!busy && !configured)
+        if (editable)
             account.connectAccount(serverField.text, userField.text, passwordField.text)
     }
 
@@ -167,8 +172,10 @@ ColumnLayout {
                 FormField {
                     id: passwordField
                     objectName: "syncPasswordField"
-                    placeholder: !form.configured ? "必填" : form.account.messageIsError ? "" : "已保存在钥匙串中"
-                    enabled: !form.configured && !form.busy
+                    placeholder: !form.configured ? "必填"
+                               : form.needsPassword ? "请重新输入密码"
+                               : form.account.messageIsError ? "" : "已保存在钥匙串中"
+                    enabled: form.editable
                     echoMode: TextInput.Password
                     inputMethodHints: Qt.ImhSensitiveData | Qt.ImhNoPredictiveText
                     onAccepted: form.connectAccount()
@@ -184,8 +191,8 @@ ColumnLayout {
 
         FormButton {
             objectName: "syncConnectButton"
-            text: "连接"
-            enabled: !form.configured && !form.busy && serverField.text.length > 0
+            text: form.needsPassword ? "重新连接" : "连接"
+            enabled: form.editable && serverField.text.length > 0
                      && userField.text.length > 0 && passwordField.text.length > 0
             onClicked: form.connectAccount()
         }
