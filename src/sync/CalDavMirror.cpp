@@ -568,9 +568,16 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
         return;
     }
     // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
-    // meanwhile refuses it with 412 and comes back with the next full listing).
-    if (pending.value(server.id, false))
+    // meanwhile refuses it with 412 and comes back with the next full listing). A copy moved
+    // there is such a change: the DELETE goes to where it lives now, with the ETag we knew,
+    // rather than to the old href, which would leave the moved copy on the server alone.
+    if (pending.value(server.id, false)) {
+        const auto known = m_store.item(server.id);
+        if (known && !sameUrl(known->href, item.url))
+            bound.insert(server.id, {server.id, delta.collection.url, item.url, known->etag,
+                                     known->serverText});
         return;
+    }
     // Where the task lives as far as we know: bound earlier in this import, or before.
     const auto binding =
         bound.contains(server.id) ? std::optional(bound.value(server.id)) : m_store.item(server.id);

@@ -196,11 +196,14 @@ private:
                         .arg(side, task->title(), listName(task->category()), there->second);
             }
             // Every task here is on the server; the server holds none more.
-            if (board->context->tasks().size() != server.size())
-                return QStringLiteral("%1 holds %2 tasks, the server %3")
-                    .arg(side)
-                    .arg(board->context->tasks().size())
-                    .arg(server.size());
+            for (auto it = server.cbegin(); it != server.cend(); ++it) {
+                if (!board->context->task(it.key()))
+                    return QStringLiteral(
+                               "%1 lacks the server's \"%2\" %3 (%4 tasks there, %5 here)")
+                        .arg(side, it->first.title, it.key().toString())
+                        .arg(server.size())
+                        .arg(board->context->tasks().size());
+            }
         }
         return {};
     }

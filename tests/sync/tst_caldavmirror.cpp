@@ -92,6 +92,20 @@ private slots:
         QVERIFY(!m_b->context->task(report->id())->category());
         QCOMPARE(m_b->context->tasks().size(), 2);
         QVERIFY(m_a->serverItems(before).isEmpty());
+        // Moved there while deleted here: the move is a change there, which outlives the
+        // delete as any edit there does; the task must not stay on the server alone.
+        const QUuid id = report->id();
+        m_clock.advance(60000);
+        m_a->context->task(id)->setCategory(work);
+        QVERIFY(m_a->context->save());
+        QVERIFY(m_a->sync());
+        m_b->context->remove(report);
+        QVERIFY(m_b->context->save());
+        QVERIFY(m_b->sync());
+        QVERIFY(m_b->sync());
+        QVERIFY(m_b->context->task(id));
+        QCOMPARE(m_b->context->task(id)->category()->name(), work->name());
+        QCOMPARE(m_a->copiesOf(id), 1);
     }
 
     // Different fields edited on both boards both survive, whichever syncs first, and a
