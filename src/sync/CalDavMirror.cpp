@@ -21,6 +21,8 @@ const QString defaultCollectionName = QStringLiteral("Tavik");
 const QString saveAction = QStringLiteral("sync");
 const QString uploadDoneKey = QStringLiteral("upload.done");
 const QString uploadTotalKey = QStringLiteral("upload.total");
+// Per collection: the hrefs we made since its token.
+const QString madeKey = QStringLiteral("made ");
 // A long upload keeps how far it got this often, so a quit costs at most this many resends.
 constexpr qsizetype acknowledgeEvery = 25;
 
@@ -388,6 +390,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                                     done(error, delta);
                                     return;
                                 }
+                                addUnmentioned(delta);
                                 fillTexts(delta, done);
                             });
 }
@@ -406,6 +409,35 @@ void CalDavMirror::addUnlisted(Delta& delta, const QList<CalendarItem>& listed) 
     for (const MirrorStore::Item& item : known) {
         if (!there.contains(pathKey(item.href)))
             delta.removed.append(item.href);
+    }
+}
+
+void CalDavMirror::noteMade(const QUrl& collection, const QUrl& href) {
+    // Without a token the next import lists the collection whole anyway (a first upload).
+    const QList<MirrorStore::Collection> all = m_store.collections();
+    if (std::none_of(all.cbegin(), all.cend(), [&](const MirrorStore::Collection& c) {
+            return sameUrl(c.url, collection) && !c.syncToken.isEmpty();
+        }))
+        return;
+    const QString key = madeKey + pathKey(collection);
+    const QString made = m_store.value(key);
+    m_store.setValue(key, made + (made.isEmpty() ? QString() : QStringLiteral("\n")) +
+                              href.toString(QUrl::FullyEncoded));
+}
+
+void CalDavMirror::addUnmentioned(Delta& delta) const {
+    // An item made after the token did not exist then: a delta that does not name it means
+    // it was deleted since (Xandikos compares two snapshots and names it nowhere).
+    QSet<QString> named;
+    for (const CalendarItem& item : std::as_const(delta.changed))
+        named.insert(pathKey(item.url));
+    for (const QUrl& href : std::as_const(delta.removed))
+        named.insert(pathKey(href));
+    const QString made = m_store.value(madeKey + pathKey(delta.collection.url));
+    for (const QString& text : made.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QUrl href(text);
+        if (!named.contains(pathKey(href)) && m_store.itemAt(href))
+            delta.removed.append(href);
     }
 }
 
@@ -531,6 +563,7 @@ void CalDavMirror::applyDeltas() {
         MirrorStore::Collection collection = delta.collection;
         collection.syncToken = delta.newToken;
         m_store.putCollection(collection);
+        m_store.setValue(madeKey + pathKey(collection.url), {});
     }
     if (!m_store.commit()) {
         finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
@@ -855,6 +888,8 @@ void CalDavMirror::upload(TaskItem* task, const QUrl& collection, const QUrl& hr
             return;
         if (!error.isError()) {
             m_store.putItem({fields.id, collection, href, newEtag, text});
+            if (etag.isEmpty())
+                noteMade(collection, href);
             if (!newEtag.isEmpty()) {
                 done({});
                 return;

@@ -67,6 +67,10 @@ private:
                     const std::function<void(const CalDavError&, const Delta&)>& done);
     // A listing of a whole collection: adds what we hold there and it lacks to the removals.
     void addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const;
+    // Keeps that we made `href` after the collection's token; see addUnmentioned.
+    void noteMade(const QUrl& collection, const QUrl& href);
+    // Adds to the removals what we made since the token and the delta does not name.
+    void addUnmentioned(Delta& delta) const;
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();
