@@ -604,16 +604,17 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
     // meanwhile refuses it with 412 and comes back with the next full listing). A copy moved
     // there is such a change: the DELETE goes to where it lives now, with the ETag we knew,
     // rather than to the old href, which would leave the moved copy on the server alone.
-    if (pending.value(server.id, false)) {
-        const auto known = m_store.item(server.id);
-        if (known && !sameUrl(known->href, item.url))
+    // With nothing of ours to delete (a DELETE refused before, whose change is still in the
+    // log), the server's copy comes back as for any task new here.
+    const auto known = m_store.item(server.id);
+    if (pending.value(server.id, false) && known) {
+        if (!sameUrl(known->href, item.url))
             bound.insert(server.id, {server.id, delta.collection.url, item.url, known->etag,
                                      known->serverText});
         return;
     }
     // Where the task lives as far as we know: bound earlier in this import, or before.
-    const auto binding =
-        bound.contains(server.id) ? std::optional(bound.value(server.id)) : m_store.item(server.id);
+    const auto binding = bound.contains(server.id) ? std::optional(bound.value(server.id)) : known;
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
         return;
@@ -816,7 +817,8 @@ void CalDavMirror::removeCollection(const QUrl& url,
 
 void CalDavMirror::exportTask(const RecordChange& change,
                               const std::function<void(const CalDavError&)>& done) {
-    TaskItem* task = change.deleted ? nullptr : m_context.task(change.id);
+    // A task deleted here and back from the server since is written, not deleted.
+    TaskItem* task = m_context.task(change.id);
     const auto binding = m_store.item(change.id);
     QPointer<CalDavMirror> self(this);
     if (!task) {

@@ -139,6 +139,21 @@ private slots:
         QVERIFY(m_b->sync());
         QCOMPARE(m_a->copiesOf(onA->id()), 1);
         QVERIFY(m_b->titled(QStringLiteral("Milk, again")));
+
+        // A DELETE refused with 412 drops what we knew of the copy; while the deletion still
+        // waits in the log (a later change failed), the copy must come back, not be skipped.
+        const QUuid id = onA->id();
+        m_b->context->remove(m_b->context->task(id));
+        QVERIFY(m_b->context->save());
+        QVERIFY(m_b->store.removeItem(id));
+        for (MirrorStore::Collection c : m_b->store.collections()) {
+            c.syncToken.clear();
+            m_b->store.putCollection(c);
+        }
+        QVERIFY(m_b->sync());
+        QVERIFY(m_b->context->task(id));
+        QCOMPARE(m_b->context->task(id)->title(), QStringLiteral("Milk, again"));
+        QCOMPARE(m_a->copiesOf(id), 1);
     }
 
     // Offline edits wait in the change log; a refused token means a listing of ETags that
