@@ -441,11 +441,20 @@ void CalDavMirror::addUnmentioned(Delta& delta) const {
     }
 }
 
-void CalDavMirror::fillTexts(const Delta& delta,
+void CalDavMirror::fillTexts(const Delta& listed,
                              const std::function<void(const CalDavError&, const Delta&)>& done) {
+    Delta delta = listed;
     QList<qsizetype> missing;
     for (qsizetype i = 0; i < delta.changed.size(); ++i) {
-        if (delta.changed.at(i).data.isEmpty())
+        CalendarItem& item = delta.changed[i];
+        if (!item.data.isEmpty())
+            continue;
+        // Our own write coming back: its text is the one we keep, no GET needed (Xandikos
+        // sends no text with a delta, and each GET is one more request to fail the import).
+        const auto binding = m_store.itemAt(item.url);
+        if (binding && binding->etag == item.etag && !binding->serverText.isEmpty())
+            item.data = binding->serverText;
+        else
             missing.append(i);
     }
     if (missing.isEmpty()) {
