@@ -519,6 +519,7 @@ void CalDavMirror::applyDeltas() {
     QHash<QUuid, MirrorStore::Item> bound;
     QList<QUuid> unbound;
     m_strays.clear();
+    m_relist.clear();
     for (const Delta& delta : std::as_const(m_deltas)) {
         for (const CalendarItem& item : delta.changed)
             applyItem(delta, item, pending, removed, bound);
@@ -570,7 +571,8 @@ void CalDavMirror::applyDeltas() {
         m_store.removeItem(id);
     for (const Delta& delta : std::as_const(m_deltas)) {
         MirrorStore::Collection collection = delta.collection;
-        collection.syncToken = delta.newToken;
+        collection.syncToken =
+            m_relist.contains(pathKey(collection.url)) ? QString() : delta.newToken;
         m_store.putCollection(collection);
         m_store.setValue(madeKey + pathKey(collection.url), {});
     }
@@ -610,16 +612,15 @@ void CalDavMirror::applyItem(const Delta& delta, const CalendarItem& item,
         return;
     }
     // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
-    // meanwhile refuses it with 412 and comes back with the next full listing). A copy moved
-    // there is such a change: the DELETE goes to where it lives now, with the ETag we knew,
-    // rather than to the old href, which would leave the moved copy on the server alone.
-    // With nothing of ours to delete (a DELETE refused before, whose change is still in the
-    // log), the server's copy comes back as for any task new here.
+    // meanwhile refuses it with 412 and comes back with the next full listing). A copy at
+    // another href (moved there, or a second copy) is not the one the DELETE goes to: its
+    // collection is listed whole next time, so that it comes back unless it went too. With
+    // nothing of ours to delete (a DELETE refused before, whose change is still in the log),
+    // the server's copy comes back at once, as for any task new here.
     const auto known = m_store.item(server.id);
     if (pending.value(server.id, false) && known) {
         if (!sameUrl(known->href, item.url))
-            bound.insert(server.id, {server.id, delta.collection.url, item.url, known->etag,
-                                     known->serverText});
+            m_relist.insert(pathKey(delta.collection.url));
         return;
     }
     // Where the task lives as far as we know: bound earlier in this import, or before.

@@ -121,6 +121,7 @@ private:
     QList<MirrorStore::Collection> m_vanished; // ours, no longer on the server
     QList<Delta> m_deltas;
     QList<CalendarItem> m_strays; // second hrefs of one UID, to delete after the import
+    QSet<QString> m_relist;       // collections this import must list whole next time
     QList<RecordChange> m_changes;
     qsizetype m_changeIndex = 0; // the next change to send
     int m_inFlight = 0;
