@@ -78,22 +78,12 @@ private slots:
             QCOMPARE(monitor.lastSyncedAt().secsTo(m_clock.now()), lastSynced);
     }
 
-    void relativeTime_data() {
-        QTest::addColumn<int>("secondsAgo");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("59 s") << 59 << "刚刚";
-        QTest::newRow("60 s") << 60 << "1分钟前";
-        QTest::newRow("59 min") << 59 * 60 + 59 << "59分钟前";
-        QTest::newRow("3 h") << 3 * 3600 << "3小时前";
-        QTest::newRow("2 days") << 2 * 86400 << "2天前";
-        QTest::newRow("3 weeks") << 21 * 86400 << "3周前";
-        QTest::newRow("a clock set back") << -30 << "刚刚";
-    }
+    void relativeTime_data() { TestData::addRows("relative_time.json"); }
     void relativeTime() {
-        QFETCH(int, secondsAgo);
-        QFETCH(QString, text);
-        QCOMPARE(CloudSyncMonitor::relativeTime(m_clock.now().addSecs(-secondsAgo), m_clock.now()),
-                 text);
+        QFETCH(QJsonObject, row);
+        const QDateTime now = m_clock.now();
+        QCOMPARE(CloudSyncMonitor::relativeTime(now.addSecs(-row["secondsAgo"].toInt()), now),
+                 row["text"].toString());
     }
 
     // Low-power mode follows the desktop's power profile while sync is on, and reads false
