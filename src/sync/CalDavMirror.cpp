@@ -21,6 +21,8 @@ const QString defaultCollectionName = QStringLiteral("Tavik");
 const QString saveAction = QStringLiteral("sync");
 const QString uploadDoneKey = QStringLiteral("upload.done");
 const QString uploadTotalKey = QStringLiteral("upload.total");
+// Per collection: the hrefs we made since its token.
+const QString madeKey = QStringLiteral("made ");
 // A long upload keeps how far it got this often, so a quit costs at most this many resends.
 constexpr qsizetype acknowledgeEvery = 25;
 
@@ -412,6 +414,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                                     done(error, delta);
                                     return;
                                 }
+                                addUnmentioned(delta);
                                 fillTexts(delta, done);
                             });
 }
@@ -433,11 +436,49 @@ void CalDavMirror::addUnlisted(Delta& delta, const QList<CalendarItem>& listed) 
     }
 }
 
-void CalDavMirror::fillTexts(const Delta& delta,
+void CalDavMirror::noteMade(const QUrl& collection, const QUrl& href) {
+    // Without a token the next import lists the collection whole anyway (a first upload).
+    const QList<MirrorStore::Collection> all = m_store.collections();
+    if (std::none_of(all.cbegin(), all.cend(), [&](const MirrorStore::Collection& c) {
+            return sameUrl(c.url, collection) && !c.syncToken.isEmpty();
+        }))
+        return;
+    const QString key = madeKey + pathKey(collection);
+    const QString made = m_store.value(key);
+    m_store.setValue(key, made + (made.isEmpty() ? QString() : QStringLiteral("\n")) +
+                              href.toString(QUrl::FullyEncoded));
+}
+
+void CalDavMirror::addUnmentioned(Delta& delta) const {
+    // An item made after the token did not exist then: a delta that does not name it means
+    // it was deleted since (Xandikos compares two snapshots and names it nowhere).
+    QSet<QString> named;
+    for (const CalendarItem& item : std::as_const(delta.changed))
+        named.insert(pathKey(item.url));
+    for (const QUrl& href : std::as_const(delta.removed))
+        named.insert(pathKey(href));
+    const QString made = m_store.value(madeKey + pathKey(delta.collection.url));
+    for (const QString& text : made.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QUrl href(text);
+        if (!named.contains(pathKey(href)) && m_store.itemAt(href))
+            delta.removed.append(href);
+    }
+}
+
+void CalDavMirror::fillTexts(const Delta& listed,
                              const std::function<void(const CalDavError&, const Delta&)>& done) {
+    Delta delta = listed;
     QList<qsizetype> missing;
     for (qsizetype i = 0; i < delta.changed.size(); ++i) {
-        if (delta.changed.at(i).data.isEmpty())
+        CalendarItem& item = delta.changed[i];
+        if (!item.data.isEmpty())
+            continue;
+        // Our own write coming back: its text is the one we keep, no GET needed (Xandikos
+        // sends no text with a delta, and each GET is one more request to fail the import).
+        const auto binding = m_store.itemAt(item.url);
+        if (binding && binding->etag == item.etag && !binding->serverText.isEmpty())
+            item.data = binding->serverText;
+        else
             missing.append(i);
     }
     if (missing.isEmpty()) {
@@ -503,6 +544,7 @@ void CalDavMirror::applyDeltas() {
     QHash<QUuid, MirrorStore::Item>& bound = state.bound;
     QList<QUuid> unbound;
     m_strays.clear();
+    m_relist.clear();
     for (const Delta& delta : std::as_const(m_deltas)) {
         TaskCategory* category = categoryFor(delta.collection.url);
         for (const CalendarItem& item : delta.changed)
@@ -555,8 +597,10 @@ void CalDavMirror::applyDeltas() {
         m_store.removeItem(id);
     for (const Delta& delta : std::as_const(m_deltas)) {
         MirrorStore::Collection collection = delta.collection;
-        collection.syncToken = delta.newToken;
+        collection.syncToken =
+            m_relist.contains(pathKey(collection.url)) ? QString() : delta.newToken;
         m_store.putCollection(collection);
+        m_store.setValue(madeKey + pathKey(collection.url), {});
     }
     if (!m_store.commit()) {
         finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
@@ -595,15 +639,21 @@ void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const C
         return;
     }
     // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
-    // meanwhile refuses it with 412 and comes back with the next full listing).
-    if (pending.value(server.id, false))
+    // meanwhile refuses it with 412 and comes back with the next full listing). A copy at
+    // another href (moved there, or a second copy) is not the one the DELETE goes to: its
+    // collection is listed whole next time, so that it comes back unless it went too. With
+    // nothing of ours to delete (a DELETE refused before, whose change is still in the log),
+    // the server's copy comes back at once, as for any task new here.
+    const auto stored = state.known.constFind(server.id);
+    const auto known = stored != state.known.cend() ? std::optional(*stored) : std::nullopt;
+    if (pending.value(server.id, false) && known) {
+        if (!sameUrl(known->href, item.url))
+            m_relist.insert(pathKey(delta.collection.url));
         return;
+    }
     // Where the task lives as far as we know: bound earlier in this import, or before.
     const auto found = bound.constFind(server.id);
-    const auto binding = found != bound.cend() ? std::optional(*found)
-                         : state.known.contains(server.id)
-                             ? std::optional(state.known.value(server.id))
-                             : std::nullopt;
+    const auto binding = found != bound.cend() ? std::optional(*found) : known;
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
         return;
@@ -612,10 +662,10 @@ void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const C
         // One UID at two hrefs (a move whose DELETE was lost, a create retried under another
         // name, another client's copy): one task. The newer copy stays, the other one goes
         // from the server; a task changed here keeps the copy its export writes to.
-        TaskFields known;
+        TaskFields ours;
         const bool keepKnown =
-            pending.contains(server.id) || (VtodoCodec::decode(binding->serverText, &known, &why) &&
-                                            !(server.updatedAt > known.updatedAt));
+            pending.contains(server.id) || (VtodoCodec::decode(binding->serverText, &ours, &why) &&
+                                            !(server.updatedAt > ours.updatedAt));
         if (keepKnown) {
             m_strays.append(item);
             return;
@@ -805,7 +855,8 @@ void CalDavMirror::removeCollection(const QUrl& url,
 
 void CalDavMirror::exportTask(const RecordChange& change,
                               const std::function<void(const CalDavError&)>& done) {
-    TaskItem* task = change.deleted ? nullptr : m_context.task(change.id);
+    // A task deleted here and back from the server since is written, not deleted.
+    TaskItem* task = m_context.task(change.id);
     const auto binding = m_store.item(change.id);
     QPointer<CalDavMirror> self(this);
     if (!task) {
@@ -877,6 +928,8 @@ void CalDavMirror::upload(TaskItem* task, const QUrl& collection, const QUrl& hr
             return;
         if (!error.isError()) {
             m_store.putItem({fields.id, collection, href, newEtag, text});
+            if (etag.isEmpty())
+                noteMade(collection, href);
             if (!newEtag.isEmpty()) {
                 done({});
                 return;

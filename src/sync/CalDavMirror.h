@@ -67,6 +67,10 @@ private:
                     const std::function<void(const CalDavError&, const Delta&)>& done);
     // A listing of a whole collection: adds what we hold there and it lacks to the removals.
     void addUnlisted(Delta& delta, const QList<CalendarItem>& listed) const;
+    // Keeps that we made `href` after the collection's token; see addUnmentioned.
+    void noteMade(const QUrl& collection, const QUrl& href);
+    // Adds to the removals what we made since the token and the delta does not name.
+    void addUnmentioned(Delta& delta) const;
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
     void applyDeltas();
@@ -124,6 +128,7 @@ private:
     QList<MirrorStore::Collection> m_vanished; // ours, no longer on the server
     QList<Delta> m_deltas;
     QList<CalendarItem> m_strays; // second hrefs of one UID, to delete after the import
+    QSet<QString> m_relist;       // collections this import must list whole next time
     QList<RecordChange> m_changes;
     qsizetype m_changeIndex = 0; // the next change to send
     int m_inFlight = 0;

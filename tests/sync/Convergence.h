@@ -4,7 +4,8 @@
 // and different fields, complete, move between lists, delete, reorder) with syncs at random
 // points and a fault proxy between them and the server; after a last sync without faults
 // both boards and the server must hold the same tasks, field for field. Shared by the test
-// and the benchmark.
+// and the benchmark. Everything a run depends on besides timing comes from the seed, ids
+// included (they name the files on the server, and the proxy's faults follow the names).
 
 #include "Clock.h"
 #include "FaultProxy.h"
@@ -13,6 +14,7 @@
 #include "TaskCategory.h"
 
 #include <QElapsedTimer>
+#include <QHashFunctions>
 
 class ConvergenceRun {
 public:
@@ -29,14 +31,20 @@ public:
     ConvergenceRun(const QUrl& server, quint32 seed, const QString& directory)
         : m_random(seed)
         , m_proxy(server, seed) {
+        // Hash order would otherwise differ from one process to the next.
+        QHashSeed::setDeterministicGlobalSeed();
         m_a = std::make_unique<Board>(directory + QStringLiteral("/a.store"), m_proxy.url(),
                                       &m_network, m_clock);
         m_b = std::make_unique<Board>(directory + QStringLiteral("/b.store"), m_proxy.url(),
                                       &m_network, m_clock);
         int order = 0;
-        for (const char* name : {"Home", "Work", "Errands"})
-            m_a->context->insert(new TaskCategory(
-                QString::fromLatin1(name), QStringLiteral("E5484D"), ++order, m_clock.now()));
+        for (const char* name : {"Home", "Work", "Errands"}) {
+            auto* list = new TaskCategory(nextId(), m_clock.now());
+            list->setName(QString::fromLatin1(name));
+            list->setColorHex(QStringLiteral("E5484D"));
+            list->setSortIndex(++order);
+            m_a->context->insert(list);
+        }
         m_a->context->save();
     }
 
@@ -82,6 +90,16 @@ private:
         figures.failedSyncs += !board.sync();
     }
 
+    QUuid nextId() {
+        QUuid id;
+        id.data1 = m_random.generate();
+        id.data2 = quint16(m_random.generate());
+        id.data3 = quint16(0x4000 | (m_random.generate() & 0x0fff));
+        const quint64 tail = (m_random.generate64() & 0x3fffffffffffffffULL) | (1ULL << 63);
+        qToBigEndian(tail, id.data4);
+        return id;
+    }
+
     template <typename T> T* pick(const QList<T*>& list) {
         return list.isEmpty() ? nullptr : list.at(m_random.bounded(int(list.size())));
     }
@@ -96,8 +114,9 @@ private:
         const QString word = QString::number(m_random.bounded(100000));
         switch (what) {
         case 0: {
-            auto* created =
-                new TaskItem(QStringLiteral("Task ") + word, m_random.bounded(1000), m_clock.now());
+            auto* created = new TaskItem(nextId(), m_clock.now());
+            created->setTitle(QStringLiteral("Task ") + word);
+            created->setSortIndex(m_random.bounded(1000));
             created->setCategory(m_random.bounded(2) ? pick(context.categories()) : nullptr);
             context.insert(created);
             break;
@@ -177,11 +196,14 @@ private:
                         .arg(side, task->title(), listName(task->category()), there->second);
             }
             // Every task here is on the server; the server holds none more.
-            if (board->context->tasks().size() != server.size())
-                return QStringLiteral("%1 holds %2 tasks, the server %3")
-                    .arg(side)
-                    .arg(board->context->tasks().size())
-                    .arg(server.size());
+            for (auto it = server.cbegin(); it != server.cend(); ++it) {
+                if (!board->context->task(it.key()))
+                    return QStringLiteral(
+                               "%1 lacks the server's \"%2\" %3 (%4 tasks there, %5 here)")
+                        .arg(side, it->first.title, it.key().toString())
+                        .arg(server.size())
+                        .arg(board->context->tasks().size());
+            }
         }
         return {};
     }

@@ -1,12 +1,15 @@
 #pragma once
 
 // Faults that no real server shows on demand, on loopback. In front of a real CalDAV server
-// it spoils a share of the requests, chosen by a seeded generator: 503 with Retry-After
-// without passing the request on, a connection reset after the request reached the server,
-// a reply cut in the middle, and a 412 to a write. With no server behind it, it answers each
-// request with the next reply of a script (status, headers, a recorded body from
-// tests/sync/data, possibly cut off). One request at a time.
+// it spoils a share of the requests: 503 with Retry-After without passing the request on, a
+// connection reset after the request reached the server, a reply cut in the middle, and a
+// 412 to a write. Which request meets which fault follows from the seed and the request
+// itself (method, path, how often that method was sent to that path), not from the order
+// in which parallel requests happen to arrive, so a seed replays the same faults. With no server
+// behind it, it answers each request with the next reply of a script (status, headers, a recorded
+// body from tests/sync/data, possibly cut off). One request at a time.
 
+#include <QCryptographicHash>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -14,12 +17,13 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUrl>
+#include <QtEndian>
 
 class FaultProxy : public QObject {
 public:
     FaultProxy(const QUrl& upstream, quint32 seed)
         : m_upstream(upstream)
-        , m_random(seed) {
+        , m_seed(seed) {
         listen();
     }
     explicit FaultProxy(const QJsonArray& script)
@@ -35,6 +39,7 @@ public:
     [[nodiscard]] int faults() const { return m_faults; }
 
     QStringList requests; // "METHOD /path"
+    QStringList spoiled;  // "METHOD /path #n: fault", in the order they were met
 
 private:
     enum class Fault { none, unavailable, resetAfter, cut, conflict };
@@ -76,15 +81,7 @@ private:
             return;
         }
 
-        const bool write = head.first().startsWith("PUT") || head.first().startsWith("DELETE");
-        Fault fault = Fault::none;
-        if (m_random.generateDouble() < m_rate) {
-            const QList<Fault> kinds =
-                write ? QList{Fault::unavailable, Fault::resetAfter, Fault::cut, Fault::conflict}
-                      : QList{Fault::unavailable, Fault::cut};
-            fault = kinds.at(m_random.bounded(int(kinds.size())));
-            ++m_faults;
-        }
+        const Fault fault = decide(requests.last());
         if (fault == Fault::unavailable || fault == Fault::conflict) {
             socket->write(fault == Fault::unavailable ? "HTTP/1.1 503 Busy\r\nRetry-After: 0\r\n"
                                                       : "HTTP/1.1 412 Precondition Failed\r\n");
@@ -104,6 +101,30 @@ private:
         }
         socket->write(fault == Fault::cut ? reply.left(reply.size() / 2) : reply);
         socket->disconnectFromHost();
+    }
+
+    Fault decide(const QString& request) {
+        const int sent = m_sent[request]++;
+        if (m_rate <= 0)
+            return Fault::none;
+        const QByteArray key =
+            QByteArray::number(m_seed) + ' ' + request.toUtf8() + " #" + QByteArray::number(sent);
+        const QByteArray digest = QCryptographicHash::hash(key, QCryptographicHash::Sha1);
+        QRandomGenerator random(qFromLittleEndian<quint32>(digest.constData()));
+        if (random.generateDouble() >= m_rate)
+            return Fault::none;
+        const bool write = request.startsWith("PUT") || request.startsWith("DELETE");
+        const QList<Fault> kinds =
+            write ? QList{Fault::unavailable, Fault::resetAfter, Fault::cut, Fault::conflict}
+                  : QList{Fault::unavailable, Fault::cut};
+        const Fault fault = kinds.at(random.bounded(int(kinds.size())));
+        ++m_faults;
+        static const char* const names[] = {"", "503", "reset after", "cut", "412"};
+        spoiled.append(QStringLiteral("%1 #%2: %3")
+                           .arg(request)
+                           .arg(sent)
+                           .arg(QLatin1String(names[int(fault)])));
+        return fault;
     }
 
     void answer(QTcpSocket* socket, const QJsonObject& reply) {
@@ -151,7 +172,8 @@ private:
 
     QUrl m_upstream;
     QJsonArray m_script;
-    QRandomGenerator m_random;
+    quint32 m_seed = 0;
+    QHash<QString, int> m_sent; // per "METHOD /path": how many went before
     double m_rate = 0;
     int m_faults = 0;
     QHash<QTcpSocket*, QByteArray> m_buffers; // before the server, which outlives its sockets

@@ -92,6 +92,20 @@ private slots:
         QVERIFY(!m_b->context->task(report->id())->category());
         QCOMPARE(m_b->context->tasks().size(), 2);
         QVERIFY(m_a->serverItems(before).isEmpty());
+        // Moved there while deleted here: the move is a change there, which outlives the
+        // delete as any edit there does; the task must not stay on the server alone.
+        const QUuid id = report->id();
+        m_clock.advance(60000);
+        m_a->context->task(id)->setCategory(work);
+        QVERIFY(m_a->context->save());
+        QVERIFY(m_a->sync());
+        m_b->context->remove(report);
+        QVERIFY(m_b->context->save());
+        QVERIFY(m_b->sync());
+        QVERIFY(m_b->sync());
+        QVERIFY(m_b->context->task(id));
+        QCOMPARE(m_b->context->task(id)->category()->name(), work->name());
+        QCOMPARE(m_a->copiesOf(id), 1);
     }
 
     // Different fields edited on both boards both survive, whichever syncs first, and a
@@ -125,6 +139,21 @@ private slots:
         QVERIFY(m_b->sync());
         QCOMPARE(m_a->copiesOf(onA->id()), 1);
         QVERIFY(m_b->titled(QStringLiteral("Milk, again")));
+
+        // A DELETE refused with 412 drops what we knew of the copy; while the deletion still
+        // waits in the log (a later change failed), the copy must come back, not be skipped.
+        const QUuid id = onA->id();
+        m_b->context->remove(m_b->context->task(id));
+        QVERIFY(m_b->context->save());
+        QVERIFY(m_b->store.removeItem(id));
+        for (MirrorStore::Collection c : m_b->store.collections()) {
+            c.syncToken.clear();
+            m_b->store.putCollection(c);
+        }
+        QVERIFY(m_b->sync());
+        QVERIFY(m_b->context->task(id));
+        QCOMPARE(m_b->context->task(id)->title(), QStringLiteral("Milk, again"));
+        QCOMPARE(m_a->copiesOf(id), 1);
     }
 
     // Offline edits wait in the change log; a refused token means a listing of ETags that
@@ -175,6 +204,13 @@ private slots:
         QVERIFY(m_b->sync());
         QVERIFY(!m_b->titled(QStringLiteral("Report v2")));
         QCOMPARE(m_b->context->tasks().size(), 2);
+        // Made on one board after its token and deleted on the other before it looks again:
+        // it leaves the first board too, though a server may leave it out of the next delta.
+        m_b->context->remove(m_b->titled(QStringLiteral("Slides")));
+        QVERIFY(m_b->context->save());
+        QVERIFY(m_b->sync());
+        QVERIFY(m_a->sync());
+        QVERIFY(!m_a->titled(QStringLiteral("Slides")));
     }
 
     // One UID at two hrefs in two collections (a move whose DELETE was lost, another

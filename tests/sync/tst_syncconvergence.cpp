@@ -29,6 +29,8 @@ private slots:
         qInfo("%d edits, %d syncs (%d failed), %d of %d requests spoiled, %d tasks",
               run.figures.edits, run.figures.syncs, run.figures.failedSyncs, run.proxy().faults(),
               int(run.proxy().requests.size()), run.figures.tasks);
+        if (!difference.isEmpty() && qEnvironmentVariableIsSet("TAVIK_VERBOSE"))
+            qInfo("spoiled: %s", qPrintable(run.proxy().spoiled.join(QStringLiteral("\n  "))));
         QVERIFY2(difference.isEmpty(),
                  qPrintable(difference + QStringLiteral(" (seed %1)").arg(seed)));
         QVERIFY(run.proxy().faults() > 0);

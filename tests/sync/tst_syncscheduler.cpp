@@ -1,6 +1,7 @@
 #include "Clock.h"
 #include "DbusMock.h"
 #include "SyncScheduler.h"
+#include "TestData.h"
 
 #include <QElapsedTimer>
 
@@ -109,24 +110,14 @@ private slots:
 
     // A failing server is tried again a bounded number of times with growing pauses, never
     // before its Retry-After; then only a new trigger runs, and wake starts over.
-    void retries_data() {
-        QTest::addColumn<QStringList>("outcomes");
-        QTest::addColumn<int>("runs");
-        QTest::addColumn<QList<int>>("leastPauses"); // ms between a run's end and the next start
-        QTest::newRow("fails, then works")
-            << QStringList{"fail", "fail", "ok"} << 3 << QList<int>{20, 40};
-        QTest::newRow("keeps failing: bounded, pauses capped")
-            << QStringList{"fail", "fail", "fail", "fail", "fail", "fail"} << 4
-            << QList<int>{20, 40, 60};
-        QTest::newRow("Retry-After longer than the pause")
-            << QStringList{"wait=15", "ok"} << 2 << QList<int>{150};
-        QTest::newRow("Retry-After shorter than the pause")
-            << QStringList{"wait=1", "ok"} << 2 << QList<int>{20};
-    }
+    // Rows: the mirror's outcomes, the runs they make, and the least pause in ms between a
+    // run's end and the next start.
+    void retries_data() { TestData::addRows("scheduler_retries.json"); }
     void retries() {
-        QFETCH(QStringList, outcomes);
-        QFETCH(int, runs);
-        QFETCH(QList<int>, leastPauses);
+        QFETCH(QJsonObject, row);
+        const QStringList outcomes = row["outcomes"].toVariant().toStringList();
+        const int runs = row["runs"].toInt();
+        const QJsonArray leastPauses = row["leastPauses"].toArray();
         SyncScheduler scheduler(fastTiming(), m_clock);
         Runner runner(scheduler, outcomes, 5ms);
         // A save during the pause does not hurry it.
@@ -139,7 +130,7 @@ private slots:
         QTest::qWait(300);
         QCOMPARE(runner.starts.size(), runs);
         for (int i = 0; i < leastPauses.size(); ++i)
-            QVERIFY2(runner.starts.at(i + 1) - runner.ends.at(i) >= leastPauses.at(i),
+            QVERIFY2(runner.starts.at(i + 1) - runner.ends.at(i) >= leastPauses.at(i).toInt(),
                      qPrintable(QStringLiteral("pause %1").arg(i)));
     }
 
