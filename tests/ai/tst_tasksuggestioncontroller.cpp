@@ -161,17 +161,21 @@ void TestTaskSuggestionController::script() {
     ManualClock clock(TestData::moment("2026-11-24T15:30"));
     TaskSuggestionController controller(*config, client, clock, {debounce});
 
+    std::size_t seenBeforeTyping = 0;
     for (const QJsonValue& value : row["steps"].toArray()) {
         const QString what = value.toObject().keys().first();
         const QJsonValue arg = value[what];
         if (what == "type") {
+            seenBeforeTyping = fake.seen.size();
             controller.inputChanged(arg.toString(), lists);
         } else if (what == "wait") {
             QTest::qWait(int(arg.toDouble() * debounce.count()));
         } else if (what == "settle") {
             QTRY_VERIFY_WITH_TIMEOUT(!controller.isBusy(), 5000);
         } else if (what == "inFlight") {
-            QTRY_VERIFY_WITH_TIMEOUT(controller.isAnalyzing() && !fake.seen.empty(), 5000);
+            // In flight means the service has the request, not only that it was sent.
+            QTRY_VERIFY_WITH_TIMEOUT(
+                controller.isAnalyzing() && fake.seen.size() > seenBeforeTyping, 5000);
         } else if (what == "advance") {
             clock.advance(arg.toInteger() * 1000);
         } else if (what == "dismiss" || what == "reset") {

@@ -48,19 +48,28 @@ for calendar in client.principal().calendars():
         print(todo.icalendar_component.get("summary"))
 PY
 }
-server_put() { # server_put TITLE: a new VTODO in the board's collection for tasks
+server_put() { # server_put TITLE: a new VTODO due today in the board's collection for tasks
     /usr/bin/python3 - "$SERVER" "$PASSWORD" "$1" <<'PY'
-import caldav, sys
+import caldav, datetime, sys
 client = caldav.DAVClient(sys.argv[1], username="alice", password=sys.argv[2])
 calendar = next(c for c in client.principal().calendars() if c.url.path.rstrip("/").endswith("tavik"))
-calendar.save_todo(summary=sys.argv[3])
+calendar.save_todo(summary=sys.argv[3], due=datetime.date.today())
 PY
 }
 on_server() { server_titles 2>/dev/null | grep -qxF "$1"; }
 on_board() { "$TAVIK" --list --json | grep -qF "\"title\": \"$1\""; }
+# The tray icon's tool tip ("Tavik — 今天N"), read over D-Bus as a panel reads it.
+tray_tip() {
+    local item
+    item=$(gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+        --method org.freedesktop.DBus.ListNames | grep -o 'org\.kde\.StatusNotifierItem-[0-9-]*' | head -n1)
+    [ -n "$item" ] && gdbus call --session --dest "$item" --object-path /StatusNotifierItem \
+        --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierItem ToolTip |
+        grep -o 'Tavik[^'"'"']*'
+}
 keyring_holds_password() { [ "$(secret-tool lookup user caldav_password server dev.orlen.tavik)" = "$PASSWORD" ]; }
 ini="$XDG_CONFIG_HOME/tavik/tavik.ini"
-export -f server_titles on_server on_board keyring_holds_password
+export -f server_titles on_server on_board keyring_holds_password tray_tip
 export SERVER PASSWORD
 
 settings_window() {
@@ -78,6 +87,7 @@ open_settings() {
     sleep 1
 }
 
+spawn "$WORK/tray.log" /usr/bin/python3 "$(dirname "$0")/tray_watcher.py"
 start_board
 open_settings
 settings_shot off
@@ -110,11 +120,14 @@ key Return
 check "a task made on the board appears on the server" wait_for 40 on_server 买火车票
 
 # A task made by another client comes down with the next sync, which the running board does.
+today_before=$(tray_tip | grep -o '[0-9]*$' || echo 0)
 check "python3-caldav puts a task on the server" server_put 从服务器来的任务
 "$TAVIK" --sync >"$WORK/sync-forward.out" 2>"$WORK/sync-forward.err"
 check "tavik --sync waits for the running board's sync, with its steps and sum" bash -c \
     "grep -q 'down 1 tasks' '$WORK/sync-forward.out' && grep -q import '$WORK/sync-forward.err'"
 check "the server's task is on the board when it returns" on_board 从服务器来的任务
+check "the tray counts it among today's tasks (was $today_before)" \
+    wait_for 5 bash -c "tray_tip | grep -qx 'Tavik — 今天 $((today_before + 1))'"
 shot board-after-sync
 
 # The server goes away: the next sync fails and says why, there and in the section.
