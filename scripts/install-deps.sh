@@ -17,7 +17,7 @@ packages=(
     # icons and Chinese text
     fonts-materialdesignicons-webfont fonts-noto-cjk
     # headless desktop for tests: X server, input, session bus, mocks, keyring, tray
-    xvfb xauth xdotool dbus dbus-x11 python3-dbusmock gnome-keyring libsecret-tools
+    xvfb xauth xdotool dbus dbus-x11 python3-dbusmock python3-dbus python3-gi libglib2.0-bin gnome-keyring libsecret-tools
     dunst tint2 imagemagick openbox
     # CalDAV servers the sync tests run on loopback, and other clients they meet there
     radicale xandikos python3-caldav vdirsyncer todoman

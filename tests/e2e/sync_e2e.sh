@@ -2,7 +2,8 @@
 # The cloud mirror as a person meets it: the real binary under Xvfb, a real Radicale on
 # loopback with a password file, and a real gnome-keyring for the password. The account is
 # connected through the settings form; a task made on the board reaches the server, and one
-# put there by python3-caldav reaches the board after `tavik --sync`, which the board runs.
+# put there by python3-caldav reaches the board and the tray count after `tavik --sync`,
+# which the board runs.
 # Then the section's states: off, active, an unreachable server, and a password the keyring
 # lost (the account stays; the password is typed again). Screenshots go to $TAVIK_ARTIFACTS.
 # Usage: sync_e2e.sh TAVIK_BINARY    (lib.sh adds the session bus)
@@ -58,12 +59,14 @@ PY
 }
 on_server() { server_titles 2>/dev/null | grep -qxF "$1"; }
 on_board() { "$TAVIK" --list --json | grep -qF "\"title\": \"$1\""; }
-# The tray icon's tool tip ("Tavik — 今天N"), read over D-Bus as a panel reads it.
+# The tray icon's tool tip ("Tavik — 今天 N"), read over D-Bus as a panel reads it: the
+# watcher (tray_watcher.py) holds the item's bus name.
 tray_tip() {
     local item
-    item=$(gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
-        --method org.freedesktop.DBus.ListNames | grep -o 'org\.kde\.StatusNotifierItem-[0-9-]*' | head -n1)
-    [ -n "$item" ] && gdbus call --session --dest "$item" --object-path /StatusNotifierItem \
+    item=$(gdbus call --session --dest org.kde.StatusNotifierWatcher --object-path /StatusNotifierWatcher \
+        --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierWatcher \
+        RegisteredStatusNotifierItems | grep -o "'[^']*'" | tail -n1 | tr -d "'")
+    [ -n "$item" ] && gdbus call --session --dest "${item%%/*}" --object-path /StatusNotifierItem \
         --method org.freedesktop.DBus.Properties.Get org.kde.StatusNotifierItem ToolTip |
         grep -o 'Tavik[^'"'"']*'
 }
@@ -87,7 +90,11 @@ open_settings() {
     sleep 1
 }
 
+# A panel's tray watcher, on the bus before the board looks for one.
 spawn "$WORK/tray.log" /usr/bin/python3 "$(dirname "$0")/tray_watcher.py"
+check "a tray watcher is on the session bus" wait_for 10 bash -c \
+    "gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+        --method org.freedesktop.DBus.NameHasOwner org.kde.StatusNotifierWatcher | grep -q true"
 start_board
 open_settings
 settings_shot off
@@ -120,7 +127,7 @@ key Return
 check "a task made on the board appears on the server" wait_for 40 on_server 买火车票
 
 # A task made by another client comes down with the next sync, which the running board does.
-today_before=$(tray_tip | grep -o '[0-9]*$' || echo 0)
+today_before=$(tray_tip | grep -o '[0-9][0-9]*$' || echo 0)
 check "python3-caldav puts a task on the server" server_put 从服务器来的任务
 "$TAVIK" --sync >"$WORK/sync-forward.out" 2>"$WORK/sync-forward.err"
 check "tavik --sync waits for the running board's sync, with its steps and sum" bash -c \
