@@ -171,6 +171,8 @@ void importFigures(int count) {
                 median(idle), requests);
 
     // Another client retitles one task; the board's next sync brings it.
+    if (b.context->tasks().isEmpty())
+        return; // a run that only wants the convergence figures
     QList<double> one;
     TaskItem* changed = b.context->tasks().first();
     for (int i = 0; i < 11; ++i) {
