@@ -3,6 +3,7 @@
 #include "Clock.h"
 #include "ModelContext.h"
 #include "SyncLog.h"
+#include "SyncWorker.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskMerge.h"
@@ -342,8 +343,16 @@ void CalDavMirror::importNext(qsizetype index) {
                        startExport();
                        return;
                    }
-                   m_deltas.append(delta);
-                   importNext(index + 1);
+                   // Reading every text is the longest part of a large import: it runs on
+                   // the worker, and the delta is applied once every collection's is read.
+                   VtodoCodec::loadZones();
+                   SyncWorker::run<QList<Decoded>>(
+                       this, [items = delta.changed] { return decodeAll(items); },
+                       [this, delta, index](const QList<Decoded>& decoded) {
+                           m_deltas.append(delta);
+                           m_deltas.last().decoded = decoded;
+                           importNext(index + 1);
+                       });
                });
 }
 
@@ -362,7 +371,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                             done](const CalDavError& error, const QList<CalendarItem>& listed) {
                                if (!self)
                                    return;
-                               Delta delta{collection, token, {}, {}};
+                               Delta delta{collection, token, {}, {}, {}};
                                delta.collection.ctag = server.ctag;
                                if (error.isError()) {
                                    done(error, delta);
@@ -386,7 +395,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
             if (!self)
                 return;
             if (error.isError()) {
-                done(error, Delta{collection, {}, {}, {}});
+                done(error, Delta{collection, {}, {}, {}, {}});
                 return;
             }
             listWith(withData, token);
@@ -408,7 +417,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                                     fullListing(false);
                                     return;
                                 }
-                                Delta delta{collection, sync.token, sync.changed, sync.removed};
+                                Delta delta{collection, sync.token, sync.changed, sync.removed, {}};
                                 delta.collection.ctag = server.ctag;
                                 if (error.isError()) {
                                     done(error, delta);
@@ -526,6 +535,15 @@ void CalDavMirror::fillTexts(const Delta& listed,
         });
 }
 
+QList<CalDavMirror::Decoded> CalDavMirror::decodeAll(const QList<CalendarItem>& items) {
+    QList<Decoded> decoded(items.size());
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        Decoded& out = decoded[i];
+        out.ok = VtodoCodec::decode(items.at(i).data, &out.fields, &out.why);
+    }
+    return decoded;
+}
+
 void CalDavMirror::applyDeltas() {
     // Unsaved board changes go out first, recorded, so the import cannot swallow them.
     if (!saveBoard(true))
@@ -547,8 +565,8 @@ void CalDavMirror::applyDeltas() {
     m_relist.clear();
     for (const Delta& delta : std::as_const(m_deltas)) {
         TaskCategory* category = categoryFor(delta.collection.url);
-        for (const CalendarItem& item : delta.changed)
-            applyItem(delta, category, item, state);
+        for (qsizetype i = 0; i < delta.changed.size(); ++i)
+            applyItem(delta, category, delta.changed.at(i), delta.decoded.at(i), state);
     }
     // Removals after every change, so a task that moved between collections is not lost.
     for (const Delta& delta : std::as_const(m_deltas)) {
@@ -629,15 +647,15 @@ void CalDavMirror::removeStrays() {
 }
 
 void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const CalendarItem& item,
-                             Applying& state) {
+                             const Decoded& decoded, Applying& state) {
     const QHash<QUuid, bool>& pending = state.pending;
     QHash<QUuid, MirrorStore::Item>& bound = state.bound;
-    TaskFields server;
-    QString why;
-    if (item.data.isEmpty() || !VtodoCodec::decode(item.data, &server, &why)) {
-        qCWarning(lcSync) << "skipped" << item.url.path() << why;
+    if (item.data.isEmpty() || !decoded.ok) {
+        qCWarning(lcSync) << "skipped" << item.url.path() << decoded.why;
         return;
     }
+    TaskFields server = decoded.fields;
+    QString why;
     // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
     // meanwhile refuses it with 412 and comes back with the next full listing). A copy at
     // another href (moved there, or a second copy) is not the one the DELETE goes to: its

@@ -45,11 +45,18 @@ signals:
     void progress(qsizetype done, qsizetype total);
 
 private:
+    // One changed item's text as read on the worker, or why it cannot be read.
+    struct Decoded {
+        bool ok = false;
+        TaskFields fields;
+        QString why;
+    };
     struct Delta {
         MirrorStore::Collection collection;
         QString newToken;
         QList<CalendarItem> changed;
         QList<QUrl> removed;
+        QList<Decoded> decoded; // one per changed item, once the delta is complete
     };
 
     // The checked save, recorded for the export or not (the server's own changes); a failure
@@ -73,6 +80,8 @@ private:
     void addUnmentioned(Delta& delta) const;
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
+    // Runs on the worker: reads the texts only, nothing of the board.
+    [[nodiscard]] static QList<Decoded> decodeAll(const QList<CalendarItem>& items);
     void applyDeltas();
     // What an import knows while it applies its items.
     struct Applying {
@@ -82,7 +91,7 @@ private:
         QHash<QUuid, MirrorStore::Item> bound; // bound by this import
     };
     void applyItem(const Delta& delta, TaskCategory* category, const CalendarItem& item,
-                   Applying& state);
+                   const Decoded& decoded, Applying& state);
     // Deletes the second copies the import found, then starts the export.
     void removeStrays();
     void startExport();
