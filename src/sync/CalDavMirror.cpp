@@ -10,8 +10,10 @@
 #include "TavikPersistence.h"
 #include "VtodoCodec.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -545,29 +547,83 @@ QList<CalDavMirror::Decoded> CalDavMirror::decodeAll(const QList<CalendarItem>& 
 }
 
 void CalDavMirror::applyDeltas() {
-    // Unsaved board changes go out first, recorded, so the import cannot swallow them.
-    if (!saveBoard(true))
-        return;
-    Applying state;
-    QHash<QUuid, bool>& pending = state.pending;
+    m_applying = std::make_unique<Applying>();
+    for (const Delta& delta : std::as_const(m_deltas)) {
+        for (const QUrl& href : delta.removed)
+            m_applying->removed.insert(pathKey(href));
+    }
+    m_applying->known = m_store.allItems();
+    m_strays.clear();
+    m_relist.clear();
+    applySlice();
+}
+
+bool CalDavMirror::beginSlice() {
+    // Board changes made before or between slices are saved recorded first, so the import's
+    // unrecorded save cannot swallow them and the export sends them.
+    if (!saveBoard(true)) {
+        m_applying.reset();
+        return false;
+    }
+    QHash<QUuid, bool>& pending = m_applying->pending;
+    pending.clear();
     for (const RecordChange& change : m_context.pendingChanges()) {
         if (change.kind == RecordChange::Kind::task)
             pending.insert(change.id, change.deleted);
     }
-    for (const Delta& delta : std::as_const(m_deltas)) {
-        for (const QUrl& href : delta.removed)
-            state.removed.insert(pathKey(href));
-    }
-    state.known = m_store.allItems();
-    QHash<QUuid, MirrorStore::Item>& bound = state.bound;
-    QList<QUuid> unbound;
-    m_strays.clear();
-    m_relist.clear();
-    for (const Delta& delta : std::as_const(m_deltas)) {
+    return true;
+}
+
+void CalDavMirror::applySlice() {
+    if (!beginSlice())
+        return;
+    Applying& state = *m_applying;
+    // The board keeps drawing between slices; no change of the import is left unsaved across
+    // one, so a save the board makes meanwhile records only the user's own.
+    QElapsedTimer slice;
+    slice.start();
+    while (state.delta < m_deltas.size() && slice.elapsed() < sliceMs) {
+        const Delta& delta = m_deltas.at(state.delta);
+        if (state.item >= delta.changed.size()) {
+            ++state.delta;
+            state.item = 0;
+            continue;
+        }
+        // Looked up per slice: the user may have deleted the list in between.
         TaskCategory* category = categoryFor(delta.collection.url);
-        for (qsizetype i = 0; i < delta.changed.size(); ++i)
-            applyItem(delta, category, delta.changed.at(i), delta.decoded.at(i), state);
+        const qsizetype end = qMin(delta.changed.size(), state.item + sliceItems);
+        for (; state.item < end; ++state.item)
+            applyItem(delta, category, delta.changed.at(state.item), delta.decoded.at(state.item),
+                      state);
     }
+    if (!saveBoard(false)) {
+        m_applying.reset();
+        return;
+    }
+    // The slice's bindings go with it, so that an import cut short between slices leaves no
+    // task on the board that the next one takes for new. The tokens wait for the last slice.
+    m_store.begin();
+    m_store.putItems(state.unstored);
+    if (!m_store.commit()) {
+        m_applying.reset();
+        finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
+        return;
+    }
+    state.unstored.clear();
+    if (state.delta < m_deltas.size()) {
+        QTimer::singleShot(0, this, &CalDavMirror::applySlice);
+        return;
+    }
+    applyRemovals();
+}
+
+void CalDavMirror::applyRemovals() {
+    if (!beginSlice())
+        return;
+    const std::unique_ptr<Applying> applying = std::move(m_applying);
+    const QHash<QUuid, bool>& pending = applying->pending;
+    const QHash<QUuid, MirrorStore::Item>& bound = applying->bound;
+    QList<QUuid> unbound;
     // Removals after every change, so a task that moved between collections is not lost.
     for (const Delta& delta : std::as_const(m_deltas)) {
         for (const QUrl& href : delta.removed) {
@@ -609,8 +665,6 @@ void CalDavMirror::applyDeltas() {
         if (collection.categoryId)
             m_store.removeCollection(collection.url);
     }
-    for (const MirrorStore::Item& item : std::as_const(bound))
-        m_store.putItem(item);
     for (const QUuid& id : std::as_const(unbound))
         m_store.removeItem(id);
     for (const Delta& delta : std::as_const(m_deltas)) {
@@ -664,14 +718,16 @@ void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const C
     // the server's copy comes back at once, as for any task new here.
     const auto stored = state.known.constFind(server.id);
     const auto known = stored != state.known.cend() ? std::optional(*stored) : std::nullopt;
-    if (pending.value(server.id, false) && known) {
-        if (!sameUrl(known->href, item.url))
-            m_relist.insert(pathKey(delta.collection.url));
-        return;
-    }
     // Where the task lives as far as we know: bound earlier in this import, or before.
     const auto found = bound.constFind(server.id);
     const auto binding = found != bound.cend() ? std::optional(*found) : known;
+    // Bound by an earlier slice and deleted on the board since: as good as known.
+    const bool deletedSince = found != bound.cend() && !m_context.task(server.id);
+    if (pending.value(server.id, false) && (known || deletedSince)) {
+        if (!sameUrl((deletedSince ? binding : known)->href, item.url))
+            m_relist.insert(pathKey(delta.collection.url));
+        return;
+    }
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
         return;
@@ -711,7 +767,9 @@ void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const C
         if (!pending.contains(task->id()))
             task->setCategory(category);
     }
-    bound.insert(server.id, {server.id, delta.collection.url, item.url, item.etag, item.data});
+    const MirrorStore::Item placed{server.id, delta.collection.url, item.url, item.etag, item.data};
+    bound.insert(server.id, placed);
+    state.unstored.append(placed);
 }
 
 // --- export --------------------------------------------------------------------------------
