@@ -582,7 +582,12 @@ void CalDavMirror::applySlice() {
     // one, so a save the board makes meanwhile records only the user's own.
     QElapsedTimer slice;
     slice.start();
-    while (state.delta < m_deltas.size() && slice.elapsed() < sliceMs) {
+    // Saving an item and its binding costs more than applying it: the count bounds a slice,
+    // the clock bounds it where applying is slow (a board on screen).
+    qsizetype count = 0;
+    qsizetype categoryOf = -1; // the delta whose list `category` is
+    TaskCategory* category = nullptr;
+    while (state.delta < m_deltas.size() && count < sliceItems && slice.elapsed() < sliceMs) {
         const Delta& delta = m_deltas.at(state.delta);
         if (state.item >= delta.changed.size()) {
             ++state.delta;
@@ -590,11 +595,14 @@ void CalDavMirror::applySlice() {
             continue;
         }
         // Looked up per slice: the user may have deleted the list in between.
-        TaskCategory* category = categoryFor(delta.collection.url);
-        const qsizetype end = qMin(delta.changed.size(), state.item + sliceItems);
-        for (; state.item < end; ++state.item)
-            applyItem(delta, category, delta.changed.at(state.item), delta.decoded.at(state.item),
-                      state);
+        if (categoryOf != state.delta) {
+            category = categoryFor(delta.collection.url);
+            categoryOf = state.delta;
+        }
+        applyItem(delta, category, delta.changed.at(state.item), delta.decoded.at(state.item),
+                  state);
+        ++state.item;
+        ++count;
     }
     if (!saveBoard(false)) {
         m_applying.reset();

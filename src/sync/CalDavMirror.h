@@ -28,9 +28,9 @@ public:
     static constexpr int maxConflictRetries = 3;
     // Writes on their way at once: as many as Qt keeps connections to one server.
     static constexpr int maxWritesInFlight = 6;
-    // An import applies items for about this long, then saves and lets the board draw.
-    static constexpr int sliceMs = 10;
-    static constexpr qsizetype sliceItems = 64; // items between two looks at the clock
+    // An import applies this many items, or for this long, then saves and lets the board draw.
+    static constexpr qsizetype sliceItems = 200;
+    static constexpr int sliceMs = 8;
 
     CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
                  const Clock& clock, NotificationHub& hub, QObject* parent = nullptr);
