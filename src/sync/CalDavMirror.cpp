@@ -619,7 +619,9 @@ void CalDavMirror::applySlice() {
     }
     state.unstored.clear();
     if (state.delta < m_deltas.size()) {
-        QTimer::singleShot(0, this, &CalDavMirror::applySlice);
+        // A timer rather than a posted call: due timers (the board's frames) run before it,
+        // where a chain of posted calls let them in only every other turn.
+        QTimer::singleShot(1, this, &CalDavMirror::applySlice);
         return;
     }
     applyRemovals();
