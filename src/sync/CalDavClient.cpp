@@ -2,6 +2,7 @@
 
 #include "DavMultiStatus.h"
 #include "SyncLog.h"
+#include "SyncWorker.h"
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -49,6 +50,52 @@ bool sameResource(const QUrl& a, const QUrl& b) {
         return p;
     };
     return path(a) == path(b);
+}
+
+// The items of a calendar-query's Multi-Status. Pure, so that a large one is read off the
+// main thread.
+std::pair<CalDavError, QList<CalendarItem>> readItems(const QByteArray& body, const QUrl& url,
+                                                      int httpStatus, const QUrl& collection) {
+    DavMultiStatus status;
+    QString why;
+    if (!status.parse(body, url, &why))
+        return {CalDavError::protocol(httpStatus, why), {}};
+    QList<CalendarItem> items;
+    items.reserve(status.responses.size());
+    for (const DavResponse& response : std::as_const(status.responses)) {
+        const QString etag = response.prop(Dav::ns, "getetag").trimmed();
+        if (etag.isEmpty() || sameResource(response.url, collection))
+            continue;
+        items.append({response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()});
+    }
+    return {{}, items};
+}
+
+// The changes of a sync-collection's Multi-Status, as readItems.
+std::pair<CalDavError, SyncDelta> readDelta(const QByteArray& body, const QUrl& url, int httpStatus,
+                                            const QUrl& collection) {
+    DavMultiStatus status;
+    QString why;
+    if (!status.parse(body, url, &why) || status.syncToken.isEmpty())
+        return {CalDavError::protocol(httpStatus,
+                                      why.isEmpty() ? QStringLiteral("no sync-token") : why),
+                {}};
+    SyncDelta delta;
+    delta.token = status.syncToken;
+    for (const DavResponse& response : std::as_const(status.responses)) {
+        if (sameResource(response.url, collection))
+            continue;
+        if (response.status == 404 || response.status == 410) {
+            delta.removed.append(response.url);
+            continue;
+        }
+        const QString etag = response.prop(Dav::ns, "getetag").trimmed();
+        if (etag.isEmpty())
+            continue;
+        delta.changed.append(
+            {response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()});
+    }
+    return {{}, delta};
 }
 
 } // namespace
@@ -319,7 +366,7 @@ void CalDavClient::syncCollection(const QUrl& collection, const QString& token,
                             escaped(token) +
                             "</D:sync-token><D:sync-level>1</D:sync-level>"
                             "<D:prop><D:getetag/><C:calendar-data/></D:prop></D:sync-collection>";
-    dav("REPORT", collection, "0", body, [collection, token, done](const Reply& reply) {
+    dav("REPORT", collection, "0", body, [this, collection, token, done](const Reply& reply) {
         CalDavError error = reply.error;
         // Xandikos answers an unknown token with a bare 500.
         if (error.kind == CalDavError::Kind::server && reply.status == 500 && !token.isEmpty())
@@ -328,30 +375,14 @@ void CalDavClient::syncCollection(const QUrl& collection, const QString& token,
             done(error, {});
             return;
         }
-        DavMultiStatus status;
-        QString why;
-        if (!status.parse(reply.body, reply.url, &why) || status.syncToken.isEmpty()) {
-            done(CalDavError::protocol(reply.status,
-                                       why.isEmpty() ? QStringLiteral("no sync-token") : why),
-                 {});
-            return;
-        }
-        SyncDelta delta;
-        delta.token = status.syncToken;
-        for (const DavResponse& response : status.responses) {
-            if (sameResource(response.url, collection))
-                continue;
-            if (response.status == 404 || response.status == 410) {
-                delta.removed.append(response.url);
-                continue;
-            }
-            const QString etag = response.prop(Dav::ns, "getetag").trimmed();
-            if (etag.isEmpty())
-                continue;
-            delta.changed.append(
-                {response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()});
-        }
-        done({}, delta);
+        SyncWorker::run<std::pair<CalDavError, SyncDelta>>(
+            this,
+            [body = reply.body, url = reply.url, status = reply.status, collection] {
+                return readDelta(body, url, status, collection);
+            },
+            [done](const std::pair<CalDavError, SyncDelta>& read) {
+                done(read.first, read.second);
+            });
     });
 }
 
@@ -361,21 +392,19 @@ void CalDavClient::listItems(const QUrl& collection, bool withData, const ItemsD
                             "</D:prop><C:filter><C:comp-filter name=\"VCALENDAR\">"
                             "<C:comp-filter name=\"VTODO\"/></C:comp-filter></C:filter>"
                             "</C:calendar-query>";
-    dav("REPORT", collection, "1", body, [collection, done](const Reply& reply) {
-        DavMultiStatus status;
-        if (const CalDavError error = readMultiStatus(reply, &status); error.isError()) {
-            done(error, {});
+    dav("REPORT", collection, "1", body, [this, collection, done](const Reply& reply) {
+        if (reply.error.isError()) {
+            done(reply.error, {});
             return;
         }
-        QList<CalendarItem> items;
-        for (const DavResponse& response : status.responses) {
-            const QString etag = response.prop(Dav::ns, "getetag").trimmed();
-            if (etag.isEmpty() || sameResource(response.url, collection))
-                continue;
-            items.append(
-                {response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()});
-        }
-        done({}, items);
+        SyncWorker::run<std::pair<CalDavError, QList<CalendarItem>>>(
+            this,
+            [body = reply.body, url = reply.url, status = reply.status, collection] {
+                return readItems(body, url, status, collection);
+            },
+            [done](const std::pair<CalDavError, QList<CalendarItem>>& read) {
+                done(read.first, read.second);
+            });
     });
 }
 

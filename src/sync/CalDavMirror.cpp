@@ -3,14 +3,17 @@
 #include "Clock.h"
 #include "ModelContext.h"
 #include "SyncLog.h"
+#include "SyncWorker.h"
 #include "TaskCategory.h"
 #include "TaskItem.h"
 #include "TaskMerge.h"
 #include "TavikPersistence.h"
 #include "VtodoCodec.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QRegularExpression>
+#include <QTimer>
 
 namespace {
 
@@ -342,8 +345,16 @@ void CalDavMirror::importNext(qsizetype index) {
                        startExport();
                        return;
                    }
-                   m_deltas.append(delta);
-                   importNext(index + 1);
+                   // Reading every text is the longest part of a large import: it runs on
+                   // the worker, and the delta is applied once every collection's is read.
+                   VtodoCodec::loadZones();
+                   SyncWorker::run<QList<Decoded>>(
+                       this, [items = delta.changed] { return decodeAll(items); },
+                       [this, delta, index](const QList<Decoded>& decoded) {
+                           m_deltas.append(delta);
+                           m_deltas.last().decoded = decoded;
+                           importNext(index + 1);
+                       });
                });
 }
 
@@ -362,7 +373,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                             done](const CalDavError& error, const QList<CalendarItem>& listed) {
                                if (!self)
                                    return;
-                               Delta delta{collection, token, {}, {}};
+                               Delta delta{collection, token, {}, {}, {}};
                                delta.collection.ctag = server.ctag;
                                if (error.isError()) {
                                    done(error, delta);
@@ -386,7 +397,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
             if (!self)
                 return;
             if (error.isError()) {
-                done(error, Delta{collection, {}, {}, {}});
+                done(error, Delta{collection, {}, {}, {}, {}});
                 return;
             }
             listWith(withData, token);
@@ -408,7 +419,7 @@ void CalDavMirror::fetchDelta(const MirrorStore::Collection& collection,
                                     fullListing(false);
                                     return;
                                 }
-                                Delta delta{collection, sync.token, sync.changed, sync.removed};
+                                Delta delta{collection, sync.token, sync.changed, sync.removed, {}};
                                 delta.collection.ctag = server.ctag;
                                 if (error.isError()) {
                                     done(error, delta);
@@ -526,30 +537,103 @@ void CalDavMirror::fillTexts(const Delta& listed,
         });
 }
 
+QList<CalDavMirror::Decoded> CalDavMirror::decodeAll(const QList<CalendarItem>& items) {
+    QList<Decoded> decoded(items.size());
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        Decoded& out = decoded[i];
+        out.ok = VtodoCodec::decode(items.at(i).data, &out.fields, &out.why);
+    }
+    return decoded;
+}
+
 void CalDavMirror::applyDeltas() {
-    // Unsaved board changes go out first, recorded, so the import cannot swallow them.
-    if (!saveBoard(true))
-        return;
-    Applying state;
-    QHash<QUuid, bool>& pending = state.pending;
+    m_applying = std::make_unique<Applying>();
+    for (const Delta& delta : std::as_const(m_deltas)) {
+        for (const QUrl& href : delta.removed)
+            m_applying->removed.insert(pathKey(href));
+    }
+    m_applying->known = m_store.allItems();
+    m_strays.clear();
+    m_relist.clear();
+    applySlice();
+}
+
+bool CalDavMirror::beginSlice() {
+    // Board changes made before or between slices are saved recorded first, so the import's
+    // unrecorded save cannot swallow them and the export sends them.
+    if (!saveBoard(true)) {
+        m_applying.reset();
+        return false;
+    }
+    QHash<QUuid, bool>& pending = m_applying->pending;
+    pending.clear();
     for (const RecordChange& change : m_context.pendingChanges()) {
         if (change.kind == RecordChange::Kind::task)
             pending.insert(change.id, change.deleted);
     }
-    for (const Delta& delta : std::as_const(m_deltas)) {
-        for (const QUrl& href : delta.removed)
-            state.removed.insert(pathKey(href));
+    return true;
+}
+
+void CalDavMirror::applySlice() {
+    if (!beginSlice())
+        return;
+    Applying& state = *m_applying;
+    // The board keeps drawing between slices; no change of the import is left unsaved across
+    // one, so a save the board makes meanwhile records only the user's own.
+    QElapsedTimer slice;
+    slice.start();
+    // Saving an item and its binding costs more than applying it: the count bounds a slice,
+    // the clock bounds it where applying is slow (a board on screen).
+    qsizetype count = 0;
+    qsizetype categoryOf = -1; // the delta whose list `category` is
+    TaskCategory* category = nullptr;
+    while (state.delta < m_deltas.size() && count < sliceItems && slice.elapsed() < sliceMs) {
+        const Delta& delta = m_deltas.at(state.delta);
+        if (state.item >= delta.changed.size()) {
+            ++state.delta;
+            state.item = 0;
+            continue;
+        }
+        // Looked up per slice: the user may have deleted the list in between.
+        if (categoryOf != state.delta) {
+            category = categoryFor(delta.collection.url);
+            categoryOf = state.delta;
+        }
+        applyItem(delta, category, delta.changed.at(state.item), delta.decoded.at(state.item),
+                  state);
+        ++state.item;
+        ++count;
     }
-    state.known = m_store.allItems();
-    QHash<QUuid, MirrorStore::Item>& bound = state.bound;
+    if (!saveBoard(false)) {
+        m_applying.reset();
+        return;
+    }
+    // The slice's bindings go with it, so that an import cut short between slices leaves no
+    // task on the board that the next one takes for new. The tokens wait for the last slice.
+    m_store.begin();
+    m_store.putItems(state.unstored);
+    if (!m_store.commit()) {
+        m_applying.reset();
+        finish(CalDavError::protocol(0, QStringLiteral("the mirror state could not be saved")));
+        return;
+    }
+    state.unstored.clear();
+    if (state.delta < m_deltas.size()) {
+        // A timer rather than a posted call: due timers (the board's frames) run before it,
+        // where a chain of posted calls let them in only every other turn.
+        QTimer::singleShot(1, this, &CalDavMirror::applySlice);
+        return;
+    }
+    applyRemovals();
+}
+
+void CalDavMirror::applyRemovals() {
+    if (!beginSlice())
+        return;
+    const std::unique_ptr<Applying> applying = std::move(m_applying);
+    const QHash<QUuid, bool>& pending = applying->pending;
+    const QHash<QUuid, MirrorStore::Item>& bound = applying->bound;
     QList<QUuid> unbound;
-    m_strays.clear();
-    m_relist.clear();
-    for (const Delta& delta : std::as_const(m_deltas)) {
-        TaskCategory* category = categoryFor(delta.collection.url);
-        for (const CalendarItem& item : delta.changed)
-            applyItem(delta, category, item, state);
-    }
     // Removals after every change, so a task that moved between collections is not lost.
     for (const Delta& delta : std::as_const(m_deltas)) {
         for (const QUrl& href : delta.removed) {
@@ -591,8 +675,6 @@ void CalDavMirror::applyDeltas() {
         if (collection.categoryId)
             m_store.removeCollection(collection.url);
     }
-    for (const MirrorStore::Item& item : std::as_const(bound))
-        m_store.putItem(item);
     for (const QUuid& id : std::as_const(unbound))
         m_store.removeItem(id);
     for (const Delta& delta : std::as_const(m_deltas)) {
@@ -629,15 +711,15 @@ void CalDavMirror::removeStrays() {
 }
 
 void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const CalendarItem& item,
-                             Applying& state) {
+                             const Decoded& decoded, Applying& state) {
     const QHash<QUuid, bool>& pending = state.pending;
     QHash<QUuid, MirrorStore::Item>& bound = state.bound;
-    TaskFields server;
-    QString why;
-    if (item.data.isEmpty() || !VtodoCodec::decode(item.data, &server, &why)) {
-        qCWarning(lcSync) << "skipped" << item.url.path() << why;
+    if (item.data.isEmpty() || !decoded.ok) {
+        qCWarning(lcSync) << "skipped" << item.url.path() << decoded.why;
         return;
     }
+    TaskFields server = decoded.fields;
+    QString why;
     // Deleted here and not yet sent: the export's DELETE decides (a copy changed there
     // meanwhile refuses it with 412 and comes back with the next full listing). A copy at
     // another href (moved there, or a second copy) is not the one the DELETE goes to: its
@@ -646,14 +728,16 @@ void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const C
     // the server's copy comes back at once, as for any task new here.
     const auto stored = state.known.constFind(server.id);
     const auto known = stored != state.known.cend() ? std::optional(*stored) : std::nullopt;
-    if (pending.value(server.id, false) && known) {
-        if (!sameUrl(known->href, item.url))
-            m_relist.insert(pathKey(delta.collection.url));
-        return;
-    }
     // Where the task lives as far as we know: bound earlier in this import, or before.
     const auto found = bound.constFind(server.id);
     const auto binding = found != bound.cend() ? std::optional(*found) : known;
+    // Bound by an earlier slice and deleted on the board since: as good as known.
+    const bool deletedSince = found != bound.cend() && !m_context.task(server.id);
+    if (pending.value(server.id, false) && (known || deletedSince)) {
+        if (!sameUrl((deletedSince ? binding : known)->href, item.url))
+            m_relist.insert(pathKey(delta.collection.url));
+        return;
+    }
     // Our own write coming back: nothing new.
     if (binding && sameUrl(binding->href, item.url) && binding->etag == item.etag)
         return;
@@ -693,7 +777,9 @@ void CalDavMirror::applyItem(const Delta& delta, TaskCategory* category, const C
         if (!pending.contains(task->id()))
             task->setCategory(category);
     }
-    bound.insert(server.id, {server.id, delta.collection.url, item.url, item.etag, item.data});
+    const MirrorStore::Item placed{server.id, delta.collection.url, item.url, item.etag, item.data};
+    bound.insert(server.id, placed);
+    state.unstored.append(placed);
 }
 
 // --- export --------------------------------------------------------------------------------

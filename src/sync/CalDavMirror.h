@@ -10,6 +10,7 @@
 #include <QList>
 #include <QObject>
 #include <QSet>
+#include <memory>
 
 class Clock;
 class NotificationHub;
@@ -27,6 +28,9 @@ public:
     static constexpr int maxConflictRetries = 3;
     // Writes on their way at once: as many as Qt keeps connections to one server.
     static constexpr int maxWritesInFlight = 6;
+    // An import applies this many items, or for this long, then saves and lets the board draw.
+    static constexpr qsizetype sliceItems = 200;
+    static constexpr int sliceMs = 8;
 
     CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
                  const Clock& clock, NotificationHub& hub, QObject* parent = nullptr);
@@ -45,11 +49,18 @@ signals:
     void progress(qsizetype done, qsizetype total);
 
 private:
+    // One changed item's text as read on the worker, or why it cannot be read.
+    struct Decoded {
+        bool ok = false;
+        TaskFields fields;
+        QString why;
+    };
     struct Delta {
         MirrorStore::Collection collection;
         QString newToken;
         QList<CalendarItem> changed;
         QList<QUrl> removed;
+        QList<Decoded> decoded; // one per changed item, once the delta is complete
     };
 
     // The checked save, recorded for the export or not (the server's own changes); a failure
@@ -73,16 +84,26 @@ private:
     void addUnmentioned(Delta& delta) const;
     void fillTexts(const Delta& delta,
                    const std::function<void(const CalDavError&, const Delta&)>& done);
+    // Runs on the worker: reads the texts only, nothing of the board.
+    [[nodiscard]] static QList<Decoded> decodeAll(const QList<CalendarItem>& items);
+    // Applies the deltas in slices, each saved before the loop runs again; then the removals,
+    // and only then do the tokens move on.
     void applyDeltas();
+    bool beginSlice();
+    void applySlice();
+    void applyRemovals();
     // What an import knows while it applies its items.
     struct Applying {
-        QHash<QUuid, bool> pending;            // task id -> deleted here
+        QHash<QUuid, bool> pending;            // task id -> deleted here, read again per slice
         QSet<QString> removed;                 // paths listed as removed
         QHash<QUuid, MirrorStore::Item> known; // the bindings before this import
         QHash<QUuid, MirrorStore::Item> bound; // bound by this import
+        QList<MirrorStore::Item> unstored;     // bound in this slice, not yet in the store
+        qsizetype delta = 0;                   // the next item to apply
+        qsizetype item = 0;
     };
     void applyItem(const Delta& delta, TaskCategory* category, const CalendarItem& item,
-                   Applying& state);
+                   const Decoded& decoded, Applying& state);
     // Deletes the second copies the import found, then starts the export.
     void removeStrays();
     void startExport();
@@ -127,8 +148,9 @@ private:
     QList<MirrorStore::Collection> m_toImport;
     QList<MirrorStore::Collection> m_vanished; // ours, no longer on the server
     QList<Delta> m_deltas;
-    QList<CalendarItem> m_strays; // second hrefs of one UID, to delete after the import
-    QSet<QString> m_relist;       // collections this import must list whole next time
+    std::unique_ptr<Applying> m_applying; // while the deltas are applied
+    QList<CalendarItem> m_strays;         // second hrefs of one UID, to delete after the import
+    QSet<QString> m_relist;               // collections this import must list whole next time
     QList<RecordChange> m_changes;
     qsizetype m_changeIndex = 0; // the next change to send
     int m_inFlight = 0;

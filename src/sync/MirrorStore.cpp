@@ -141,20 +141,35 @@ void MirrorStore::rollback() {
 }
 
 bool MirrorStore::putItem(const Item& item) {
+    return putItems({item});
+}
+
+bool MirrorStore::putItems(const QList<Item>& items) {
     // One href holds one task: a task that moved takes its href with it.
     QSqlQuery clash(m_db);
-    clash.prepare(QStringLiteral("DELETE FROM mirror_items WHERE href = ? AND record_id <> ?"));
-    clash.addBindValue(urlText(item.href));
-    clash.addBindValue(idText(item.id));
     QSqlQuery query(m_db);
-    query.prepare(QStringLiteral("INSERT OR REPLACE INTO mirror_items (%1) VALUES (?, ?, ?, ?, ?)")
-                      .arg(itemColumns));
-    query.addBindValue(idText(item.id));
-    query.addBindValue(urlText(item.collection));
-    query.addBindValue(urlText(item.href));
-    query.addBindValue(item.etag);
-    query.addBindValue(item.serverText);
-    return clash.exec() && query.exec();
+    // Prepared once: an import binds thousands.
+    const QString remove =
+        QStringLiteral("DELETE FROM mirror_items WHERE href = ? AND record_id <> ?");
+    const QString insert =
+        QStringLiteral("INSERT OR REPLACE INTO mirror_items (%1) VALUES (?, ?, ?, ?, ?)")
+            .arg(itemColumns);
+    if (!clash.prepare(remove) || !query.prepare(insert))
+        return false;
+    bool ok = true;
+    for (const Item& item : items) {
+        const QString id = idText(item.id);
+        const QString href = urlText(item.href);
+        clash.bindValue(0, href);
+        clash.bindValue(1, id);
+        query.bindValue(0, id);
+        query.bindValue(1, urlText(item.collection));
+        query.bindValue(2, href);
+        query.bindValue(3, item.etag);
+        query.bindValue(4, item.serverText);
+        ok = clash.exec() && query.exec() && ok;
+    }
+    return ok;
 }
 
 bool MirrorStore::removeItem(const QUuid& id) {

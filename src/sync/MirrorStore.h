@@ -51,6 +51,7 @@ public:
     bool commit();
     void rollback();
     bool putItem(const Item& item);
+    bool putItems(const QList<Item>& items);
     bool removeItem(const QUuid& id);
     bool putCollection(const Collection& collection);
     bool removeCollection(const QUrl& url);

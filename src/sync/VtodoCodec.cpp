@@ -451,6 +451,11 @@ bool VtodoCodec::decode(const QByteArray& text, TaskFields* out, QString* error)
     return readTodo(todo, out, error);
 }
 
+void VtodoCodec::loadZones() {
+    icaltimezone_get_utc_timezone();
+    icaltimezone_get_builtin_timezones();
+}
+
 QByteArray VtodoCodec::encode(const TaskFields& fields, const QByteArray& stored,
                               const QDateTime& now) {
     Component root = stored.isEmpty() ? Component() : parse(stored);

@@ -23,6 +23,10 @@ namespace VtodoCodec {
 [[nodiscard]] QByteArray encode(const TaskFields& fields, const QByteArray& stored,
                                 const QDateTime& now);
 
+// libical fills its table of zones on first use, unguarded against a reader on another
+// thread: this fills it on the calling thread, after which decode() may run on a worker.
+void loadZones();
+
 // The UID of the first VTODO, or empty.
 [[nodiscard]] QString uid(const QByteArray& text);
 
