@@ -587,7 +587,7 @@ void CalDavMirror::applySlice() {
     qsizetype count = 0;
     qsizetype categoryOf = -1; // the delta whose list `category` is
     TaskCategory* category = nullptr;
-    while (state.delta < m_deltas.size() && count < sliceItems && slice.elapsed() < sliceMs) {
+    while (state.delta < m_deltas.size() && count < m_sliceItems && slice.elapsed() < sliceMs) {
         const Delta& delta = m_deltas.at(state.delta);
         if (state.item >= delta.changed.size()) {
             ++state.delta;

@@ -29,7 +29,7 @@ public:
     // Writes on their way at once: as many as Qt keeps connections to one server.
     static constexpr int maxWritesInFlight = 6;
     // An import applies this many items, or for this long, then saves and lets the board draw.
-    static constexpr qsizetype sliceItems = 200;
+    static constexpr qsizetype defaultSliceItems = 200;
     static constexpr int sliceMs = 8;
 
     CalDavMirror(ModelContext& context, MirrorStore& store, CalDavClient& client,
@@ -38,6 +38,8 @@ public:
     // Starts one sync. Asked while one runs, another follows it.
     void sync();
     [[nodiscard]] bool isSyncing() const { return m_running; }
+    // Smaller slices, for a test that acts between two of them.
+    void setSliceItems(qsizetype items) { m_sliceItems = items; }
     // Seconds the server asked to wait before the next try (Retry-After), or -1.
     [[nodiscard]] int retryAfterSecs() const { return m_retryAfterSecs; }
 
@@ -143,6 +145,7 @@ private:
     bool m_failed = false;
     int m_retryAfterSecs = -1;
     MirrorEvent m_event;
+    qsizetype m_sliceItems = defaultSliceItems;
     QUrl m_home;
     QHash<QUrl, CalendarCollection> m_onServer;
     QList<MirrorStore::Collection> m_toImport;
