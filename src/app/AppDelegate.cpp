@@ -525,11 +525,6 @@ void AppDelegate::hideQuickEntry() {
 }
 
 void AppDelegate::handleLaunch(const LaunchOptions& options) {
-    // `tavik --sync` while the board runs: the board syncs, and its window stays as it is.
-    if (options.commands.contains(QStringLiteral("--sync"))) {
-        m_env.cloudSync.syncNow();
-        return;
-    }
     // `tavik --connect` or `--disconnect` changed the account under the running board.
     if (options.commands.contains(QStringLiteral("--connect")) ||
         options.commands.contains(QStringLiteral("--disconnect"))) {
