@@ -415,6 +415,9 @@ std::unique_ptr<ModelContext> ModelContext::open(const QString& path, QString* e
 
     if (!context->load(&message))
         return nullptr;
+    // The check and the load paged the whole file through SQLite's cache; the records now
+    // hold what the board needs, so the cache goes back to the system.
+    QSqlQuery(db).exec(QStringLiteral("PRAGMA shrink_memory"));
     return context;
 }
 

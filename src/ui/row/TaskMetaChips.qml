@@ -90,22 +90,11 @@ Row {
                 text: icons.task ? icons.task.note : ""
                 font.pixelSize: 12
                 lineHeightMode: Text.FixedHeight
-                // A Chinese line is taller than the Latin font's height: both are measured.
-                lineHeight: Math.ceil(Math.max(noteMetrics.height, cjkLine.height)) + 3
+                lineHeight: TextLine.height(12) + 3
                 width: Math.min(implicitWidth, 280)
                 wrapMode: Text.Wrap
                 horizontalAlignment: Text.AlignLeft
                 color: Radix.primaryText
-
-                FontMetrics {
-                    id: noteMetrics
-                    font.pixelSize: 12
-                }
-                TextMetrics {
-                    id: cjkLine
-                    font.pixelSize: 12
-                    text: "国"
-                }
             }
         }
         MetaIcon {
@@ -178,54 +167,66 @@ Row {
         now: chips.now
     }
 
-    Chip {
-        visible: meta.hasReminder
-        completed: chips.task ? chips.task.completed : false
-        fill: meta.reminderOverdue ? Radix.redA2 : Radix.amberA2
-        rim: meta.reminderOverdue ? Radix.redA4 : Radix.amberA4
+    // Chips are built only while they show: a long board makes a row for every task it
+    // scrolls into view, and most rows show one chip or none.
+    Loader {
+        active: meta.hasReminder
+        visible: active
+        sourceComponent: Chip {
+            completed: chips.task ? chips.task.completed : false
+            fill: meta.reminderOverdue ? Radix.redA2 : Radix.amberA2
+            rim: meta.reminderOverdue ? Radix.redA4 : Radix.amberA4
 
-        ChipBody {
-            symbol: "alarm"
-            text: meta.reminderText
-            ink: meta.reminderOverdue ? Radix.red11 : Radix.amber11
+            ChipBody {
+                symbol: "alarm"
+                text: meta.reminderText
+                ink: meta.reminderOverdue ? Radix.red11 : Radix.amber11
+            }
         }
     }
-    Chip {
-        visible: !meta.hasReminder && meta.hasVisibleDueDate
-        completed: chips.task ? chips.task.completed : false
-        fill: meta.dateOverdue ? Radix.redA2 : Radix.sandA2
-        rim: meta.dateOverdue ? Radix.redA4 : Radix.sandA4
+    Loader {
+        active: !meta.hasReminder && meta.hasVisibleDueDate
+        visible: active
+        sourceComponent: Chip {
+            completed: chips.task ? chips.task.completed : false
+            fill: meta.dateOverdue ? Radix.redA2 : Radix.sandA2
+            rim: meta.dateOverdue ? Radix.redA4 : Radix.sandA4
 
-        ChipBody {
-            symbol: "calendar"
-            text: meta.dateText
-            ink: meta.dateOverdue ? Radix.red11 : Radix.sand11
+            ChipBody {
+                symbol: "calendar"
+                text: meta.dateText
+                ink: meta.dateOverdue ? Radix.red11 : Radix.sand11
+            }
         }
     }
-    Chip {
+    Loader {
         id: listChip
 
-        visible: meta.hasCategory
-        completed: chips.task ? chips.task.completed : false
+        active: meta.hasCategory
+        visible: active
+        sourceComponent: Chip {
+            completed: chips.task ? chips.task.completed : false
 
-        Row {
-            spacing: 5
+            Row {
+                spacing: 5
 
-            CategorySwatch {
-                anchors.verticalCenter: parent.verticalCenter
-                swatchColor: CategoryPalette.color(chips.task && chips.task.category
-                                             ? chips.task.category.colorHex : "")
-                filled: false
-                size: 10
-            }
-            Text {
-                anchors.verticalCenter: parent.verticalCenter
-                // The chip's own padding and the swatch take 29.
-                width: Math.min(implicitWidth, Math.max(24, chips.maximumWidth - listChip.x - 29))
-                text: chips.task && chips.task.category ? chips.task.category.name : ""
-                elide: Text.ElideRight
-                font.pixelSize: 12
-                color: Radix.sand11
+                CategorySwatch {
+                    anchors.verticalCenter: parent.verticalCenter
+                    swatchColor: CategoryPalette.color(chips.task && chips.task.category
+                                                 ? chips.task.category.colorHex : "")
+                    filled: false
+                    size: 10
+                }
+                Text {
+                    anchors.verticalCenter: parent.verticalCenter
+                    // The chip's own padding and the swatch take 29.
+                    width: Math.min(implicitWidth,
+                                    Math.max(24, chips.maximumWidth - listChip.x - 29))
+                    text: chips.task && chips.task.category ? chips.task.category.name : ""
+                    elide: Text.ElideRight
+                    font.pixelSize: 12
+                    color: Radix.sand11
+                }
             }
         }
     }

@@ -35,7 +35,7 @@ Item {
     signal editRequested
     signal detailsRequested
 
-    implicitHeight: compact ? compactBlock.implicitHeight : fullBlock.implicitHeight
+    implicitHeight: block.item ? block.item.implicitHeight : 0
     opacity: isDragging ? 0.35 : 1
     enabled: !isGhost
     // A switch of density springs the rows to their new heights; nothing else does.
@@ -58,19 +58,8 @@ Item {
         }
     }
 
-    // One line of title or note. A line of Chinese takes the fallback CJK font's taller ascent
-    // and descent, so it is measured on a Chinese sample too, never taken as a constant.
-    readonly property real lineHeight: Math.ceil(Math.max(metrics.height, cjkLine.height))
-
-    FontMetrics {
-        id: metrics
-        font.pixelSize: 14
-    }
-    TextMetrics {
-        id: cjkLine
-        font.pixelSize: 14
-        text: "国"
-    }
+    // One line of title or note, as the fonts lay it out.
+    readonly property real lineHeight: TextLine.height(14)
 
     // Behind everything: the tint of the task open in the dialog.
     Rectangle {
@@ -108,84 +97,92 @@ Item {
             onClicked: row.editRequested()
         }
 
-        Column {
-            id: fullBlock
-            visible: !row.compact
-            width: parent.width
-            topPadding: 16
-            bottomPadding: 16
-            spacing: 10
+        // Only the layout on show is built: a row is made for every task scrolled into view.
+        Loader {
+            id: block
+            anchors.fill: parent
+            sourceComponent: row.compact ? compactLayout : fullLayout
+        }
 
-            // Line spacing 4 lies between lines, not under the last one.
+        Component {
+            id: fullLayout
+
+            Column {
+                topPadding: 16
+                bottomPadding: 16
+                spacing: 10
+
+                // Line spacing 4 lies between lines, not under the last one.
+                Item {
+                    // Title and a gap of at least 8 share the line, 4 apart.
+                    width: parent.width - 12
+                    height: titleText.implicitHeight - 4
+
+                    Text {
+                        id: titleText
+                        width: parent.width
+                        text: row.title
+                        font.pixelSize: 14
+                        font.strikeout: row.completed
+                        color: row.completed ? Radix.secondaryText : Radix.primaryText
+                        wrapMode: Text.Wrap
+                        maximumLineCount: 2
+                        elide: Text.ElideRight
+                        lineHeightMode: Text.FixedHeight
+                        lineHeight: row.lineHeight + 4
+                    }
+                }
+                Item {
+                    // A note of blanks still takes its line; an empty one takes nothing.
+                    visible: row.note.length > 0
+                    width: parent.width
+                    height: noteText.implicitHeight - 4
+
+                    Text {
+                        id: noteText
+                        width: parent.width
+                        text: row.note
+                        font.pixelSize: 14
+                        color: Radix.secondaryText
+                        wrapMode: Text.Wrap
+                        maximumLineCount: 3
+                        elide: Text.ElideRight
+                        lineHeightMode: Text.FixedHeight
+                        lineHeight: row.lineHeight + 4
+                    }
+                }
+                TaskMetaChips {
+                    task: row.task
+                    now: row.now
+                    maximumWidth: parent.width - 12
+                }
+            }
+        }
+
+        Component {
+            id: compactLayout
+
             Item {
-                // Title and a gap of at least 8 share the line, 4 apart.
-                width: parent.width - 12
-                height: titleText.implicitHeight - 4
+                implicitHeight: Math.max(compactTitle.implicitHeight, icons.implicitHeight) + 32
 
                 Text {
-                    id: titleText
-                    width: parent.width
+                    id: compactTitle
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: parent.width - 16 - (icons.visible ? icons.width + 8 : 0)
                     text: row.title
                     font.pixelSize: 14
                     font.strikeout: row.completed
                     color: row.completed ? Radix.secondaryText : Radix.primaryText
-                    wrapMode: Text.Wrap
-                    maximumLineCount: 2
                     elide: Text.ElideRight
-                    lineHeightMode: Text.FixedHeight
-                    lineHeight: row.lineHeight + 4
+                    maximumLineCount: 1
                 }
-            }
-            Item {
-                // A note of blanks still takes its line; an empty one takes nothing.
-                visible: row.note.length > 0
-                width: parent.width
-                height: noteText.implicitHeight - 4
-
-                Text {
-                    id: noteText
-                    width: parent.width
-                    text: row.note
-                    font.pixelSize: 14
-                    color: Radix.secondaryText
-                    wrapMode: Text.Wrap
-                    maximumLineCount: 3
-                    elide: Text.ElideRight
-                    lineHeightMode: Text.FixedHeight
-                    lineHeight: row.lineHeight + 4
+                TaskMetaChips.Icons {
+                    id: icons
+                    anchors.right: parent.right
+                    anchors.verticalCenter: parent.verticalCenter
+                    task: row.task
+                    now: row.now
                 }
-            }
-            TaskMetaChips {
-                task: row.task
-                now: row.now
-                maximumWidth: parent.width - 12
-            }
-        }
-
-        Item {
-            id: compactBlock
-            visible: row.compact
-            width: parent.width
-            height: parent.height
-            implicitHeight: Math.max(compactTitle.implicitHeight, icons.implicitHeight) + 32
-
-            Text {
-                id: compactTitle
-                anchors.verticalCenter: parent.verticalCenter
-                width: parent.width - 16 - (icons.visible ? icons.width + 8 : 0)
-                text: row.title
-                font.pixelSize: 14
-                font.strikeout: row.completed
-                color: row.completed ? Radix.secondaryText : Radix.primaryText
-                elide: Text.ElideRight
-                maximumLineCount: 1
-            }
-            TaskMetaChips.Icons {
-                id: icons
-                anchors.right: parent.right
-                anchors.verticalCenter: parent.verticalCenter
-                task: row.task
-                now: row.now
             }
         }
 

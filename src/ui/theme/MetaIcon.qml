@@ -38,35 +38,51 @@ Item {
         onTriggered: metaIcon.showPop = true
     }
 
-    Popup {
-        id: pop
-        visible: metaIcon.showPop
-        closePolicy: Popup.NoAutoClose
-        // Icons sit at the right edge of a row: the popover shifts to stay inside the window.
-        margins: 8
-        x: (metaIcon.width - width) / 2
-        y: metaIcon.height + 6
-        leftPadding: 12
-        rightPadding: 12
-        topPadding: 8
-        bottomPadding: 8
+    // A row of a long board has four of these: each builds its popover on its first hover.
+    onShowPopChanged: {
+        if (showPop)
+            popLoader.active = true
+    }
 
-        // The detail keeps the size it gives itself; a Loader as the content item would be
-        // squeezed to whatever width the popup had before the detail arrived.
-        contentItem: Item {
-            implicitWidth: detailLoader.item ? detailLoader.item.width : 0
-            implicitHeight: detailLoader.item ? detailLoader.item.height : 0
+    Loader {
+        id: popLoader
+        active: false
+        sourceComponent: popover
+    }
 
-            Loader {
-                id: detailLoader
-                sourceComponent: metaIcon.detail
+    Component {
+        id: popover
+
+        Popup {
+            parent: metaIcon
+            visible: metaIcon.showPop
+            closePolicy: Popup.NoAutoClose
+            // Icons sit at the right edge of a row: the popover shifts to stay inside the window.
+            margins: 8
+            x: (metaIcon.width - width) / 2
+            y: metaIcon.height + 6
+            leftPadding: 12
+            rightPadding: 12
+            topPadding: 8
+            bottomPadding: 8
+
+            // The detail keeps the size it gives itself; a Loader as the content item would be
+            // squeezed to whatever width the popup had before the detail arrived.
+            contentItem: Item {
+                implicitWidth: detailLoader.item ? detailLoader.item.width : 0
+                implicitHeight: detailLoader.item ? detailLoader.item.height : 0
+
+                Loader {
+                    id: detailLoader
+                    sourceComponent: metaIcon.detail
+                }
             }
-        }
-        background: Rectangle {
-            radius: 8
-            color: Radix.controlBackground
-            border.width: 0.5
-            border.color: Radix.sandA6
+            background: Rectangle {
+                radius: 8
+                color: Radix.controlBackground
+                border.width: 0.5
+                border.color: Radix.sandA6
+            }
         }
     }
 }
