@@ -126,6 +126,34 @@ private slots:
                  QString());
     }
 
+    // Each density builds its own layout when it is asked for; the compact row's note icon
+    // makes its popover on the hover, one line wide for a short note, gone on leaving.
+    void compactRowShowsTheNoteOnHover() {
+        Screen screen;
+        QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
+        const QString title = QStringLiteral("买菜做晚饭");
+        const QString note = screen.row(title)->property("note").toString();
+        QVERIFY(!note.isEmpty());
+        QVERIFY(findShown(screen.row(title), "QQuickText", "text", note));
+
+        screen.controller->toggleViewMode();
+        QTRY_VERIFY(!findShown(screen.row(title), "QQuickText", "text", note));
+        QQuickItem* icon = find(screen.row(title), [](QQuickItem* item) {
+            return item->isVisible() &&
+                   QByteArray(item->metaObject()->className()).startsWith("MetaIcon");
+        });
+        QVERIFY(icon);
+        // The rows spring to their new heights first.
+        for (QPoint last; last != centreOf(icon); QTest::qWait(50))
+            last = centreOf(icon);
+        QTest::mouseMove(screen.view.get(), centreOf(icon));
+        QQuickItem* detail = nullptr;
+        QTRY_VERIFY((detail = findShown(screen.view->contentItem(), "QQuickText", "text", note)));
+        QCOMPARE(detail->property("lineCount").toInt(), 1);
+        QTest::mouseMove(screen.view.get(), QPoint(550, 600));
+        QTRY_VERIFY(!findShown(screen.view->contentItem(), "QQuickText", "text", note));
+    }
+
     void clickOnEmptyBoardBlursAndTakesTheKeyboard() {
         Screen screen;
         QVERIFY(QTest::qWaitForWindowExposed(screen.view.get()));
