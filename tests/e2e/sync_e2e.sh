@@ -58,6 +58,46 @@ calendar.save_todo(summary=sys.argv[3], due=datetime.date.today())
 PY
 }
 on_server() { server_titles 2>/dev/null | grep -qxF "$1"; }
+server_put_reminder() { # server_put_reminder TITLE EPOCH: due today, an alarm at EPOCH
+    /usr/bin/python3 - "$SERVER" "$PASSWORD" "$1" "$2" <<'PY'
+import caldav, datetime, sys, uuid
+client = caldav.DAVClient(sys.argv[1], username="alice", password=sys.argv[2])
+calendar = next(c for c in client.principal().calendars() if c.url.path.rstrip("/").endswith("tavik"))
+at = datetime.datetime.fromtimestamp(int(sys.argv[4]), datetime.timezone.utc)
+now = datetime.datetime.now(datetime.timezone.utc)
+calendar.save_todo("\r\n".join([
+    "BEGIN:VCALENDAR", "VERSION:2.0", "PRODID:-//e2e//python3-caldav//EN", "BEGIN:VTODO",
+    f"UID:{uuid.uuid4()}", now.strftime("DTSTAMP:%Y%m%dT%H%M%SZ"), f"SUMMARY:{sys.argv[3]}",
+    datetime.date.today().strftime("DUE;VALUE=DATE:%Y%m%d"), "BEGIN:VALARM", "ACTION:DISPLAY",
+    f"DESCRIPTION:{sys.argv[3]}", at.strftime("TRIGGER;VALUE=DATE-TIME:%Y%m%dT%H%M%SZ"),
+    "END:VALARM", "END:VTODO", "END:VCALENDAR", ""]))
+PY
+}
+server_complete() { # server_complete TITLE, as the other client's tick box does
+    /usr/bin/python3 - "$SERVER" "$PASSWORD" "$1" <<'PY'
+import caldav, sys
+client = caldav.DAVClient(sys.argv[1], username="alice", password=sys.argv[2])
+calendar = next(c for c in client.principal().calendars() if c.url.path.rstrip("/").endswith("tavik"))
+next(t for t in calendar.todos() if t.icalendar_component.get("summary") == sys.argv[3]).complete()
+PY
+}
+# The board's waiting reminders (the notification center's own file), as epoch seconds.
+pending_triggers() {
+    /usr/bin/python3 -c '
+import json, sys
+from datetime import datetime
+for r in json.load(open(sys.argv[1]))["pending"]:
+    print(int(datetime.fromisoformat(r["trigger"].replace("Z", "+00:00")).timestamp()))' \
+        "$XDG_DATA_HOME/tavik/pending-notifications.json" 2>/dev/null
+}
+reminder_waits() { pending_triggers | grep -qx "$1"; }
+completed_on_board() {
+    "$TAVIK" --list --json | /usr/bin/python3 -c '
+import json, sys
+tasks = [t for c in json.load(sys.stdin)["columns"] for t in c["tasks"]]
+sys.exit(not any(t["title"] == sys.argv[1] and t["completed"] for t in tasks))' "$1"
+}
+
 on_board() { "$TAVIK" --list --json | grep -qF "\"title\": \"$1\""; }
 # The tray icon's tool tip ("Tavik — 今天 N"), read over D-Bus as a panel reads it: the
 # watcher (tray_watcher.py) holds the item's bus name.
@@ -72,7 +112,8 @@ tray_tip() {
 }
 keyring_holds_password() { [ "$(secret-tool lookup user caldav_password server dev.orlen.tavik)" = "$PASSWORD" ]; }
 ini="$XDG_CONFIG_HOME/tavik/tavik.ini"
-export -f server_titles on_server on_board keyring_holds_password tray_tip
+export -f server_titles on_server on_board keyring_holds_password tray_tip pending_triggers
+export -f reminder_waits completed_on_board
 export SERVER PASSWORD
 
 settings_window() {
@@ -95,6 +136,11 @@ spawn "$WORK/tray.log" /usr/bin/python3 "$(dirname "$0")/tray_watcher.py"
 check "a tray watcher is on the session bus" wait_for 10 bash -c \
     "gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
         --method org.freedesktop.DBus.NameHasOwner org.kde.StatusNotifierWatcher | grep -q true"
+# A notification server, so that the board may schedule reminders at all.
+spawn "$WORK/dunst.log" dunst
+check "dunst is on the session bus" wait_for 10 bash -c \
+    "gdbus call --session --dest org.freedesktop.DBus --object-path /org/freedesktop/DBus \
+        --method org.freedesktop.DBus.NameHasOwner org.freedesktop.Notifications | grep -q true"
 start_board
 open_settings
 settings_shot off
@@ -136,6 +182,17 @@ check "the server's task is on the board when it returns" on_board 从服务器�
 check "the tray counts it among today's tasks (was $today_before)" \
     wait_for 5 bash -c "tray_tip | grep -qx 'Tavik — 今天 $((today_before + 1))'"
 shot board-after-sync
+
+# A reminder set on another client waits on the board; completed there, the next sync takes
+# the task off the columns and withdraws the reminder.
+alarm=$(( $(date +%s) / 60 * 60 + 3600 ))
+check "python3-caldav puts a task with a reminder in an hour" server_put_reminder 带提醒的任务 "$alarm"
+"$TAVIK" --sync >/dev/null 2>&1
+check "its reminder waits on the board" wait_for 5 reminder_waits "$alarm"
+check "python3-caldav completes it" server_complete 带提醒的任务
+"$TAVIK" --sync >/dev/null 2>&1
+check "the board has it completed" completed_on_board 带提醒的任务
+check "and its reminder is withdrawn" wait_for 5 bash -c "! reminder_waits $alarm"
 
 # The server goes away: the next sync fails and says why, there and in the section.
 stop "$RADICALE"
