@@ -6,6 +6,7 @@
 
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <optional>
 
 namespace {
 
@@ -52,6 +53,14 @@ bool sameResource(const QUrl& a, const QUrl& b) {
     return path(a) == path(b);
 }
 
+// An item as a listing or a delta names it; none without an ETag.
+std::optional<CalendarItem> listedItem(const DavResponse& response) {
+    const QString etag = response.prop(Dav::ns, "getetag").trimmed();
+    if (etag.isEmpty())
+        return std::nullopt;
+    return CalendarItem{response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()};
+}
+
 // The items of a calendar-query's Multi-Status. Pure, so that a large one is read off the
 // main thread.
 std::pair<CalDavError, QList<CalendarItem>> readItems(const QByteArray& body, const QUrl& url,
@@ -63,10 +72,10 @@ std::pair<CalDavError, QList<CalendarItem>> readItems(const QByteArray& body, co
     QList<CalendarItem> items;
     items.reserve(status.responses.size());
     for (const DavResponse& response : std::as_const(status.responses)) {
-        const QString etag = response.prop(Dav::ns, "getetag").trimmed();
-        if (etag.isEmpty() || sameResource(response.url, collection))
+        if (sameResource(response.url, collection))
             continue;
-        items.append({response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()});
+        if (std::optional<CalendarItem> item = listedItem(response))
+            items.append(*item);
     }
     return {{}, items};
 }
@@ -89,11 +98,8 @@ std::pair<CalDavError, SyncDelta> readDelta(const QByteArray& body, const QUrl& 
             delta.removed.append(response.url);
             continue;
         }
-        const QString etag = response.prop(Dav::ns, "getetag").trimmed();
-        if (etag.isEmpty())
-            continue;
-        delta.changed.append(
-            {response.url, etag, response.prop(Dav::caldavNs, "calendar-data").toUtf8()});
+        if (std::optional<CalendarItem> item = listedItem(response))
+            delta.changed.append(*item);
     }
     return {{}, delta};
 }

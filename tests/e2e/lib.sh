@@ -109,6 +109,17 @@ window_id() {
 }
 board_shown() { [ -n "$(window_id)" ]; }
 board_hidden() { [ -z "$(window_id)" ]; }
+# Trigger moments of the board's waiting reminders (the notification center's own file), as
+# sorted epoch seconds on one line.
+pending_triggers() {
+    /usr/bin/python3 -c '
+import json, sys
+from datetime import datetime
+pending = json.load(open(sys.argv[1]))["pending"]
+moments = (datetime.fromisoformat(r["trigger"].replace("Z", "+00:00")) for r in pending)
+print(" ".join(str(int(m.timestamp())) for m in sorted(moments)))' \
+        "$XDG_DATA_HOME/tavik/pending-notifications.json" 2>/dev/null
+}
 wait_for() { # wait_for SECONDS COMMAND...
     local deadline=$((SECONDS + $1))
     shift

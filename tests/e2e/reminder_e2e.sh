@@ -89,21 +89,11 @@ if sys.argv[2] in ("reminderAt", "dueDate", "completedAt") and value not in (Non
 print(value)' "$1" "$2"
 }
 field_is() { [ "$(field "$1" "$2")" = "$3" ]; }
-# Trigger moments of the pending requests, as sorted epoch seconds.
-pending_triggers() {
-    /usr/bin/python3 -c '
-import json, sys
-from datetime import datetime
-pending = json.load(open(sys.argv[1]))["pending"]
-moments = (datetime.fromisoformat(r["trigger"].replace("Z", "+00:00")) for r in pending)
-print(" ".join(str(int(m.timestamp())) for m in sorted(moments)))' "$PENDING" 2>/dev/null
-}
 pending_is() { [ "$(pending_triggers)" = "$1" ]; }
 
 # --- Tavik in the tray waits for the minute ------------------------------------------------------
 
 spawn "$WORK/tavik.log" "$TAVIK" --background
-PENDING=$XDG_DATA_HOME/tavik/pending-notifications.json
 check "three requests wait for the start of the minute" \
     wait_for 5 pending_is "$MINUTE $MINUTE $MINUTE"
 check "nothing is shown before the minute" displayed_is 0

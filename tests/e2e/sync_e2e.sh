@@ -81,16 +81,7 @@ calendar = next(c for c in client.principal().calendars() if c.url.path.rstrip("
 next(t for t in calendar.todos() if t.icalendar_component.get("summary") == sys.argv[3]).complete()
 PY
 }
-# The board's waiting reminders (the notification center's own file), as epoch seconds.
-pending_triggers() {
-    /usr/bin/python3 -c '
-import json, sys
-from datetime import datetime
-for r in json.load(open(sys.argv[1]))["pending"]:
-    print(int(datetime.fromisoformat(r["trigger"].replace("Z", "+00:00")).timestamp()))' \
-        "$XDG_DATA_HOME/tavik/pending-notifications.json" 2>/dev/null
-}
-reminder_waits() { pending_triggers | grep -qx "$1"; }
+reminder_waits() { [[ " $(pending_triggers) " == *" $1 "* ]]; }
 completed_on_board() {
     "$TAVIK" --list --json | /usr/bin/python3 -c '
 import json, sys
